@@ -1,0 +1,89 @@
+#include "error/error.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+
+#include "common/memory.h"
+
+ErrorList errorManager = {};
+
+namespace {
+
+// Free slots that a push leaves at least, so that a stack that cannot grow any more
+// still takes the messages that say so.
+constexpr Long kReserve = 5;
+
+bool grow() {
+    if (errorManager.size > std::numeric_limits<Long>::max() / 2) return false;
+    const auto bytes =
+        2 * static_cast<std::size_t>(errorManager.size) * sizeof(ErrorElem);
+    void* list = myrealloc(errorManager.list, bytes);
+    if (list == nullptr) return false;
+    errorManager.list = static_cast<ErrorElem*>(list);
+    errorManager.size *= 2;
+    return true;
+}
+
+void store(GravityLevel level, const char* message) {
+    ErrorElem* elem = &errorManager.list[errorManager.top++];
+    elem->gravity = level;
+    std::snprintf(elem->message, sizeof elem->message, "%s", message);
+}
+
+void push(GravityLevel level, const char* message) {
+    if (errorManager.list == nullptr) return;
+    if (errorManager.top >= errorManager.size - kReserve && !grow() &&
+        errorManager.top < errorManager.size)
+        store(CRITICAL,
+              "Critical lack of memory encountered while resizing error manager");
+    if (errorManager.top < errorManager.size) store(level, message);
+}
+
+}  // namespace
+
+void errorInit() {
+    void* list = mycalloc(1, sizeof(ErrorElem));
+    if (list == nullptr) {
+        std::perror("Unable to initialize error manager");
+        std::abort();
+    }
+    errorManager = {1, 0, static_cast<ErrorElem*>(list)};
+}
+
+void errorDestroy() {
+    myfree(errorManager.list);
+    errorManager = {};
+}
+
+void addError(GravityLevel level, const char* msg, ...) {
+    char text[sizeof ErrorElem::message];
+    std::va_list args;
+    va_start(args, msg);
+    std::vsnprintf(text, sizeof text, msg, args);
+    va_end(args);
+    push(level, text);
+}
+
+void addErrorAt(GravityLevel level, const char* source, int line, const char* msg, ...) {
+    char text[sizeof ErrorElem::message];
+    std::va_list args;
+    va_start(args, msg);
+    std::vsnprintf(text, sizeof text, msg, args);
+    va_end(args);
+    const std::size_t length = std::strlen(text);
+    std::snprintf(text + length, sizeof text - length, " in %s at line %d", source, line);
+    push(level, text);
+}
+
+void printErrorStack() {
+    static const char* const tags[] = {"[INFO] ", "[WARNING] ", "[CRITICAL] ",
+                                       "[PANIC] "};
+    for (Long i = errorManager.top - 1; i >= 0; i--) {
+        const ErrorElem* elem = &errorManager.list[i];
+        const bool known = elem->gravity >= INFO && elem->gravity <= PANIC;
+        std::fprintf(stderr, "%s%s\n", known ? tags[elem->gravity] : "", elem->message);
+    }
+}
