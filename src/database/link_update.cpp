@@ -1,0 +1,228 @@
+#include "database/link_update.h"
+
+#include <algorithm>
+
+#include "database/database.h"
+#include "error/error.h"
+
+#define ERROR_SOURCE "database/database.c"
+
+namespace {
+
+// Index of the first entry equal to node, from index `from` on, or -1.
+Long indexOf(const LongList* list, Long node, Long from = 0) {
+    for (Long i = from; i < list->top; i++)
+        if (list->cont[i] == node) return i;
+    return -1;
+}
+
+// Index of the hop (src, dst) on a list of nodes, or -1. Only the first occurrence of
+// src is looked at.
+Long hopIndex(const LongList* nodes, Long src, Long dst) {
+    const Long k = indexOf(nodes, src);
+    return k >= 0 && k < nodes->top - 1 && nodes->cont[k + 1] == dst ? k : -1;
+}
+
+// The link id of a hop, or -1 with messages.
+Long hopLinkId(DataBase* dataBase, const LongList* nodes, Long hop) {
+    const Long id = DBgetLinkID(dataBase, nodes->cont[hop], nodes->cont[hop + 1]);
+    return id >= 0 ? id : FAIL_WITH(-1, "Cannot determine link ID");
+}
+
+// One update of one link, with what its steps share.
+struct Update {
+    DataBase* dataBase;
+    DBLinkState* ls;
+    const DBLabelSwitchedPath* lsp;
+    double mult;                        // +1 for a setup, -1 for a removal
+    const DBLabelSwitchedPath* oldLSP;  // partner, if the LSP's path crosses the link
+    bool onPath;                        // the link is a hop of the LSP's path
+    bool rerouting;                     // and of its partner's
+    Long primHop;                       // its hop on the primary's path, or -1
+    double newBW[kClasses];             // booked instead of bw while rerouting
+
+    const double* amount() const { return rerouting ? newBW : lsp->bw; }
+};
+
+void fillNewBW(Update* u) {
+    const DBLabelSwitchedPath* old = u->oldLSP;
+    const bool shares = !isBackup(u->lsp->type) && !isBackup(old->type) &&
+                        u->lsp->precedence == old->precedence;
+    for (int oa = 0; oa < kClasses; oa++)
+        u->newBW[oa] =
+            shares ? std::max(0.0, u->lsp->bw[oa] - old->bw[oa]) : u->lsp->bw[oa];
+}
+
+void findPartner(Update* u, Long src, Long dst) {
+    if (!u->onPath || u->lsp->noContentionId < 0) return;
+    u->oldLSP = DBgetLSP(u->dataBase, u->lsp->noContentionId);
+    if (u->oldLSP == nullptr) {
+        PUSH_ERROR(WARNING, "Cannot find the old LSP");
+        return;
+    }
+    u->rerouting = hopIndex(&u->oldLSP->path, src, dst) >= 0;
+    if (u->rerouting) fillNewBW(u);
+}
+
+// Adds mult * amounts to element f of the LSP's level, class by class. A class that
+// adds 0 grows no vector: an element that does not exist counts as 0.
+int book(const Update* u, DoubleVec (&table)[kClasses][kLevels], Long f, double mult,
+         const double* amounts) {
+    for (int oa = 0; oa < kClasses; oa++) {
+        if (amounts[oa] == 0.0) continue;
+        DoubleVec* vec = &table[oa][u->lsp->precedence];
+        if (vec->size <= f && dblVecResize(vec, f + 1) < 0) return -1;
+        vec->cont[f] += mult * amounts[oa];
+    }
+    return 0;
+}
+
+// Books hops from..to-1 of a node list, one failure each.
+int bookHops(const Update* u, DoubleVec (&table)[kClasses][kLevels],
+             const LongList* nodes, Long from, Long to, double mult) {
+    for (Long hop = from; hop < to; hop++) {
+        const Long id = hopLinkId(u->dataBase, nodes, hop);
+        if (id < 0 || book(u, table, id, mult, u->amount()) < 0) return -1;
+    }
+    return 0;
+}
+
+int updatePrimary(Update* u) {
+    const DBLabelSwitchedPath* lsp = u->lsp;
+    for (int oa = 0; oa < kClasses; oa++)
+        u->ls->pbw[oa][lsp->precedence] += u->mult * u->amount()[oa];
+
+    ScopedLongList idList;  // links of the partner's path
+    if (u->oldLSP != nullptr) {
+        if (longVecInit(&idList, -1) < 0) return -1;
+        for (Long hop = 0; hop < u->oldLSP->path.top - 1; hop++) {
+            const Long id = hopLinkId(u->dataBase, &u->oldLSP->path, hop);
+            if (id < 0 || longVecPushBack(&idList, id) < 0) return -1;
+        }
+    }
+    for (Long hop = 0; hop < lsp->path.top - 1; hop++) {
+        const Long id = hopLinkId(u->dataBase, &lsp->path, hop);
+        if (id < 0) return -1;
+        const bool shared = u->rerouting && indexOf(&idList, id) >= 0;
+        if (book(u, u->ls->fbw, id, u->mult, shared ? u->newBW : lsp->bw) < 0) return -1;
+    }
+    return 0;
+}
+
+int updateLocalBackup(Update* u) {
+    const LongList* path = &u->lsp->path;
+    const LongList* prim = &u->lsp->primPath;
+    const Long start = path->top > 0 ? indexOf(prim, path->cont[0]) : -1;
+    if (start < 0 || start >= prim->top - 1)
+        return FAIL_WITH(-1, "Cannot determine the link to protect");
+    const Long plink = hopLinkId(u->dataBase, prim, start);
+    if (plink < 0) return -1;
+    if (u->onPath && book(u, u->ls->bbw, plink, u->mult, u->amount()) < 0) return -1;
+    if (u->primHop < 0) return 0;
+    // Between head and merge point the backup bypasses the primary; before and behind,
+    // the primary keeps flowing when the protected link fails.
+    const Long end = indexOf(prim, path->cont[path->top - 1], start);
+    if (start <= u->primHop && u->primHop < end) return 0;
+    return book(u, u->ls->fbw, plink, -u->mult, u->amount());
+}
+
+int updateGlobalBackup(Update* u) {
+    const LongList* path = &u->lsp->path;
+    const LongList* prim = &u->lsp->primPath;
+    const Long start = path->top > 0 ? indexOf(prim, path->cont[0]) : -1;
+    if (start < 0) return FAIL_WITH(-1, "Cannot determine the link to protect");
+    const Long end = prim->top - 1;
+    if (u->onPath && bookHops(u, u->ls->bbw, prim, start, end, u->mult) < 0) return -1;
+    if (u->primHop < 0) return 0;
+    // Every hop of the primary gets this, inside the protected segment too.
+    return bookHops(u, u->ls->fbw, prim, 0, start, -u->mult);
+}
+
+int dispatch(Update* u) {
+    switch (u->lsp->type) {
+        case DB_LOCAL_BACKUP_LSP:
+            return updateLocalBackup(u);
+        case DB_GLOBAL_BACKUP_LSP:
+            return updateGlobalBackup(u);
+        default:
+            return updatePrimary(u);
+    }
+}
+
+// Makes the temporary LSP that stands for a request.
+int fillFromRequest(DataBase* dataBase, DBLabelSwitchedPath* lsp, LSPRequest* req) {
+    lsp->id = req->id;
+    lsp->precedence = req->precedence;
+    std::copy_n(req->bw, kClasses, lsp->bw);
+    if (longVecCopy(&lsp->forbidLinks, &req->forbidLinks) < 0) return -1;
+    if (req->rerouteInfo.id >= 0) lsp->noContentionId = req->rerouteInfo.id;
+    lsp->type = req->type;
+    lsp->primID = -1;
+    if (req->type > DB_GLOBAL_BACKUP_LSP)
+        return FAIL_WITH(-1, "Unknown request type (NULL)");
+    if (isBackup(req->type)) {
+        DBLabelSwitchedPath* primary = DBgetLSP(dataBase, req->primID);
+        if (primary == nullptr)
+            return FAIL_WITH(-1, "Impossible to determine the primary path");
+        lsp->primID = req->primID;
+        if (longVecCopy(&lsp->primPath, &primary->path) < 0) return -1;
+    }
+    if (req->path.top < 2) return FAIL_WITH(-1, "Wrong path in request");
+    if (longVecCopy(&lsp->path, &req->path) < 0)
+        return FAIL_WITH(-1, "Impossible to duplicate path");
+    return 0;
+}
+
+}  // namespace
+
+int updateLS(DataBase* dataBase, Long src, Long dst, DBLinkState* ls,
+             DBLabelSwitchedPath* lsp, operation op) {
+    if (dataBase == nullptr || ls == nullptr || lsp == nullptr)
+        return FAIL_WITH(-1, "Bad argument (NULL)");
+    Update u = {};
+    u.dataBase = dataBase;
+    u.ls = ls;
+    u.lsp = lsp;
+    u.onPath = hopIndex(&lsp->path, src, dst) >= 0;
+    findPartner(&u, src, dst);
+    u.primHop = isBackup(lsp->type) ? hopIndex(&lsp->primPath, src, dst) : -1;
+    if (!u.onPath && u.primHop < 0) return 0;
+
+    if (op != SETUP && op != REMOVE)
+        return FAIL_WITH(-1, "Bad argument (unknown operation)");
+    u.mult = op == SETUP ? 1.0 : -1.0;
+    if (dispatch(&u) < 0) return -1;
+    computeRBW(dataBase, ls->rbw, ls->pbw, ls->bbw, ls->fbw);
+    return 0;
+}
+
+int DBupdateLSOnSetup(DataBase* dataBase, Long src, Long dst, DBLinkState* ls,
+                      DBLabelSwitchedPath* lsp) {
+    return updateLS(dataBase, src, dst, ls, lsp, SETUP);
+}
+
+int DBupdateLSOnRemove(DataBase* dataBase, Long src, Long dst, DBLinkState* ls,
+                       DBLabelSwitchedPath* lsp) {
+    return updateLS(dataBase, src, dst, ls, lsp, REMOVE);
+}
+
+int evalLS(DataBase* dataBase, Long src, Long dst, DBLinkState* newLS, DBLinkState* oldLS,
+           LSPRequest* req, operation op) {
+    if (dataBase == nullptr || newLS == nullptr || oldLS == nullptr || req == nullptr)
+        return FAIL_WITH(-1, "Bad argument (NULL)");
+    if (newLS != oldLS && DBlinkStateCopy(newLS, oldLS) < 0)
+        return FAIL_WITH(-1, "Impossible to duplicate the linkState");
+    ScopedLSP lsp;
+    if (DBlspInit(&lsp) < 0 || fillFromRequest(dataBase, &lsp, req) < 0) return -1;
+    return updateLS(dataBase, src, dst, newLS, &lsp, op);
+}
+
+int DBevalLSOnSetup(DataBase* dataBase, Long src, Long dst, DBLinkState* newLS,
+                    DBLinkState* oldLS, LSPRequest* req) {
+    return evalLS(dataBase, src, dst, newLS, oldLS, req, SETUP);
+}
+
+int DBevalLSOnRemove(DataBase* dataBase, Long src, Long dst, DBLinkState* newLS,
+                     DBLinkState* oldLS, LSPRequest* req) {
+    return evalLS(dataBase, src, dst, newLS, oldLS, req, REMOVE);
+}

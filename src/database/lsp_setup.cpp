@@ -1,0 +1,185 @@
+#include "database/lsp_setup.h"
+
+#include <algorithm>
+
+#include "database/database.h"
+#include "error/error.h"
+#include "predicate/predicate.h"
+#include "rerouting/rerouting.h"
+
+#define ERROR_SOURCE "database/database.c"
+
+namespace {
+
+// Calls act(link, src, dst) for every hop of the LSP's path and, for a backup, for the
+// hops of its primary's path whose links are not on its own. act returns false to end
+// the walk. `link` is null for a hop without a link. `isProcessed` has a zeroed slot per
+// link id and is left marked.
+template <class Act>
+void forEachHop(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongVec* isProcessed,
+                Act act) {
+    bool primPart = false;
+    for (const LongList* nodes : {&lsp->path, &lsp->primPath}) {
+        for (Long i = 0; i < nodes->top - 1; i++) {
+            const Long src = nodes->cont[i];
+            const Long dst = nodes->cont[i + 1];
+            DBLink* link = findLink(&dataBase->linkTab, src, dst);
+            if (primPart && link != nullptr && isProcessed->cont[link->id] != 0) continue;
+            if (!act(link, src, dst, primPart)) return;
+            if (link != nullptr) isProcessed->cont[link->id] = 1;
+        }
+        if (!isBackup(lsp->type)) return;
+        primPart = true;
+    }
+}
+
+// Asks the links of an LSP, one after the other, who has to give way.
+class Admission {
+  public:
+    Admission(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList)
+        : dataBase_(dataBase), lsp_(lsp), preemptList_(preemptList) {}
+
+    int run(LongVec* isProcessed) {
+        if (longVecInit(&idList_, -1) < 0)
+            return FAIL_WITH(-1, "Unable to initialize list of longs");
+        int ret = 0;
+        auto ask = [&](DBLink* link, Long src, Long dst, bool) {
+            ret = askLink(link, src, dst);
+            return ret == 0 && allowed_;
+        };
+        forEachHop(dataBase_, lsp_, isProcessed, ask);
+        return ret;
+    }
+
+    bool allowed() const { return allowed_; }
+
+  private:
+    int askLink(DBLink* link, Long src, Long dst) {
+        if (link == nullptr) {
+            PUSH_ERROR(CRITICAL, "Inexistent Link (src = %d, dst = %d)", src, dst);
+            return FAIL_WITH(-1, "Unable to get the list of LSPs carried by the link");
+        }
+        allowed_ = isValidLSPLink(dataBase_, src, dst, &link->state, lsp_, rerouteGain_);
+        // The link that refuses the LSP is asked for its victims all the same.
+        idList_.top = 0;
+        if (chooseReroutedLSPs(lsp_->precedence, &link->state, &link->lspList,
+                               rerouteGain_, &idList_) < 0)
+            return FAIL_WITH(-1, "Unable choose LSPs for rerouting");
+        if (longListMerge(&idList_, preemptList_, preemptList_) < 0)
+            return FAIL_WITH(-1, "Unable to merge lists of longs");
+        return 0;
+    }
+
+    DataBase* dataBase_;
+    DBLabelSwitchedPath* lsp_;
+    LongList* preemptList_;
+    ScopedLongList idList_;
+    // Not cleared between links: where the capacity clause gives up at a class, that
+    // class and those behind it keep the gains of the link before.
+    double rerouteGain_[kClasses] = {};
+    bool allowed_ = true;
+};
+
+int initProcessed(DataBase* dataBase, LongVec* isProcessed) {
+    return longVecInit(isProcessed, dataBase->linkSrcVec.size);
+}
+
+// A stored copy of the LSP, or null.
+DBLabelSwitchedPath* storeCopy(DataBase* dataBase, DBLabelSwitchedPath* lsp) {
+    DBLabelSwitchedPath* copy = DBlspNew();
+    if (copy == nullptr) return FAIL_WITH(nullptr, "Unable to create LSP");
+    if (DBlspCopy(copy, lsp) < 0)
+        PUSH_ERROR(CRITICAL, "Unable to create a valid LSP copy");
+    else if (DBlspVecSet(&dataBase->lspVec, copy, copy->id) < 0)
+        PUSH_ERROR(CRITICAL, "Unable to insert LSP in the general LSP container");
+    else
+        return copy;
+    DBlspDestroy(copy);
+    return nullptr;
+}
+
+// Makes the LSP's partner point to `id`. False if the partner does not exist.
+bool setPartner(DataBase* dataBase, const DBLabelSwitchedPath* lsp, Long id) {
+    DBLabelSwitchedPath* partner = DBgetLSP(dataBase, lsp->noContentionId);
+    if (partner == nullptr) {
+        PUSH_ERROR(WARNING, "Unable to get no contention LSP");
+        return false;
+    }
+    partner->noContentionId = id;
+    return true;
+}
+
+// Books the stored LSP on its links, as far as that goes.
+int bookLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongVec* isProcessed) {
+    int ret = 0;
+    forEachHop(dataBase, lsp, isProcessed,
+               [&](DBLink* link, Long src, Long dst, bool prim) {
+                   if (!prim && DBlspListInsert(&link->lspList, lsp) < 0) ret = -1;
+                   if (updateLS(dataBase, src, dst, &link->state, lsp, SETUP) < 0)
+                       ret = -1;
+                   return true;
+               });
+    return ret;
+}
+
+int unbookLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongVec* isProcessed) {
+    int ret = 0;
+    forEachHop(
+        dataBase, lsp, isProcessed, [&](DBLink* link, Long src, Long dst, bool prim) {
+            if (link == nullptr) {
+                ret = FAIL_WITH(-1, "Inexistent Link (src = %d, dst = %d)", src, dst);
+                return true;
+            }
+            if (!prim && DBlspListRemove(&link->lspList, lsp) < 0) ret = -1;
+            if (updateLS(dataBase, src, dst, &link->state, lsp, REMOVE) < 0) ret = -1;
+            return true;
+        });
+    return ret;
+}
+
+}  // namespace
+
+int DBaddLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList) {
+    if (dataBase == nullptr || lsp == nullptr)
+        return FAIL_WITH(-1, "Bad argument (NULL)");
+    ScopedLongList isProcessed;
+    if (initProcessed(dataBase, &isProcessed) < 0)
+        return FAIL_WITH(-1, "Unable to initialize vector of longs");
+    Admission admission(dataBase, lsp, preemptList);
+    if (admission.run(&isProcessed) < 0) return -1;
+    if (!admission.allowed()) return FAIL_WITH(-1, "LSP refused by the predicate");
+
+    DBLabelSwitchedPath* stored = storeCopy(dataBase, lsp);
+    if (stored == nullptr) return -1;
+    if (stored->noContentionId >= 0 && !setPartner(dataBase, stored, stored->id))
+        stored->noContentionId = -1;
+    std::fill(isProcessed.cont, isProcessed.cont + isProcessed.size, 0);
+    if (bookLSP(dataBase, stored, &isProcessed) < 0)
+        return FAIL_WITH(-1, "LSP addition uncomplete");
+    return 0;
+}
+
+int DBremoveLSP(DataBase* dataBase, Long id) {
+    if (dataBase == nullptr) return FAIL_WITH(-1, "Bad argument (NULL)");
+    DBLabelSwitchedPath* lsp = DBgetLSP(dataBase, id);
+    if (lsp == nullptr)
+        return FAIL_WITH(-1, "Trying to remove inexistent LSP (id = %d)", id);
+    ScopedLongList isProcessed;
+    if (initProcessed(dataBase, &isProcessed) < 0)
+        return FAIL_WITH(-1, "LSP removal uncomplete");
+
+    int ret = unbookLSP(dataBase, lsp, &isProcessed);
+    if (DBlspVecRemove(&dataBase->lspVec, id) < 0) ret = -1;
+    if (lsp->noContentionId >= 0) setPartner(dataBase, lsp, -1);
+    DBlspDestroy(lsp);
+    return ret == 0 ? 0 : FAIL_WITH(-1, "LSP removal uncomplete");
+}
+
+int getpreemptList(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList) {
+    if (dataBase == nullptr || lsp == nullptr)
+        return FAIL_WITH(-1, "Bad argument (NULL)");
+    ScopedLongList isProcessed;
+    if (initProcessed(dataBase, &isProcessed) < 0)
+        return FAIL_WITH(-1, "Unable to initialize vector of longs");
+    return Admission(dataBase, lsp, preemptList).run(&isProcessed);
+}
