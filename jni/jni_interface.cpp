@@ -1,0 +1,209 @@
+// Native methods of velmor.repository.KAVRIL.JNIKAVRIL: sessions, topology and LSPs.
+//
+// Units, ranges and exceptions are told once, for the callers, in the Java class.
+
+#include "velmor_repository_KAVRIL_JNIKAVRIL.h"
+
+#include "common/setup.h"
+#include "database/database.h"
+#include "jni_arguments.h"
+#include "jni_support.h"
+
+#define ERROR_SOURCE "jni_interface.c"
+
+namespace {
+
+// Weights have one value per criterion: that of class 0.
+void setWeights(PrimaryComputationConfig* config, jfloat loadbal, jfloat load,
+                jfloat sqLoad, jfloat relativeLoad, jfloat sqRelativeLoad, jfloat delay,
+                jfloat fortz) {
+    *config = {};
+    config->loadBal[0] = static_cast<double>(loadbal);
+    config->load[0] = static_cast<double>(load);
+    config->sqLoad[0] = static_cast<double>(sqLoad);
+    config->relLoad[0] = static_cast<double>(relativeLoad);
+    config->sqRelLoad[0] = static_cast<double>(sqRelativeLoad);
+    config->delay[0] = static_cast<double>(delay);
+    config->Fortz = static_cast<double>(fortz);
+}
+
+// What jniaddLSP and jniaddBackupLSP have in common.
+struct PlacedLSP {
+    jint id;
+    jintArray path;
+    jint level;
+    jint oa;
+    jfloat bw;
+};
+
+int fillLSP(JNIEnv* env, DBLabelSwitchedPath* lsp, const PlacedLSP& args) {
+    if (checkLevel(args.level) < 0 || checkBandwidth(args.bw) < 0 || DBlspInit(lsp) < 0)
+        return -1;
+    lsp->id = args.id;
+    lsp->precedence = args.level;
+    setBandwidth(lsp->bw, args.oa, args.bw);
+    return readIds(env, args.path, &lsp->path);
+}
+
+// Sets the LSP up; who has to give way is not reported.
+int addLSP(DBLabelSwitchedPath* lsp) {
+    ScopedLongList preemptList;
+    if (longVecInit(&preemptList, -1) < 0) return -1;
+    return DBaddLSP(centralDB, lsp, &preemptList);
+}
+
+const char* refuseLSP(const PlacedLSP& args, const char* message) {
+    PUSH_ERROR(CRITICAL, "%s", message);
+    addError(CRITICAL, "Lsp ID: %d, Request: %f\n", args.id,
+             static_cast<double>(args.bw));
+    return kAddDBException;
+}
+
+const char* addPrimary(JNIEnv* env, const PlacedLSP& args) {
+    kavrilConfig.predicateConfig.allowReroute = false;
+    ScopedLSP lsp;
+    if (fillLSP(env, &lsp, args) < 0 || addLSP(&lsp) < 0)
+        return refuseLSP(args,
+                         "Impossible to add PRIMARY LSP (computed by another algorithm)");
+    return nullptr;
+}
+
+const char* addBackup(JNIEnv* env, const PlacedLSP& args, jint primID, DBLSPType type) {
+    const char* const failure =
+        "Impossible to add BACKUP LSP (computed by another algorithm)";
+    kavrilConfig.predicateConfig.allowReroute = false;
+    ScopedLSP lsp;
+    if (fillLSP(env, &lsp, args) < 0) return refuseLSP(args, failure);
+    lsp.type = type;
+    lsp.primID = primID;
+    DBLabelSwitchedPath* primary = DBgetLSP(centralDB, primID);
+    if (primary == nullptr) return refuseLSP(args, "Impossible to find PRIMARY LSP");
+    if (longVecCopy(&lsp.primPath, &primary->path) < 0 || addLSP(&lsp) < 0)
+        return refuseLSP(args, failure);
+    return nullptr;
+}
+
+}  // namespace
+
+// Loads no session: it makes one. A refused call leaves the object's number alone, and
+// its message on a stack that belongs to nobody.
+JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniinitKavril(
+    JNIEnv* env, jobject obj, jint nbOA, jint nbPL, jboolean colorClause,
+    jboolean allowReroute, jboolean capacityClause, jfloat loadbal, jfloat load,
+    jfloat sqLoad, jfloat relativeLoad, jfloat sqRelativeLoad, jfloat delay, jfloat fortz,
+    jobjectArray reroutingScorecoef) {
+    const std::lock_guard<std::mutex> lock(libraryLock);
+    jfieldID sessIdField = fieldId(env, obj, "sessId", "I");
+    if (sessIdField == nullptr || beginSession() < 0) return;
+    ReroutingConfig rerouting = {};
+    if (readRows(env, reroutingScorecoef, rerouting.scoreCoef, usable(nbOA),
+                 usable(nbPL)) < 0)
+        return;
+    COST = 0.0;
+    NBOA = nbOA;
+    NBPL = nbPL;
+    centralDB = DBnew(0);
+    if (centralDB == nullptr) {
+        PUSH_ERROR(CRITICAL, "Impossible to init a DataBase");
+        return;
+    }
+    kavrilConfig.predicateConfig = {
+        allowReroute != JNI_FALSE, capacityClause != JNI_FALSE, colorClause != JNI_FALSE};
+    setWeights(&kavrilConfig.primaryComputationConfig, loadbal, load, sqLoad,
+               relativeLoad, sqRelativeLoad, delay, fortz);
+    kavrilConfig.reroutingConfig = rerouting;
+    const int sessId = openSession();
+    if (sessId >= 0) env->SetIntField(obj, sessIdField, sessId);
+}
+
+// Ends the session instead of saving it.
+JNIEXPORT void JNICALL
+Java_velmor_repository_KAVRIL_JNIKAVRIL_jnikillKavril(JNIEnv* env, jobject obj) {
+    const std::lock_guard<std::mutex> lock(libraryLock);
+    if (loadCntx(env, obj) >= 0)
+        closeSession();
+    else if (lastSession == -1)
+        std::fputs("ERROR, call to killKavril before initKavril\n", stderr);
+}
+
+// Changes nothing, so saves nothing.
+JNIEXPORT void JNICALL
+Java_velmor_repository_KAVRIL_JNIKAVRIL_jniprintKavrilDB(JNIEnv* env, jobject obj) {
+    const std::lock_guard<std::mutex> lock(libraryLock);
+    if (loadCntx(env, obj) < 0) return;
+    DBprintDB(centralDB);
+    std::fflush(stdout);
+}
+
+JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniaddNode(JNIEnv* env,
+                                                                          jobject obj,
+                                                                          jint nodeId) {
+    withContext(env, obj, kAddDBException, [&] {
+        return DBaddNode(centralDB, nodeId) < 0
+                   ? FAIL_WITH(kAddDBException, "Impossible to init a Node")
+                   : nullptr;
+    });
+}
+
+// Colour and the bookkeeping tables are not read: a link starts without colour, and its
+// tables are built up by the LSPs that are set up on it.
+JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniaddLink(
+    JNIEnv* env, jobject obj, jint linkId, jint, jint src, jint dst, jfloatArray cap,
+    jobjectArray rbw, jobjectArray, jobjectArray, jobjectArray) {
+    withContext(env, obj, kAddDBException, [&]() -> const char* {
+        ScopedLinkState state;
+        if (DBlinkStateInit(&state) < 0)
+            return FAIL_WITH(nullptr, "Impossible to init a Link");
+        if (readFloats(env, cap, state.cap, usable(NBOA)) < 0 ||
+            readRows(env, rbw, state.rbw, usable(NBOA), usable(NBPL)) < 0 ||
+            DBaddLink(centralDB, linkId, src, dst, &state) < 0)
+            return FAIL_WITH(kAddDBException, "Impossible to add Link");
+        return nullptr;
+    });
+}
+
+JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniremoveLink(JNIEnv* env,
+                                                                             jobject obj,
+                                                                             jint src,
+                                                                             jint dst) {
+    withContext(env, obj, kAddDBException, [&] {
+        return DBremoveLink(centralDB, src, dst) < 0
+                   ? FAIL_WITH(kAddDBException, "Impossible to remove Link")
+                   : nullptr;
+    });
+}
+
+JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniremoveNode(
+    JNIEnv* env, jobject obj, jint nodeId) {
+    withContext(env, obj, kAddDBException, [&] {
+        return DBremoveNode(centralDB, nodeId) < 0
+                   ? FAIL_WITH(kAddDBException, "Impossible to remove Node")
+                   : nullptr;
+    });
+}
+
+JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniaddLSP(
+    JNIEnv* env, jobject obj, jint lspid, jintArray path, jint PL, jint OA, jfloat bw) {
+    withContext(env, obj, kAddDBException, [&] {
+        return addPrimary(env, {lspid, path, PL, OA, bw});
+    });
+}
+
+JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniaddBackupLSP(
+    JNIEnv* env, jobject obj, jint lspid, jint plspid, jintArray path, jint PL, jint OA,
+    jfloat bw, jboolean type) {
+    withContext(env, obj, kAddDBException, [&] {
+        return addBackup(env, {lspid, path, PL, OA, bw}, plspid,
+                         type != JNI_FALSE ? DB_LOCAL_BACKUP_LSP : DB_GLOBAL_BACKUP_LSP);
+    });
+}
+
+JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniremoveLSP(JNIEnv* env,
+                                                                            jobject obj,
+                                                                            jint lspid) {
+    withContext(env, obj, kAddDBException, [&] {
+        return DBremoveLSP(centralDB, lspid) < 0
+                   ? FAIL_WITH(kAddDBException, "Impossible to remove LSP")
+                   : nullptr;
+    });
+}

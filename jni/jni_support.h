@@ -1,0 +1,73 @@
+// What every native method needs: the session switch around a call, exceptions by name,
+// Java arrays as values.
+#pragma once
+
+#include <jni.h>
+
+#include <cstdio>
+#include <mutex>
+
+#include "common/types.h"
+#include "session.h"
+
+constexpr const char* kAddDBException =
+    "velmor/repository/model/exception/AddDBException";
+constexpr const char* kNoRouteException =
+    "velmor/repository/model/exception/NoRouteToHostException";
+constexpr const char* kRoutingException =
+    "velmor/repository/model/exception/RoutingException";
+
+// Held by every native method: one caller at a time works on the globals.
+extern std::mutex libraryLock;
+
+// Elements of a Java array, handed back however the scope is left.
+template <class Array, class Elem, Elem* (JNIEnv::*get)(Array, jboolean*),
+          void (JNIEnv::*release)(Array, Elem*, jint)>
+class Pinned {
+  public:
+    Pinned(JNIEnv* env, Array array)
+        : env_(env), array_(array), elems_((env->*get)(array, nullptr)) {}
+    ~Pinned() {
+        if (elems_ != nullptr) (env_->*release)(array_, elems_, 0);
+    }
+    Pinned(const Pinned&) = delete;
+    Pinned& operator=(const Pinned&) = delete;
+
+    // No elements: the virtual machine had no memory for them, an exception is pending.
+    bool isNull() const { return elems_ == nullptr; }
+    const Elem& operator[](Long i) const { return elems_[i]; }
+
+  private:
+    JNIEnv* env_;
+    Array array_;
+    Elem* elems_;
+};
+using PinnedFloats = Pinned<jfloatArray, jfloat, &JNIEnv::GetFloatArrayElements,
+                            &JNIEnv::ReleaseFloatArrayElements>;
+using PinnedInts = Pinned<jintArray, jint, &JNIEnv::GetIntArrayElements,
+                          &JNIEnv::ReleaseIntArrayElements>;
+
+// Loads the session whose number the object's field "sessId" holds and returns it, -1 if
+// it is no live session.
+int loadCntx(JNIEnv* env, jobject obj);
+
+// The field's id on the object's class; null, an exception pending, if it has none.
+jfieldID fieldId(JNIEnv* env, jobject obj, const char* name, const char* signature);
+
+// Leaves an exception of the named class pending, without a message, unless there is
+// one already.
+void throwByName(JNIEnv* env, const char* className);
+
+// Runs act on the caller's context and saves it whatever the outcome. act returns the
+// class of the exception to throw after the save, or null. An unknown session is left
+// alone and throws `unknownSession`.
+template <class Act>
+void withContext(JNIEnv* env, jobject obj, const char* unknownSession, Act act) {
+    const std::lock_guard<std::mutex> lock(libraryLock);
+    const int sessId = loadCntx(env, obj);
+    const char* exception = sessId >= 0 ? act() : unknownSession;
+    saveCntx(sessId);
+    // What the call printed keeps its place among the application's own output.
+    std::fflush(stdout);
+    if (exception != nullptr) throwByName(env, exception);
+}
