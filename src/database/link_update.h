@@ -18,7 +18,7 @@
 #include "computation/computation_st.h"
 #include "database/database_st.h"
 
-enum operation { SETUP = 0, REMOVE = 1 };
+enum operation : int { SETUP = 0, REMOVE = 1 };
 
 // Applies the LSP to ls, the state of the link from src to dst. 0 and nothing changed
 // if the link is neither on the LSP's path nor on that of its primary.

@@ -100,7 +100,10 @@ int DBlspListEnd(DBLSPList* list) {
 int DBlspListInsert(DBLSPList* list, DBLabelSwitchedPath* lsp) {
     if (!isUsable(list) || lsp == nullptr) return FAIL_WITH(-1, "Bad argument (NULL)");
     if (vecNextSlot(list) == nullptr) return -1;
-    const Long index = position(list, lsp);
+    // Behind an equal last entry, before an equal one elsewhere.
+    const bool isLast =
+        list->top > 0 && DBlspCompare(list->cont[list->top - 1], lsp) >= 0;
+    const Long index = isLast ? list->top : position(list, lsp);
     std::move_backward(list->cont + index, list->cont + list->top,
                        list->cont + list->top + 1);
     list->cont[index] = lsp;

@@ -11,7 +11,7 @@
 
 #include "common/types.h"
 
-enum GravityLevel { INFO = 0, WARNING = 1, CRITICAL = 2, PANIC = 3 };
+enum GravityLevel : int { INFO = 0, WARNING = 1, CRITICAL = 2, PANIC = 3 };
 
 struct ErrorElem {
     GravityLevel gravity;
