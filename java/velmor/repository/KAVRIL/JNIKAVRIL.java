@@ -208,8 +208,8 @@ public class JNIKAVRIL {
     public native void jniremoveNode(int nodeid) throws AddDBException;
 
     /**
-     * Places a primary LSP whose path was found elsewhere, without preempting others. The session's
-     * later computations start from "no preemption", even if this call fails.
+     * Places a primary LSP whose path was found elsewhere, without preempting others. Preemption is
+     * then off in the session until a computation allows it, even if this call fails.
      *
      * @param lspid id of the LSP, not in use, 0 or more
      * @param path node ids from head to tail; with fewer than two nodes the LSP occupies no link
@@ -225,8 +225,8 @@ public class JNIKAVRIL {
     /**
      * Places a backup of a primary LSP, along a path found elsewhere, without preempting others.
      * Backups share bandwidth: a link reserves what its worst single failure (of a link, or of all
-     * links into a node) brings. The session's later computations start from "no preemption", even
-     * if this call fails.
+     * links into a node) brings. Preemption is then off in the session until a computation allows
+     * it, even if this call fails.
      *
      * <p>Removing the primary leaves its backups up, and the reverse: keep track of them.
      *
