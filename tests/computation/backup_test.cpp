@@ -24,8 +24,7 @@ TEST_F(Backup, QueuePopsTheSmallestKeyAndAmongEqualOnesTheLast) {
     for (const auto& [keys, want] : cases) {
         CPDijkNode nodes[5] = {};
         CPPrioQueue queue = {};
-        for (std::size_t i = 0; i < keys.size(); i++)
-            CPinsertPQ(&queue, &nodes[i], keys[i]);
+        for (double key : keys) CPinsertPQ(&queue, &nodes[queue.size], key);
         Ids popped;
         while (CPDijkNode* node = CPpopTop(&queue))
             popped.push_back(static_cast<Long>(node - nodes));
@@ -53,8 +52,7 @@ TEST_F(Backup, RingIsProtectedByItsOtherSideUntilANodeIsGone) {
     auto local = [&] { EXPECT_THAT(protect(net, 6, LOCAL_BACKUP), IsEmpty()); };
     EXPECT_EQ("No local link disjoint protection path found\n", output(local));
     EXPECT_THAT(protect(net, 6, GLOBAL_BACKUP), IsEmpty());
-    EXPECT_EQ(4U + 4 + 2,
-              errorTexts().size());  // links missing; a node without neighbours
+    EXPECT_EQ(4U + 4 + 2, errorTexts().size());  // links and a node are missing
 }
 
 TEST_F(Backup, LaterBackupsOfACallShareWithEarlierOnes) {

@@ -65,13 +65,14 @@ TEST_F(PrimaryPath, TopologyHoldsReachedNodesAndAdmittedLinks) {
     net.link(0, 1).link(1, 3, 1.0);
     Request req({0, -1, 3}, 8.0);
     ScopedTopo topo;
-    ASSERT_EQ(0, initTopo(&topo, -1) + fillTopo(net, &req, &topo));
+    ASSERT_TRUE(initTopo(&topo, -1) == 0 && fillTopo(net, &req, &topo) == 0);
     EXPECT_EQ(
         "Node 0\n--------\nIncoming neighboors : \n\nOutgoing neighboors : \n1 \n"
         "Chosen Neighbour Index: -1 \n\nNode 1\n--------\nIncoming neighboors : \n0 \n"
         "Outgoing neighboors : \n\nChosen Neighbour Index: -1 \n\n",
         output(printTopo, &topo));
     EXPECT_EQ(0, topoNode(&topo, 2)->nodeId);  // never built
+    EXPECT_EQ(3, topoNode(&topo, 3)->nodeId);
     EXPECT_EQ(-1, computePrimaryPath(net, &req));
     EXPECT_EQ("Destination unreachable", errorTexts().at(1));
 }

@@ -50,4 +50,7 @@ TEST_F(NetworkDatabase, RemovingANodeTakesItsLinksAndOneMoreOffTheCount) {
     net->nodeVec.cont[0]->outNeighb.cont[0] = 9;  // missing, so the first entry goes
     EXPECT_EQ(0, DBremoveLink(net, 0, 3));
     EXPECT_EQ(0, net->nodeVec.cont[0]->outNeighb.top);
+    longVecPushBack(&net->nodeVec.cont[0]->outNeighb, 9);  // cannot be removed
+    EXPECT_EQ(-1, DBremoveNode(net, 0));
+    EXPECT_EQ(2U, errorTexts().size());
 }

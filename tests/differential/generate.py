@@ -266,7 +266,7 @@ class Generator:
         if self.chance(self.odd / 3):
             nboa, nbpl = rng.choice([(9, 8), (-1, 3), (8, 12), (0, 2), (2, -5)])
         weights = [0.0] * 7
-        for i in rng.sample(range(7), rng.choice([0, 1, 1, 2, 3, 7])):
+        for i in rng.sample(range(7), rng.choice([0, 0, 0, 1, 1, 2, 3, 7])):
             weights[i] = f32(rng.choice([1.0, 1.0, 2.5, 0.1, 0.7, 100.0]) * self.heavy)
         if self.chance(self.odd / 3):
             weights[rng.randrange(7)] = rng.choice([INF, NAN, f32(1e30)])
@@ -688,8 +688,10 @@ class Generator:
             self.call(world.obj, "addLSP", negative[-1], path, rng.randrange(8), oa,
                       -f32(load * rng.choice([0.5, 1.0, 1.0])))
         fill = rng.choice([None, None, 0, 7])
+        twice = [start, end] * 2 if (end, start) in db.links else path
         for _ in range(rng.randint(4, 10)):
-            self.call(world.obj, "addLSP", self.new_lsp_id(world), path,
+            self.call(world.obj, "addLSP", self.new_lsp_id(world),
+                      rng.choice([path, path, path, twice]),
                       fill if fill is not None else self.level(),
                       rng.choice(classes), abs(self.amount(1, 5)))
         for lsp_id in negative:

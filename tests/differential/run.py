@@ -95,7 +95,8 @@ def first_mismatch(calls, got):
 
 def describe(calls, got, at, script):
     call = calls[at]
-    print(f"MISMATCH in seed {call.seed}, call {at} of {script}:\n  {call.line()}")
+    seed = "a replay" if call.seed is None else f"seed {call.seed}"
+    print(f"MISMATCH in {seed}, call {at} of {script}:\n  {call.line()}")
     want = expected(call)
     have = got[at] if at < len(got) else ("no result: the JVM ended", b"", b"")
     for name, w, h in zip(("result", "stdout", "stderr"), want, have):
@@ -174,10 +175,11 @@ def run_groups(jvm, args, outcomes):
 
 
 def run_replay(jvm, args, outcomes):
-    lines = pathlib.Path(args.replay).read_text().splitlines()
+    script = pathlib.Path(args.replay)
+    lines = script.read_text().splitlines()
     if args.shrink:
         lines = shrink(jvm, lines)
-        script = pathlib.Path(args.replay).with_suffix(".short.txt")
+        script = script.with_suffix(".short.txt")
         script.write_text("".join(f"{x}\n" for x in lines))
         print(f"{len(lines)} lines left in {script}")
     calls = replay(lines, Library(), [])
@@ -185,7 +187,7 @@ def run_replay(jvm, args, outcomes):
     at = first_mismatch(calls, got)
     count(calls[:at], outcomes)
     if at is not None:
-        describe(calls, got, at, args.replay)
+        describe(calls, got, at, script)
     return at is None
 
 

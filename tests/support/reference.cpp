@@ -126,7 +126,6 @@ void expectLinkMatches(DataBase* db, const DBLink* link) {
 
 void expectTablesMatch(DataBase* db) {
     for (Long id = 0; id < db->linkSrcVec.top; id++)
-        if (const DBLink* link =
-                findLink(&db->linkTab, DBgetLinkSrc(db, id), DBgetLinkDst(db, id)))
-            expectLinkMatches(db, link);
+        if (const Long src = DBgetLinkSrc(db, id); src >= 0)
+            expectLinkMatches(db, findLink(&db->linkTab, src, DBgetLinkDst(db, id)));
 }

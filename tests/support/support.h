@@ -94,7 +94,6 @@ struct Request : ScopedRequest {
     }
 };
 
-// A database under construction.
 class Net {
   public:
     Net() : db_(DBnew(0)) {}
