@@ -28,8 +28,9 @@ void printFailedBackup(jint primID, DBLabelSwitchedPath* backup) {
     for (Long k = 0; k < backup->path.top - 1; k++) {
         const Long src = backup->path.cont[k];
         const Long dst = backup->path.cont[k + 1];
-        const DBLinkState* ls = DBgetLinkState(centralDB, src, dst);
-        if (ls == nullptr) continue;
+        const DBLink* link = findLink(&centralDB->linkTab, src, dst);
+        if (link == nullptr) continue;
+        const DBLinkState* ls = &link->state;
         std::fprintf(stderr,
                      "Valeur de la capacit\xe9 du lien %d - %d: %f, "
                      "Valeur de la bande passante r\xe9serv\xe9"

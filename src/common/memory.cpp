@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "common/block_pool.h"
 
@@ -35,8 +36,8 @@ void* allocate(std::size_t sz, bool zeroed) {
 
 }  // namespace
 
-void failAllocation(Long nth) {
-    allocationsToFailure = nth;
+Long failAllocation(Long nth) {
+    return std::exchange(allocationsToFailure, nth);
 }
 
 void* mymalloc(std::size_t sz) {

@@ -29,4 +29,5 @@ void* myrealloc(void* ptr, std::size_t sz);
 void myfree(void* ptr);
 
 // For tests: makes the nth allocation from now fail (1: the next one); 0 stops that.
-void failAllocation(Long nth);
+// Returns how many were left before the one that was to fail so far, 0 if it has failed.
+Long failAllocation(Long nth);

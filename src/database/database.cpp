@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "database/workspace.h"
 #include "error/error.h"
 
 #define ERROR_SOURCE "database/database.c"
@@ -55,6 +56,7 @@ DataBase* DBnew(Long id) {
 int DBdestroy(DataBase* dataBase) {
     if (dataBase == nullptr) return FAIL_WITH(-1, "Bad argument (NULL)");
     endContainers(dataBase);
+    endWorkspace(dataBase);
     myfree(dataBase);
     return 0;
 }
@@ -86,6 +88,7 @@ int DBaddNode(DataBase* dataBase, Long id) {
         return FAIL_WITH(-1, "Unable to insert a new node in the general node container");
     }
     dataBase->nbNodes++;
+    topologyChanged(dataBase);
     return 0;
 }
 

@@ -45,10 +45,15 @@ struct DBNode {
     LongList outNeighb;  // nodes that this one has a link to, ascending
 };
 
+struct LinkBook;
+struct DBWorkspace;
+
 struct DBLink {
     Long id;
     DBLinkState state;
     DBLSPList lspList;
+    LinkBook* book;  // failure tables, packed (link_book.h); null while state has them
+    bool handedOut;  // a caller has a pointer to state: it must have them
 };
 
 // Nodes by id, owned; null marks a free id.
@@ -79,5 +84,7 @@ struct DataBase {
     DBLinkTab linkTab;
     LongVec
         linkSrcVec;  // source node + 1 by link id, 0 for a free id; top: highest id + 1
-    LongVec linkDstVec;  // destination node + 1 by link id
+    LongVec linkDstVec;     // destination node + 1 by link id
+    std::uint32_t version;  // changes whenever a node or link comes or goes
+    DBWorkspace* work;      // what is kept between calls (workspace.h)
 };

@@ -2,6 +2,7 @@
 
 #define ERROR_SOURCE "database/database_util.c"
 #include "common/vec.h"
+#include "database/link_book.h"
 
 namespace {
 
@@ -155,6 +156,9 @@ int DBlinkEnd(DBLink* link) {
     if (link == nullptr) return FAIL_WITH(-1, "Bad argument (NULL)");
     DBlinkStateEnd(&link->state);
     DBlspListEnd(&link->lspList);
+    if (link->book != nullptr) endBook(link->book);
+    myfree(link->book);
+    link->book = nullptr;
     return 0;
 }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "database/database.h"
+#include "database/stored_link.h"
+#include "database/workspace.h"
 #include "error/error.h"
 
 #define ERROR_SOURCE "database/database.c"
@@ -119,6 +121,7 @@ int DBaddLink(DataBase* dataBase, Long id, Long src, Long dst,
     dataBase->linkSrcVec.top = top;
     dataBase->linkDstVec.top = top;
     dataBase->nbLinks++;
+    topologyChanged(dataBase);
     return ret == 0 ? 0 : FAIL_WITH(-1, "Link addition uncomplete");
 }
 
@@ -142,15 +145,24 @@ DBLSPList* DBgetLinkLSPs(DataBase* dataBase, Long src, Long dst) {
     return link != nullptr ? &link->lspList : nullptr;
 }
 
-DBLinkState* DBgetLinkState(DataBase* dataBase, Long src, Long dst) {
+DBLinkState* fullState(DataBase* dataBase, Long src, Long dst) {
     DBLink* link = existingLink(dataBase, src, dst);
-    return link != nullptr ? &link->state : nullptr;
+    if (link == nullptr || unpackLink(link) < 0) return nullptr;
+    linkChanged(dataBase, link);
+    return &link->state;
+}
+
+DBLinkState* DBgetLinkState(DataBase* dataBase, Long src, Long dst) {
+    DBLinkState* state = fullState(dataBase, src, dst);
+    if (state != nullptr) findLink(&dataBase->linkTab, src, dst)->handedOut = true;
+    return state;
 }
 
 int DBsetLinkState(DataBase* dataBase, Long src, Long dst, DBLinkState* newLS) {
     if (newLS == nullptr) return FAIL_WITH(-1, "Bad argument (NULL)");
     DBLink* link = existingLink(dataBase, src, dst);
-    if (link == nullptr) return -1;
+    if (link == nullptr || unpackLink(link) < 0) return -1;
+    linkChanged(dataBase, link);
     if (DBlinkStateCopy(&link->state, newLS) < 0)
         return FAIL_WITH(-1, "Impossible to set linkstate on link (src = %d, dst = %d)",
                          src, dst);
@@ -175,6 +187,7 @@ int DBremoveLink(DataBase* dataBase, Long src, Long dst) {
     LongVec* srcVec = &dataBase->linkSrcVec;
     while (srcVec->top > 0 && srcVec->cont[srcVec->top - 1] == 0) srcVec->top--;
     dataBase->nbLinks--;
+    topologyChanged(dataBase);
     return ret == 0 ? 0 : FAIL_WITH(-1, "Link removal uncomplete");
 }
 
@@ -192,5 +205,6 @@ int DBremoveNode(DataBase* dataBase, Long id) {
     // One less than the links that were removed, and nbNodes stays: the reserved
     // bandwidth counts its failures against both.
     dataBase->nbLinks--;
+    topologyChanged(dataBase);
     return ret == 0 ? 0 : FAIL_WITH(-1, "Node removal uncomplete");
 }

@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "database/database.h"
+#include "database/stored_link.h"
+#include "database/workspace.h"
 #include "error/error.h"
 
 #define ERROR_SOURCE "database/database.c"
@@ -29,10 +31,22 @@ Long hopLinkId(DataBase* dataBase, const LongList* nodes, Long hop) {
     return id >= 0 ? id : FAIL_WITH(-1, "Cannot determine link ID");
 }
 
+using VecTable = DoubleVec[kClasses][kLevels];
+
+// The tables that an update changes: those of a plain state, or, for stored links, pbw
+// with a book in place of the vectors. A trial notes in `changes` what it would book.
+struct Tables {
+    double (*pbw)[kLevels];
+    VecTable* bbw;
+    VecTable* fbw;
+    LinkBook* book;
+    BookChangeVec* changes;
+};
+
 // One update of one link, with what its steps share.
 struct Update {
     DataBase* dataBase;
-    DBLinkState* ls;
+    Tables tables;
     const DBLabelSwitchedPath* lsp;
     double mult;                        // +1 for a setup, -1 for a removal
     const DBLabelSwitchedPath* oldLSP;  // partner, if the LSP's path crosses the link
@@ -64,25 +78,43 @@ void findPartner(Update* u, Long src, Long dst) {
     if (u->rerouting) fillNewBW(u);
 }
 
-// Adds mult * amounts to element f of the LSP's level, class by class. A class that
-// adds 0 grows no vector: an element that does not exist counts as 0.
-int book(const Update* u, DoubleVec (&table)[kClasses][kLevels], Long f, double mult,
-         const double* amounts) {
+int addToVector(DoubleVec* vec, Long f, double x) {
+    if (vec->size <= f && dblVecResize(vec, f + 1) < 0) return -1;
+    vec->cont[f] += x;
+    return 0;
+}
+
+constexpr bool kFreed = true;
+constexpr bool kActivated = false;
+
+// Adds mult * amounts to element f of the LSP's level, class by class, in fbw if `freed`
+// or else in bbw. A class that adds 0 grows nothing: an element that does not exist
+// counts as 0.
+int book(const Update* u, bool freed, Long f, double mult, const double* amounts) {
+    const Tables& tables = u->tables;
+    if (tables.changes != nullptr) {
+        tables.changes->cont[tables.changes->top++] = {f, freed, mult, amounts};
+        return 0;
+    }
+    const int level = u->lsp->precedence;
     for (int oa = 0; oa < kClasses; oa++) {
         if (amounts[oa] == 0.0) continue;
-        DoubleVec* vec = &table[oa][u->lsp->precedence];
-        if (vec->size <= f && dblVecResize(vec, f + 1) < 0) return -1;
-        vec->cont[f] += mult * amounts[oa];
+        const double x = mult * amounts[oa];
+        const int ret =
+            tables.book != nullptr
+                ? bookAdd(tables.book, freed, oa, level, f, x)
+                : addToVector(&(*(freed ? tables.fbw : tables.bbw))[oa][level], f, x);
+        if (ret < 0) return -1;
     }
     return 0;
 }
 
 // Books hops from..to-1 of a node list, one failure each.
-int bookHops(const Update* u, DoubleVec (&table)[kClasses][kLevels],
-             const LongList* nodes, Long from, Long to, double mult) {
+int bookHops(const Update* u, bool freed, const LongList* nodes, Long from, Long to,
+             double mult) {
     for (Long hop = from; hop < to; hop++) {
         const Long id = hopLinkId(u->dataBase, nodes, hop);
-        if (id < 0 || book(u, table, id, mult, u->amount()) < 0) return -1;
+        if (id < 0 || book(u, freed, id, mult, u->amount()) < 0) return -1;
     }
     return 0;
 }
@@ -90,7 +122,8 @@ int bookHops(const Update* u, DoubleVec (&table)[kClasses][kLevels],
 int updatePrimary(Update* u) {
     const DBLabelSwitchedPath* lsp = u->lsp;
     for (int oa = 0; oa < kClasses; oa++)
-        u->ls->pbw[oa][lsp->precedence] += u->mult * u->amount()[oa];
+        if (u->amount()[oa] != 0.0)
+            u->tables.pbw[oa][lsp->precedence] += u->mult * u->amount()[oa];
 
     ScopedLongList idList;  // links of the partner's path
     if (u->oldLSP != nullptr) {
@@ -104,7 +137,7 @@ int updatePrimary(Update* u) {
         const Long id = hopLinkId(u->dataBase, &lsp->path, hop);
         if (id < 0) return -1;
         const bool shared = u->rerouting && indexOf(&idList, id) >= 0;
-        if (book(u, u->ls->fbw, id, u->mult, shared ? u->newBW : lsp->bw) < 0) return -1;
+        if (book(u, kFreed, id, u->mult, shared ? u->newBW : lsp->bw) < 0) return -1;
     }
     return 0;
 }
@@ -117,13 +150,13 @@ int updateLocalBackup(Update* u) {
         return FAIL_WITH(-1, "Cannot determine the link to protect");
     const Long plink = hopLinkId(u->dataBase, prim, start);
     if (plink < 0) return -1;
-    if (u->onPath && book(u, u->ls->bbw, plink, u->mult, u->amount()) < 0) return -1;
+    if (u->onPath && book(u, kActivated, plink, u->mult, u->amount()) < 0) return -1;
     if (u->primHop < 0) return 0;
     // Between head and merge point the backup bypasses the primary; before and behind,
     // the primary keeps flowing when the protected link fails.
     const Long end = indexOf(prim, path->cont[path->top - 1], start);
     if (start <= u->primHop && u->primHop < end) return 0;
-    return book(u, u->ls->fbw, plink, -u->mult, u->amount());
+    return book(u, kFreed, plink, -u->mult, u->amount());
 }
 
 int updateGlobalBackup(Update* u) {
@@ -132,10 +165,10 @@ int updateGlobalBackup(Update* u) {
     const Long start = path->top > 0 ? indexOf(prim, path->cont[0]) : -1;
     if (start < 0) return FAIL_WITH(-1, "Cannot determine the link to protect");
     const Long end = prim->top - 1;
-    if (u->onPath && bookHops(u, u->ls->bbw, prim, start, end, u->mult) < 0) return -1;
+    if (u->onPath && bookHops(u, kActivated, prim, start, end, u->mult) < 0) return -1;
     if (u->primHop < 0) return 0;
     // Every hop of the primary gets this, inside the protected segment too.
-    return bookHops(u, u->ls->fbw, prim, 0, start, -u->mult);
+    return bookHops(u, kFreed, prim, 0, start, -u->mult);
 }
 
 int dispatch(Update* u) {
@@ -147,6 +180,61 @@ int dispatch(Update* u) {
         default:
             return updatePrimary(u);
     }
+}
+
+// Applies the LSP to the tables of the link from src to dst, those that u has been given.
+// 1 if they changed, 0 if the LSP does not concern the link, -1 on failure, changes made
+// so far staying.
+int apply(Update* u, DataBase* dataBase, Long src, Long dst,
+          const DBLabelSwitchedPath* lsp, operation op) {
+    u->dataBase = dataBase;
+    u->lsp = lsp;
+    u->onPath = hopIndex(&lsp->path, src, dst) >= 0;
+    findPartner(u, src, dst);
+    u->primHop = isBackup(lsp->type) ? hopIndex(&lsp->primPath, src, dst) : -1;
+    if (!u->onPath && u->primHop < 0) return 0;
+
+    if (op != SETUP && op != REMOVE)
+        return FAIL_WITH(-1, "Bad argument (unknown operation)");
+    u->mult = op == SETUP ? 1.0 : -1.0;
+    return dispatch(u) < 0 ? -1 : 1;
+}
+
+// An empty list with room for what a trial of the LSP can change at most; null if there
+// is no memory.
+BookChangeVec* roomForTrial(DataBase* dataBase, const DBLabelSwitchedPath* lsp) {
+    DBWorkspace* work = workspaceOf(dataBase);
+    if (work == nullptr) return nullptr;
+    BookChangeVec* changes = &work->changes;
+    const Long most = lsp->path.top + 2 * lsp->primPath.top + 1;
+    if (most > changes->size) {
+        void* cont =
+            myrealloc(changes->cont, static_cast<std::size_t>(most) * sizeof(BookChange));
+        if (cont == nullptr) return nullptr;
+        *changes = {most, 0, static_cast<BookChange*>(cont)};
+    }
+    changes->top = 0;
+    return changes;
+}
+
+// rbw of an image as it is, and what its book says of it.
+void reserve(DataBase* dataBase, const LinkImage& image) {
+    LinkBook* book = image.book;
+    unsigned reserved = 0;
+    unsigned overfull = 0;
+    for (int oa = 0; oa < kClasses; oa++) {
+        addNeeds(worstNeed(dataBase, image.topology, &book->classes[oa]).level,
+                 image.pbw[oa], image.rbw[oa]);
+        double total = 0.0;
+        for (double level : image.rbw[oa]) {
+            total += level;
+            if (level != 0.0) reserved |= 1U << oa;
+        }
+        if (total > image.cap[oa]) overfull |= 1U << oa;
+    }
+    book->rbwVersion = image.topology->version;
+    book->reserved = static_cast<std::uint8_t>(reserved);
+    book->overfull = static_cast<std::uint8_t>(overfull);
 }
 
 // Makes the temporary LSP that stands for a request.
@@ -180,19 +268,69 @@ int updateLS(DataBase* dataBase, Long src, Long dst, DBLinkState* ls,
     if (dataBase == nullptr || ls == nullptr || lsp == nullptr)
         return FAIL_WITH(-1, "Bad argument (NULL)");
     Update u = {};
-    u.dataBase = dataBase;
-    u.ls = ls;
-    u.lsp = lsp;
-    u.onPath = hopIndex(&lsp->path, src, dst) >= 0;
-    findPartner(&u, src, dst);
-    u.primHop = isBackup(lsp->type) ? hopIndex(&lsp->primPath, src, dst) : -1;
-    if (!u.onPath && u.primHop < 0) return 0;
+    u.tables = {ls->pbw, &ls->bbw, &ls->fbw, nullptr, nullptr};
+    const int ret = apply(&u, dataBase, src, dst, lsp, op);
+    if (ret > 0) computeRBW(dataBase, ls->rbw, ls->pbw, ls->bbw, ls->fbw);
+    return std::min(ret, 0);
+}
 
-    if (op != SETUP && op != REMOVE)
-        return FAIL_WITH(-1, "Bad argument (unknown operation)");
-    u.mult = op == SETUP ? 1.0 : -1.0;
-    if (dispatch(&u) < 0) return -1;
-    computeRBW(dataBase, ls->rbw, ls->pbw, ls->bbw, ls->fbw);
+int updateImage(DataBase* dataBase, const LinkImage& image, Long src, Long dst,
+                DBLabelSwitchedPath* lsp, operation op) {
+    Update u = {};
+    u.tables = {image.pbw, nullptr, nullptr, image.book, nullptr};
+    image.book->rbwVersion = 0;
+    const int ret = apply(&u, dataBase, src, dst, lsp, op);
+    if (ret > 0) reserve(dataBase, image);
+    return std::min(ret, 0);
+}
+
+int updateLink(DataBase* dataBase, DBLink* link, Long src, Long dst,
+               DBLabelSwitchedPath* lsp, operation op) {
+    linkChanged(dataBase, link);
+    const DBTopology* topology = currentTopology(dataBase);
+    LinkBook* book = topology != nullptr ? packedBook(link) : nullptr;
+    DBLinkState* ls = &link->state;
+    if (book == nullptr)
+        return unpackLink(link) < 0 ? -1 : updateLS(dataBase, src, dst, ls, lsp, op);
+    return updateImage(dataBase, imageOf(topology, link), src, dst, lsp, op);
+}
+
+int trialRows(DataBase* dataBase, const LinkImage& image, Long src, Long dst,
+              DBLabelSwitchedPath* lsp, TrialRows* rows) {
+    rows->changed = 0;
+    BookChangeVec* changes = roomForTrial(dataBase, lsp);
+    if (changes == nullptr) return -1;
+    double pbw[kClasses][kLevels];
+    for (int oa = 0; oa < kClasses; oa++)
+        if (lsp->bw[oa] != 0.0) std::copy_n(image.pbw[oa], kLevels, pbw[oa]);
+    Update u = {};
+    u.tables = {pbw, nullptr, nullptr, nullptr, changes};
+    const int ret = apply(&u, dataBase, src, dst, lsp, SETUP);
+    if (ret <= 0) return ret;
+    for (int oa = 0; oa < kClasses; oa++) {
+        if (lsp->bw[oa] == 0.0) continue;
+        const bool raises = isBackup(lsp->type) && lsp->bw[oa] > 0.0;
+        const WorstNeed worst =
+            worstNeedAfter(dataBase, image.topology, &image.book->classes[oa], oa,
+                           {changes, lsp->precedence, raises});
+        addNeeds(worst.level, pbw[oa], rows->rbw[oa]);
+        rows->changed |= 1U << oa;
+    }
+    return 1;
+}
+
+int trialSetup(DataBase* dataBase, const LinkImage& image, Long src, Long dst,
+               DBLabelSwitchedPath* lsp, double (&rbw)[kClasses][kLevels]) {
+    TrialRows rows;
+    const int ret = trialRows(dataBase, image, src, dst, lsp, &rows);
+    if (ret < 0) return -1;
+    for (int oa = 0; oa < kClasses; oa++) {
+        const bool changed = (rows.changed >> oa & 1U) != 0;
+        std::copy_n(changed ? rows.rbw[oa] : image.rbw[oa], kLevels, rbw[oa]);
+        if (changed || ret == 0 || isFresh(image)) continue;
+        addNeeds(worstNeed(dataBase, image.topology, &image.book->classes[oa]).level,
+                 image.pbw[oa], rbw[oa]);
+    }
     return 0;
 }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "database/database.h"
+#include "database/stored_link.h"
+#include "database/workspace.h"
 #include "error/error.h"
 #include "predicate/predicate.h"
 #include "rerouting/rerouting.h"
@@ -13,20 +15,19 @@ namespace {
 
 // Calls act(link, src, dst) for every hop of the LSP's path and, for a backup, for the
 // hops of its primary's path whose links are not on its own. act returns false to end
-// the walk. `link` is null for a hop without a link. `isProcessed` has a zeroed slot per
-// link id and is left marked.
+// the walk. `link` is null for a hop without a link. `handled` is cleared by startWalk
+// and left with the links of the walk.
 template <class Act>
-void forEachHop(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongVec* isProcessed,
-                Act act) {
+void forEachHop(DataBase* dataBase, DBLabelSwitchedPath* lsp, Stamps* handled, Act act) {
     bool primPart = false;
     for (const LongList* nodes : {&lsp->path, &lsp->primPath}) {
         for (Long i = 0; i < nodes->top - 1; i++) {
             const Long src = nodes->cont[i];
             const Long dst = nodes->cont[i + 1];
             DBLink* link = findLink(&dataBase->linkTab, src, dst);
-            if (primPart && link != nullptr && isProcessed->cont[link->id] != 0) continue;
+            if (primPart && link != nullptr && isMarked(handled, link->id)) continue;
             if (!act(link, src, dst, primPart)) return;
-            if (link != nullptr) isProcessed->cont[link->id] = 1;
+            if (link != nullptr) mark(handled, link->id);
         }
         if (!isBackup(lsp->type)) return;
         primPart = true;
@@ -39,7 +40,7 @@ class Admission {
     Admission(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList)
         : dataBase_(dataBase), lsp_(lsp), preemptList_(preemptList) {}
 
-    int run(LongVec* isProcessed) {
+    int run(Stamps* handled) {
         if (longVecInit(&idList_, -1) < 0)
             return FAIL_WITH(-1, "Unable to initialize list of longs");
         int ret = 0;
@@ -47,7 +48,7 @@ class Admission {
             ret = askLink(link, src, dst);
             return ret == 0 && allowed_;
         };
-        forEachHop(dataBase_, lsp_, isProcessed, ask);
+        forEachHop(dataBase_, lsp_, handled, ask);
         return ret;
     }
 
@@ -59,7 +60,7 @@ class Admission {
             PUSH_ERROR(CRITICAL, "Inexistent Link (src = %d, dst = %d)", src, dst);
             return FAIL_WITH(-1, "Unable to get the list of LSPs carried by the link");
         }
-        allowed_ = isValidLSPLink(dataBase_, src, dst, &link->state, lsp_, rerouteGain_);
+        allowed_ = isValidStoredLink(dataBase_, link, src, dst, lsp_, rerouteGain_);
         // The link that refuses the LSP is asked for its victims all the same.
         idList_.top = 0;
         if (chooseReroutedLSPs(lsp_->precedence, &link->state, &link->lspList,
@@ -80,8 +81,12 @@ class Admission {
     bool allowed_ = true;
 };
 
-int initProcessed(DataBase* dataBase, LongVec* isProcessed) {
-    return longVecInit(isProcessed, dataBase->linkSrcVec.size);
+// Marks for one walk, all cleared; null if there is no memory.
+Stamps* startWalk(DataBase* dataBase) {
+    DBWorkspace* work = workspaceOf(dataBase);
+    if (work == nullptr) return nullptr;
+    Stamps* handled = &work->stamps[HANDLED_LINKS];
+    return clearStamps(handled, dataBase->linkSrcVec.size) == 0 ? handled : nullptr;
 }
 
 // A stored copy of the LSP, or null.
@@ -110,30 +115,27 @@ bool setPartner(DataBase* dataBase, const DBLabelSwitchedPath* lsp, Long id) {
 }
 
 // Books the stored LSP on its links, as far as that goes.
-int bookLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongVec* isProcessed) {
+int bookLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, Stamps* handled) {
     int ret = 0;
-    forEachHop(dataBase, lsp, isProcessed,
-               [&](DBLink* link, Long src, Long dst, bool prim) {
-                   if (!prim && DBlspListInsert(&link->lspList, lsp) < 0) ret = -1;
-                   if (updateLS(dataBase, src, dst, &link->state, lsp, SETUP) < 0)
-                       ret = -1;
-                   return true;
-               });
+    forEachHop(dataBase, lsp, handled, [&](DBLink* link, Long src, Long dst, bool prim) {
+        if (!prim && DBlspListInsert(&link->lspList, lsp) < 0) ret = -1;
+        if (updateLink(dataBase, link, src, dst, lsp, SETUP) < 0) ret = -1;
+        return true;
+    });
     return ret;
 }
 
-int unbookLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongVec* isProcessed) {
+int unbookLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, Stamps* handled) {
     int ret = 0;
-    forEachHop(
-        dataBase, lsp, isProcessed, [&](DBLink* link, Long src, Long dst, bool prim) {
-            if (link == nullptr) {
-                ret = FAIL_WITH(-1, "Inexistent Link (src = %d, dst = %d)", src, dst);
-                return true;
-            }
-            if (!prim && DBlspListRemove(&link->lspList, lsp) < 0) ret = -1;
-            if (updateLS(dataBase, src, dst, &link->state, lsp, REMOVE) < 0) ret = -1;
+    forEachHop(dataBase, lsp, handled, [&](DBLink* link, Long src, Long dst, bool prim) {
+        if (link == nullptr) {
+            ret = FAIL_WITH(-1, "Inexistent Link (src = %d, dst = %d)", src, dst);
             return true;
-        });
+        }
+        if (!prim && DBlspListRemove(&link->lspList, lsp) < 0) ret = -1;
+        if (updateLink(dataBase, link, src, dst, lsp, REMOVE) < 0) ret = -1;
+        return true;
+    });
     return ret;
 }
 
@@ -142,19 +144,17 @@ int unbookLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongVec* isProcessed
 int DBaddLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList) {
     if (dataBase == nullptr || lsp == nullptr)
         return FAIL_WITH(-1, "Bad argument (NULL)");
-    ScopedLongList isProcessed;
-    if (initProcessed(dataBase, &isProcessed) < 0)
-        return FAIL_WITH(-1, "Unable to initialize vector of longs");
+    Stamps* handled = startWalk(dataBase);
+    if (handled == nullptr) return FAIL_WITH(-1, "Unable to initialize vector of longs");
     Admission admission(dataBase, lsp, preemptList);
-    if (admission.run(&isProcessed) < 0) return -1;
+    if (admission.run(handled) < 0) return -1;
     if (!admission.allowed()) return FAIL_WITH(-1, "LSP refused by the predicate");
 
     DBLabelSwitchedPath* stored = storeCopy(dataBase, lsp);
     if (stored == nullptr) return -1;
     if (stored->noContentionId >= 0 && !setPartner(dataBase, stored, stored->id))
         stored->noContentionId = -1;
-    std::fill(isProcessed.cont, isProcessed.cont + isProcessed.size, 0);
-    if (bookLSP(dataBase, stored, &isProcessed) < 0)
+    if (bookLSP(dataBase, stored, startWalk(dataBase)) < 0)
         return FAIL_WITH(-1, "LSP addition uncomplete");
     return 0;
 }
@@ -164,11 +164,10 @@ int DBremoveLSP(DataBase* dataBase, Long id) {
     DBLabelSwitchedPath* lsp = DBgetLSP(dataBase, id);
     if (lsp == nullptr)
         return FAIL_WITH(-1, "Trying to remove inexistent LSP (id = %d)", id);
-    ScopedLongList isProcessed;
-    if (initProcessed(dataBase, &isProcessed) < 0)
-        return FAIL_WITH(-1, "LSP removal uncomplete");
+    Stamps* handled = startWalk(dataBase);
+    if (handled == nullptr) return FAIL_WITH(-1, "LSP removal uncomplete");
 
-    int ret = unbookLSP(dataBase, lsp, &isProcessed);
+    int ret = unbookLSP(dataBase, lsp, handled);
     if (DBlspVecRemove(&dataBase->lspVec, id) < 0) ret = -1;
     if (lsp->noContentionId >= 0) setPartner(dataBase, lsp, -1);
     DBlspDestroy(lsp);
@@ -178,8 +177,7 @@ int DBremoveLSP(DataBase* dataBase, Long id) {
 int getpreemptList(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList) {
     if (dataBase == nullptr || lsp == nullptr)
         return FAIL_WITH(-1, "Bad argument (NULL)");
-    ScopedLongList isProcessed;
-    if (initProcessed(dataBase, &isProcessed) < 0)
-        return FAIL_WITH(-1, "Unable to initialize vector of longs");
-    return Admission(dataBase, lsp, preemptList).run(&isProcessed);
+    Stamps* handled = startWalk(dataBase);
+    if (handled == nullptr) return FAIL_WITH(-1, "Unable to initialize vector of longs");
+    return Admission(dataBase, lsp, preemptList).run(handled);
 }

@@ -93,14 +93,19 @@ void reserve(const Need* gbw, Long failures, const double (&pbw)[kLevels],
     for (Long f = 0; f < failures; f++)
         for (int p = 0; p < kLevels; p++)
             if (gbw[f][p] > worst[p]) worst[p] = gbw[f][p];
+    addNeeds(worst, pbw, rbw);
+}
+
+}  // namespace
+
+void addNeeds(const double (&worst)[kLevels], const double (&pbw)[kLevels],
+              double (&rbw)[kLevels]) {
     double oldM = 0.0;
     for (int p = 0; p < kLevels; p++) {
         rbw[p] = pbw[p] + worst[p] - oldM;
         oldM = worst[p];
     }
 }
-
-}  // namespace
 
 int computeRBW(DataBase* dataBase, double rbw[kClasses][kLevels],
                double pbw[kClasses][kLevels], DoubleVec bbw[kClasses][kLevels],

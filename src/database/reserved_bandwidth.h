@@ -19,3 +19,7 @@
 int computeRBW(DataBase* dataBase, double rbw[kClasses][kLevels],
                double pbw[kClasses][kLevels], DoubleVec bbw[kClasses][kLevels],
                DoubleVec fbw[kClasses][kLevels]);
+
+// rbw of one class from pbw and the worst needs, the M(p) above.
+void addNeeds(const double (&worst)[kLevels], const double (&pbw)[kLevels],
+              double (&rbw)[kLevels]);

@@ -29,3 +29,7 @@ bool isValidRequestLink(DataBase* dataBase, Long src, Long dst, DBLinkState* ls,
 // The same for an LSP with its whole path.
 bool isValidLSPLink(DataBase* dataBase, Long src, Long dst, DBLinkState* ls,
                     DBLabelSwitchedPath* lsp, double* gain);
+
+// The same for the stored link between the two, without a copy of its state.
+bool isValidStoredLink(DataBase* dataBase, DBLink* link, Long src, Long dst,
+                       DBLabelSwitchedPath* lsp, double* gain);

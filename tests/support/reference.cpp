@@ -4,6 +4,7 @@
 #include <map>
 #include <tuple>
 
+#include "database/stored_link.h"
 #include "support/support.h"
 
 namespace {
@@ -113,7 +114,8 @@ void expectLinkMatches(DataBase* db, const DBLink* link) {
         if (lsp->type == 0 && crosses) addPrimary(db, &cells, link->id, lsp);
     }
     reserve(db, &cells);
-    subtract(&cells, link->state);
+    subtract(&cells,
+             *fullState(db, DBgetLinkSrc(db, link->id), DBgetLinkDst(db, link->id)));
     std::erase_if(cells, [](const auto& cell) { return cell.second == 0.0; });
     EXPECT_THAT(cells, IsEmpty()) << "differences on link " << link->id;
     std::sort(crossing.begin(), crossing.end());

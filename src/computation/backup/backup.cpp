@@ -4,50 +4,47 @@
 #include <cstdio>
 
 #include "computation/backup/backup_request.h"
+#include "computation/backup/working_links.h"
 #include "computation/computation.h"
 #include "database/database.h"
+#include "database/workspace.h"
 #include "error/error.h"
 
 #define ERROR_SOURCE "computation/backup/backup.c"
 
 namespace {
 
-// Everything one call works with: its own link states, on which the backups chosen so
-// far are booked, and a search node per node.
+// Everything one call works with.
 class BackupSearch {
   public:
-    BackupSearch(DataBase* dataBase, DBLabelSwitchedPath* primary, BackupType type)
+    BackupSearch(DataBase* dataBase, const DBTopology* topology,
+                 DBLabelSwitchedPath* primary, BackupType type)
         : dataBase_(dataBase),
+          topology_(topology),
+          work_(workspaceOf(dataBase)),
           primary_(primary),
           type_(type),
-          nbLinks_(dataBase->linkSrcVec.top),
-          nbNodes_(dataBase->nodeVec.top) {
+          links_(dataBase, topology, primary, type) {
         CPinitPQ(&queue_);
     }
-
-    ~BackupSearch() {
-        CPendPQ(&queue_);
-        for (Long id = 0; lsList_ != nullptr && id < nbLinks_; id++)
-            if (lsList_[id] != nullptr && DBlinkStateDestroy(lsList_[id]) < 0)
-                PUSH_ERROR(CRITICAL, "Something went wrong while clearing a structure");
-        myfree(lsList_);
-        for (Long id = 0; nodeList_ != nullptr && id < nbNodes_; id++)
-            myfree(nodeList_[id]);
-        myfree(nodeList_);
-    }
-
+    ~BackupSearch() { CPendPQ(&queue_); }
     BackupSearch(const BackupSearch&) = delete;
     BackupSearch& operator=(const BackupSearch&) = delete;
 
     int init() {
-        lsList_ = newTable<DBLinkState>(nbLinks_);
-        nodeList_ = newTable<CPDijkNode>(nbNodes_);
-        if (lsList_ == nullptr || nodeList_ == nullptr)
+        nodes_ = scratchArray<CPDijkNode>(&work_->scratches[BACKUP_NODES],
+                                          topology_->nodeSlots);
+        if (nodes_ == nullptr || links_.init() < 0)
             return FAIL_WITH(-1, "Cannot allocate a required structure");
-        for (Long id = 0; id < nbLinks_; id++) lsList_[id] = duplicateState(id);
-        for (Long id = 0; id < nbNodes_; id++)
-            nodeList_[id] = newSearchNode(dataBase_->nodeVec.cont[id]);
-        return longVecInit(&forbiddenLinks_, -1);
+        for (Long id = 0; id < topology_->linkSlots; id++) {
+            const TopoLink& link = topology_->byId[id];
+            if (link.link == nullptr)
+                PUSH_ERROR(
+                    INFO,
+                    "Warning there is no link numbered %d : src = %d, dst = %d ....", id,
+                    link.tail, link.head);
+        }
+        return 0;
     }
 
     // One backup per link of the primary, the last link first.
@@ -56,12 +53,11 @@ class BackupSearch {
         const Long nbBackups = path->top - 1;
         if (fillRequests(reqList, nbBackups) < 0) return -1;
         for (Long j = nbBackups - 1; j >= 0; j--) {
-            forbiddenLinks_.top = 0;
-            if (forbidLinksInto(path->cont[j + 1]) < 0) return -1;
+            if (clearForbidden() < 0 || forbidLinksInto(path->cont[j + 1]) < 0) return -1;
             CPDijkNode* end = search(path->cont[j], j + 1);
             if (end == nullptr) {
-                forbiddenLinks_.top = 0;
-                if (forbidHop(j) < 0) return -1;
+                if (clearForbidden() < 0) return -1;
+                forbidHop(j);
                 end = search(path->cont[j], j + 1);
             }
             if (end == nullptr) {
@@ -77,17 +73,16 @@ class BackupSearch {
     int protectGlobally(LSPRequestList* reqList) {
         const Long last = primary_->path.top - 1;
         if (fillRequests(reqList, 1) < 0) return -1;
-        forbiddenLinks_.top = 0;
+        if (clearForbidden() < 0) return -1;
         for (Long i = 1; i < last; i++)
             if (forbidLinksInto(primary_->path.cont[i]) < 0) return -1;
-        if (last >= 1 && forbidHop(last - 1) < 0) return -1;
+        if (last >= 1) forbidHop(last - 1);
         CPDijkNode* end = searchGlobally();
         if (end == nullptr) {
             std::printf("Switching from node to link protection for lsp number: %d\n",
                         primary_->id);
-            forbiddenLinks_.top = 0;
-            for (Long hop = 0; hop < last; hop++)
-                if (forbidHop(hop) < 0) return -1;
+            if (clearForbidden() < 0) return -1;
+            for (Long hop = 0; hop < last; hop++) forbidHop(hop);
             end = searchGlobally();
         }
         if (end == nullptr) {
@@ -99,49 +94,15 @@ class BackupSearch {
     }
 
   private:
-    template <class T>
-    static T** newTable(Long size) {
-        return static_cast<T**>(mycalloc(static_cast<std::size_t>(size), sizeof(T*)));
-    }
-
-    // A copy of the link's state; null, with a message, if there is none.
-    DBLinkState* duplicateState(Long id) {
-        const Long src = DBgetLinkSrc(dataBase_, id);
-        const Long dst = DBgetLinkDst(dataBase_, id);
-        if (src == -1 || dst == -1) {
-            PUSH_ERROR(INFO,
-                       "Warning there is no link numbered %d : src = %d, dst = %d ....",
-                       id, src, dst);
-            return nullptr;
-        }
-        DBLinkState* state = DBgetLinkState(dataBase_, src, dst);
-        if (state == nullptr) {
-            PUSH_ERROR(WARNING, "Oups there should be a link-state here");
-            return nullptr;
-        }
-        DBLinkState* copy = DBlinkStateNew();
-        if (copy == nullptr)
-            return FAIL_WITH(nullptr, "Cannot duplicate all the link-states");
-        if (DBlinkStateCopy(copy, state) < 0) {
-            DBlinkStateDestroy(copy);
-            return FAIL_WITH(nullptr, "Something went wrong while copying");
-        }
-        return copy;
-    }
-
-    CPDijkNode* newSearchNode(DBNode* node) {
-        if (node == nullptr) return nullptr;
-        auto* searchNode = static_cast<CPDijkNode*>(mycalloc(1, sizeof(CPDijkNode)));
-        if (searchNode == nullptr)
-            return FAIL_WITH(nullptr, "Cannot create the Dijk nodes");
-        searchNode->node = node;
-        searchNode->val = -1.0;
-        return searchNode;
-    }
-
-    // The search node of a node id; null for a node that has been removed.
+    // The node's record in the current search; null for a node that has been removed.
     CPDijkNode* searchNode(Long id) {
-        return id >= 0 && id < nbNodes_ ? nodeList_[id] : nullptr;
+        DBNode* node = findNode(&dataBase_->nodeVec, id);
+        if (node == nullptr) return nullptr;
+        if (!isMarked(&work_->stamps[REACHED_NODES], id)) {
+            mark(&work_->stamps[REACHED_NODES], id);
+            nodes_[id] = {nullptr, node, -1.0, false};
+        }
+        return &nodes_[id];
     }
 
     int fillRequests(LSPRequestList* reqList, Long size) {
@@ -151,28 +112,29 @@ class BackupSearch {
         return 0;
     }
 
-    int forbid(Long src, Long dst) {
-        return longVecPushBack(&forbiddenLinks_, DBgetLinkID(dataBase_, src, dst));
+    int clearForbidden() {
+        if (clearStamps(&work_->stamps[FORBIDDEN_LINKS], topology_->linkSlots) < 0)
+            return FAIL_WITH(-1, "Cannot allocate a required structure");
+        return 0;
     }
 
-    // The link from node `hop` of the primary to the next.
-    int forbidHop(Long hop) {
-        return forbid(primary_->path.cont[hop], primary_->path.cont[hop + 1]);
+    // Forbids a link if it exists.
+    void forbid(Long src, Long dst) {
+        const Long id = DBgetLinkID(dataBase_, src, dst);
+        if (id >= 0) mark(&work_->stamps[FORBIDDEN_LINKS], id);
+    }
+
+    // Forbids the link from node `hop` of the primary to the next.
+    void forbidHop(Long hop) {
+        forbid(primary_->path.cont[hop], primary_->path.cont[hop + 1]);
     }
 
     int forbidLinksInto(Long node) {
         const LongList* in = DBgetNodeInNeighb(dataBase_, node);
         if (in == nullptr)
             return FAIL_WITH(-1, "The protected node must have some neighbour");
-        for (Long i = 0; i < in->top; i++)
-            if (forbid(in->cont[i], node) < 0) return -1;
+        for (Long i = 0; i < in->top; i++) forbid(in->cont[i], node);
         return 0;
-    }
-
-    bool isForbidden(Long linkId) const {
-        const Long* end = forbiddenLinks_.cont + forbiddenLinks_.top;
-        return std::find(static_cast<const Long*>(forbiddenLinks_.cont), end, linkId) !=
-               end;
     }
 
     CPDijkNode* searchGlobally() {
@@ -184,13 +146,8 @@ class BackupSearch {
     // Returns the goal's search node, or null.
     CPDijkNode* search(Long start, Long firstGoal) {
         CPendPQ(&queue_);
-        for (Long id = 0; id < nbNodes_; id++) {
-            CPDijkNode* node = nodeList_[id];
-            if (node == nullptr) continue;
-            node->from = nullptr;
-            node->val = -1.0;
-            node->marked = false;
-        }
+        if (clearStamps(&work_->stamps[REACHED_NODES], topology_->nodeSlots) < 0)
+            return nullptr;
         CPDijkNode* node = searchNode(start);
         if (node == nullptr) return nullptr;
         node->val = 0.0;
@@ -213,14 +170,13 @@ class BackupSearch {
 
     void relaxNeighbours(CPDijkNode* node) {
         const Long id = node->node->id;
-        const LongList* out = DBgetNodeOutNeighb(dataBase_, id);
-        if (out == nullptr) return;
-        for (Long i = 0; i < out->top; i++) {
-            CPDijkNode* next = searchNode(out->cont[i]);
-            if (next == nullptr || next->marked) continue;
-            if (isForbidden(DBgetLinkID(dataBase_, id, out->cont[i]))) continue;
-            const double cost =
-                computeCost(dataBase_, lsList_, id, out->cont[i], node, primary_, type_);
+        if (links_.setTail(node) < 0) return;
+        for (Long i = topology_->firstOut[id]; i < topology_->firstOut[id + 1]; i++) {
+            const TopoLink& link = topology_->out[i];
+            CPDijkNode* next = searchNode(link.head);
+            if (next->marked || isMarked(&work_->stamps[FORBIDDEN_LINKS], link.id))
+                continue;
+            const double cost = links_.cost(link, node);
             if (cost < 0.0) continue;
             const double val = node->val + cost;
             if (next->val != -1.0 && !(val > 0.0 && next->val > val)) continue;
@@ -230,34 +186,23 @@ class BackupSearch {
         }
     }
 
-    // Applies the request to the working states of the links on its path.
-    void book(LSPRequest* req, operation op) {
-        for (Long i = 0; i < req->path.top - 1; i++) {
-            const Long src = req->path.cont[i];
-            const Long dst = req->path.cont[i + 1];
-            const Long id = DBgetLinkID(dataBase_, src, dst);
-            if (id >= 0) evalLS(dataBase_, src, dst, lsList_[id], lsList_[id], req, op);
-        }
-    }
-
     // Writes the path found into the request; searches to come see its bandwidth.
     int record(LSPRequest* req, const CPDijkNode* end) {
-        book(req, REMOVE);
+        links_.book(req, REMOVE);
         req->path.top = 0;
         if (pushChain(&req->path, end) < 0) return -1;
-        book(req, SETUP);
+        links_.book(req, SETUP);
         return 0;
     }
 
     DataBase* dataBase_;
+    const DBTopology* topology_;
+    DBWorkspace* work_;
     DBLabelSwitchedPath* primary_;
     BackupType type_;
-    Long nbLinks_;  // link id slots
-    Long nbNodes_;  // node id slots
-    DBLinkState** lsList_ = nullptr;
-    CPDijkNode** nodeList_ = nullptr;
+    WorkingLinks links_;
+    CPDijkNode* nodes_ = nullptr;  // by node id; valid where the search has been
     CPPrioQueue queue_;
-    ScopedLongList forbiddenLinks_;
 };
 
 }  // namespace
@@ -267,7 +212,9 @@ int computeBackup(DataBase* dataBase, LSPRequestList* reqList, Long lspID,
     if (dataBase == nullptr || reqList == nullptr) return FAIL_WITH(-1, "Wrong argument");
     DBLabelSwitchedPath* primary = DBgetLSP(dataBase, lspID);
     if (primary == nullptr) return FAIL_WITH(-1, "Cannot find lsp ID %d", lspID);
-    BackupSearch search(dataBase, primary, type);
+    const DBTopology* topology = currentTopology(dataBase);
+    if (topology == nullptr) return FAIL_WITH(-1, "Cannot allocate a required structure");
+    BackupSearch search(dataBase, topology, primary, type);
     if (search.init() < 0) return -1;
     switch (type) {
         case NO_BACKUP:

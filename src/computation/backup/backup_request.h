@@ -1,4 +1,4 @@
-// What the search for backups and its link cost make requests from.
+// What the search for backups and its plain link cost have in common.
 #pragma once
 
 #include "computation/backup/backup_st.h"
@@ -12,3 +12,12 @@ void fillBackupRequest(LSPRequest* req, const DBLabelSwitchedPath* primary,
 // Appends the nodes from dn back to the start of its search, then reverses the list:
 // path = start, ..., dn and what the list held before, in reverse.
 int pushChain(LongList* path, const CPDijkNode* dn);
+
+// Cost of a link on which a backup of the primary changes rbw from before to after, or -1
+// if that does not fit.
+double costOfReservation(const double (*before)[kLevels], const double (*after)[kLevels],
+                         const double* cap, const DBLabelSwitchedPath* primary, Long dst);
+
+// The same from the sums over all of rbw.
+double costOfIncrease(double before, double after, const DBLabelSwitchedPath* primary,
+                      Long dst);

@@ -15,19 +15,19 @@ namespace {
 constexpr double kReservationWeight = 10.0 / 11.0;
 constexpr double kLengthWeight = 1.0 / 11.0;
 
-double totalReserved(const DBLinkState* ls) {
+double totalReserved(const double (*rbw)[kLevels]) {
     double total = 0.0;
-    for (const auto& levels : ls->rbw)
-        for (double level : levels) total += level;
+    for (int oa = 0; oa < kClasses; oa++)
+        for (double level : rbw[oa]) total += level;
     return total;
 }
 
 // Backups preempt nobody: the whole reservation has to fit.
-bool fits(const DBLinkState* ls) {
+bool fits(const double (*rbw)[kLevels], const double* cap) {
     for (int oa = 0; oa < kClasses; oa++) {
         double reserved = 0.0;
-        for (double level : ls->rbw[oa]) reserved += level;
-        if (reserved > ls->cap[oa]) return false;
+        for (double level : rbw[oa]) reserved += level;
+        if (reserved > cap[oa]) return false;
     }
     return true;
 }
@@ -66,11 +66,20 @@ double computeCost(DataBase* dataBase, DBLinkState** lsList, Long src, Long dst,
         PUSH_ERROR(WARNING, "Error while computing new link state");
         return -1.0;
     }
-    if (!fits(&newLS)) return -1.0;
+    return costOfReservation(lsList[id]->rbw, newLS.rbw, newLS.cap, lsp, dst);
+}
 
+double costOfReservation(const double (*before)[kLevels], const double (*after)[kLevels],
+                         const double* cap, const DBLabelSwitchedPath* lsp, Long dst) {
+    if (!fits(after, cap)) return -1.0;
+    return costOfIncrease(totalReserved(before), totalReserved(after), lsp, dst);
+}
+
+double costOfIncrease(double before, double after, const DBLabelSwitchedPath* lsp,
+                      Long dst) {
     double bandwidth = 0.0;
     for (double bw : lsp->bw) bandwidth += bw;
-    const double change = totalReserved(&newLS) - totalReserved(lsList[id]);
+    const double change = after - before;
     const double increase = change < 0.0 ? 0.0 : change;
     return increase * kReservationWeight +
            kLengthWeight * lengthTerm(&lsp->primPath, dst) * bandwidth;

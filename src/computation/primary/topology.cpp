@@ -6,6 +6,7 @@
 
 #include "computation/primary/primaryPath.h"
 #include "database/database.h"
+#include "database/stored_link.h"
 #include "error/error.h"
 #include "predicate/predicate.h"
 
@@ -85,7 +86,7 @@ class Builder {
     // Appends the link from src to dst, seen from the side of `vec`, if it admits the
     // request.
     int appendIfValid(BKConnectVec* vec, Long neighbId, Long src, Long dst) {
-        BKConnect connect = {neighbId, DBgetLinkState(dataBase_, src, dst), {}};
+        BKConnect connect = {neighbId, fullState(dataBase_, src, dst), {}};
         if (!isValidRequestLink(dataBase_, src, dst, connect.linkState, req_,
                                 connect.info.gain))
             return 0;

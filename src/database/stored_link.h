@@ -1,0 +1,58 @@
+// Updates and trials of stored links, packed where that is possible.
+//
+// Private to the library; results are those of updateLS and evalLS, to the last bit.
+#pragma once
+
+#include "database/database_st.h"
+#include "database/link_book.h"
+#include "database/link_update.h"
+#include "database/topology.h"
+
+// Applies the LSP to a stored link, as updateLS does to the link's state.
+int updateLink(DataBase* dataBase, DBLink* link, Long src, Long dst,
+               DBLabelSwitchedPath* lsp, operation op);
+
+// The tables of a packed link, or of a working copy of one.
+struct LinkImage {
+    const DBTopology* topology;
+    LinkBook* book;
+    const double* cap;
+    double (*pbw)[kLevels];
+    double (*rbw)[kLevels];
+};
+
+inline LinkImage imageOf(const DBTopology* topology, DBLink* link) {
+    DBLinkState* state = &link->state;
+    return {topology, link->book, state->cap, state->pbw, state->rbw};
+}
+
+// What a trial changes of rbw: the rows of some classes.
+struct TrialRows {
+    unsigned changed;  // bit per class
+    double rbw[kClasses][kLevels];
+};
+
+// Applies the LSP to the image.
+int updateImage(DataBase* dataBase, const LinkImage& image, Long src, Long dst,
+                DBLabelSwitchedPath* lsp, operation op);
+
+// The rows of rbw that a setup of the LSP on the image would change, from those of an
+// image that is up to date (isFresh). 0 if the LSP does not concern it and nothing would
+// change, else 1; -1, with messages, where evalLS would fail.
+int trialRows(DataBase* dataBase, const LinkImage& image, Long src, Long dst,
+              DBLabelSwitchedPath* lsp, TrialRows* rows);
+
+// Whether rbw is what the tables of the image give today, and so are the marks of its
+// book. Else a node or link has come or gone since, or nothing was ever booked.
+inline bool isFresh(const LinkImage& image) {
+    return image.book->rbwVersion == image.topology->version;
+}
+
+// rbw as it would be with the LSP set up on the image, which does not change. -1, with
+// messages, where evalLS would fail.
+int trialSetup(DataBase* dataBase, const LinkImage& image, Long src, Long dst,
+               DBLabelSwitchedPath* lsp, double (&rbw)[kClasses][kLevels]);
+
+// The state of a stored link with all its tables, for code that reads them; null, with
+// messages, if there is no link or no memory for them.
+DBLinkState* fullState(DataBase* dataBase, Long src, Long dst);
