@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "common/setup.h"
+#include "computation/primary/fast_search.h"
 #include "error/error.h"
 
 #define ERROR_SOURCE "computation/primary/primaryPath.c"
@@ -38,6 +39,24 @@ int walkBack(BKTopology* topo, LongList* path, Long src, Long dst) {
     return 0;
 }
 
+// The long road: builds a topology, searches it and reads the path out.
+int computeOnTopology(DataBase* dataBase, LSPRequest* req) {
+    ScopedTopo topo;
+    if (initTopo(&topo, -1) < 0)
+        return FAIL_WITH(-1, "Unable to initialize the topology structure");
+    if (fillTopo(dataBase, req, &topo) < 0)
+        return FAIL_WITH(-1, "Unable to build topology");
+    if (bellmanKalaba(&topo, req) < 0) return FAIL_WITH(-1, "Bellman-Kalaba failure");
+    if (updateRequest(&topo, req) < 0)
+        return FAIL_WITH(-1, "Unable to update requested path");
+    // The last entry, not getRequestDst: a path of one node is a path here.
+    const Long dst = req->path.cont[req->path.top - 1];
+    const BKNode* egress = bkNodeVecGet(&topo.nodeVec, nodePosition(&topo, dst));
+    if (egress == nullptr) return FAIL_WITH(-1, "Unable to get egress node");
+    COST += egress->info.cost;
+    return 0;
+}
+
 }  // namespace
 
 int getRequestSrc(LSPRequest* req) {
@@ -65,18 +84,15 @@ int computePrimaryPath(DataBase* dataBase, LSPRequest* req) {
     if (dataBase == nullptr || req == nullptr)
         return FAIL_WITH(-1, "Bad argument (NULL)");
     if (checkEnds(req) < 0) return FAIL_WITH(-1, "Unable to get requested source");
-    ScopedTopo topo;
-    if (initTopo(&topo, -1) < 0)
-        return FAIL_WITH(-1, "Unable to initialize the topology structure");
-    if (fillTopo(dataBase, req, &topo) < 0)
-        return FAIL_WITH(-1, "Unable to build topology");
-    if (bellmanKalaba(&topo, req) < 0) return FAIL_WITH(-1, "Bellman-Kalaba failure");
-    if (updateRequest(&topo, req) < 0)
-        return FAIL_WITH(-1, "Unable to update requested path");
-    // The last entry, not getRequestDst: a path of one node is a path here.
-    const Long dst = req->path.cont[req->path.top - 1];
-    const BKNode* egress = bkNodeVecGet(&topo.nodeVec, nodePosition(&topo, dst));
-    if (egress == nullptr) return FAIL_WITH(-1, "Unable to get egress node");
-    COST += egress->info.cost;
-    return 0;
+    double cost = 0.0;
+    switch (findPathFast(dataBase, req, &cost)) {
+        case FastResult::FOUND:
+            COST += cost;
+            return 0;
+        case FastResult::UNREACHABLE:
+            return FAIL_WITH(-1, "Unable to update requested path");
+        case FastResult::NOT_APPLICABLE:
+            return computeOnTopology(dataBase, req);
+    }
+    return -1;
 }

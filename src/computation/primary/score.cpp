@@ -5,6 +5,7 @@
 
 #include "common/setup.h"
 #include "computation/primary/primaryPath.h"
+#include "computation/primary/score_formulas.h"
 #include "error/error.h"
 #include "rerouting/rerouting.h"
 
@@ -14,74 +15,20 @@ namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-// NaN counts as in use.
-bool inUse(double weight) {
-    return weight != 0.0;
-}
-
 bool anyInUse(const double (&weights)[kClasses]) {
     for (double weight : weights)
         if (inUse(weight)) return true;
     return false;
 }
 
-// Primary bandwidth of one class, all levels.
-double loadOf(const DBLinkState* ls, int oa) {
-    double load = 0.0;
-    for (double level : ls->pbw[oa]) load += level;
-    return load;
-}
-
-// A load x on a link of capacity c costs slope * x + intercept * c.
-struct Segment {
-    double slope;
-    double intercept;
-};
-
-// Chosen by utilisation. The slope 10 of the published function is out of reach, since
-// its bound is 0 instead of 0.9: utilisations from 2/3 to 1 cost with slope 70. The last
-// intercept is this system's own. All values are of single precision, widened.
-Segment segmentAt(double utilisation) {
-    if (utilisation < 1.0F / 3.0F) return {1.0, 0.0};
-    if (utilisation < 2.0F / 3.0F) return {3.0, -2.0F / 3.0F};
-    if (utilisation < 0.0) return {10.0, -16.0F / 3.0F};
-    if (utilisation < 1.0) return {70.0, -178.0F / 3.0F};
-    if (utilisation < 1.1F) return {500.0, -1468.0F / 3.0F};
-    return {5000.0, -19468.0F / 3.0F};
-}
-
-// What the terms of one class read.
-struct ClassLoad {
-    double load;
-    double capacity;
-    double bw;  // asked for
-};
-
-// Both loads are priced with the segment of the load before the request.
-double congestionIncrease(const ClassLoad& l) {
-    const auto [a, k] = segmentAt(l.load / l.capacity);
-    return (a * (l.load + l.bw) + k * l.capacity) - (a * l.load + k * l.capacity);
-}
-
-double squaredLoadIncrease(const ClassLoad& l) {
-    return l.bw * l.bw + (l.bw + l.bw) * l.load;
-}
-
-double delayIncrease(const ClassLoad& l) {
-    return 1.0 / ((l.capacity - l.load) - l.bw) + -1.0 / (l.capacity - l.load);
-}
-
-// Adds the increase of nbLinks times the variance of link utilisation, the sum of
-// utilisations being `sum` before the request. False if it is infinite.
+// False if the load balance makes the score infinite.
 bool addLoadBalance(double* score, double weight, const ClassLoad& l, double sum,
                     double nbLinks) {
-    const double before = l.load / l.capacity;
-    const double after = (l.load + l.bw) / l.capacity;
-    *score = *score + after * (weight * after) - before * (before * weight);
-    const double newSum = sum + l.bw / l.capacity;
+    const Balance balance = balanceOf(weight, l);
+    *score = *score + balance.rise - balance.fall;
+    const double newSum = sum + balance.share;
     if (std::isinf(newSum)) return false;
-    *score = *score + newSum * ((-1.0 / nbLinks) * weight * newSum) +
-             (weight * (1.0 / nbLinks)) * sum * sum;
+    *score = addSums(*score, weight, newSum, sum, nbLinks);
     return true;
 }
 

@@ -2,14 +2,12 @@
 
 #include "common/memory.h"
 #include "computation/primary/primaryPath.h"
+#include "computation/primary/score_terms.h"
 #include "error/error.h"
 
 #define ERROR_SOURCE "computation/primary/primaryPath.c"
 
 namespace {
-
-// Smaller improvements count as none.
-constexpr double kMinGain = 1e-10;
 
 enum Flag : int { UNREACHED = 0, REACHED = 1, EXPANDED = 2 };
 
