@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "database/database.h"
+#include "database/need_rows.h"
 #include "database/stored_link.h"
 #include "database/workspace.h"
 #include "error/error.h"
@@ -145,10 +146,20 @@ DBLSPList* DBgetLinkLSPs(DataBase* dataBase, Long src, Long dst) {
     return link != nullptr ? &link->lspList : nullptr;
 }
 
+namespace {
+
+// Makes a stored link plain, for somebody who reads its tables or writes them.
+int openLink(DataBase* dataBase, DBLink* link) {
+    linkChanged(dataBase, link);
+    loseRows(dataBase);
+    return unpackLink(link);
+}
+
+}  // namespace
+
 DBLinkState* fullState(DataBase* dataBase, Long src, Long dst) {
     DBLink* link = existingLink(dataBase, src, dst);
-    if (link == nullptr || unpackLink(link) < 0) return nullptr;
-    linkChanged(dataBase, link);
+    if (link == nullptr || openLink(dataBase, link) < 0) return nullptr;
     return &link->state;
 }
 
@@ -161,8 +172,7 @@ DBLinkState* DBgetLinkState(DataBase* dataBase, Long src, Long dst) {
 int DBsetLinkState(DataBase* dataBase, Long src, Long dst, DBLinkState* newLS) {
     if (newLS == nullptr) return FAIL_WITH(-1, "Bad argument (NULL)");
     DBLink* link = existingLink(dataBase, src, dst);
-    if (link == nullptr || unpackLink(link) < 0) return -1;
-    linkChanged(dataBase, link);
+    if (link == nullptr || openLink(dataBase, link) < 0) return -1;
     if (DBlinkStateCopy(&link->state, newLS) < 0)
         return FAIL_WITH(-1, "Impossible to set linkstate on link (src = %d, dst = %d)",
                          src, dst);

@@ -1,7 +1,6 @@
 #include "database/link_book.h"
 
 #include <algorithm>
-#include <iterator>
 
 // A book stands for the vectors of a state; where it cannot grow, they could not.
 #define ERROR_SOURCE "common/common.c"
@@ -23,60 +22,8 @@ bool isEmpty(const BookEntry* entry) {
     return !entry->active && std::all_of(entry->fbw, entry->fbw + kLevels, zero);
 }
 
-Long lowerBound(const BookClass* cls, Long failure) {
-    const Long* first = cls->failures;
-    return static_cast<Long>(std::lower_bound(first, first + cls->top, failure) - first);
-}
-
-std::uint64_t presenceBit(Long failure) {
-    return std::uint64_t{1} << (failure & 63);
-}
-std::uint64_t* presenceWord(BookClass* cls, Long failure) {
-    return &cls->present[failure >> 6 & 3];
-}
-
 const BookEntry* findEntry(const BookClass* cls, Long failure) {
-    if ((cls->present[failure >> 6 & 3] & presenceBit(failure)) == 0) return nullptr;
-    const Long at = lowerBound(cls, failure);
-    return at < cls->top && cls->failures[at] == failure ? &cls->cont[at] : nullptr;
-}
-
-int growClass(BookClass* cls) {
-    const Long size = cls->size == 0 ? 4 : 2 * cls->size;
-    const auto slots = static_cast<std::size_t>(size);
-    void* failures = myrealloc(cls->failures, slots * sizeof(Long));
-    if (failures != nullptr) cls->failures = static_cast<Long*>(failures);
-    void* cont = myrealloc(cls->cont, slots * sizeof(BookEntry));
-    if (cont != nullptr) cls->cont = static_cast<BookEntry*>(cont);
-    if (failures == nullptr || cont == nullptr)
-        return FAIL_WITH(-1, "Critical lack of memory");
-    cls->size = size;
-    return 0;
-}
-
-// The index of a failure's entry, made if need be; -1, with a message, if there is no
-// memory.
-Long entryFor(BookClass* cls, Long failure) {
-    const Long at = lowerBound(cls, failure);
-    if (at < cls->top && cls->failures[at] == failure) return at;
-    if (cls->top >= cls->size && growClass(cls) < 0) return -1;
-    std::move_backward(cls->failures + at, cls->failures + cls->top,
-                       cls->failures + cls->top + 1);
-    std::move_backward(cls->cont + at, cls->cont + cls->top, cls->cont + cls->top + 1);
-    cls->failures[at] = failure;
-    cls->cont[at] = {};
-    *presenceWord(cls, failure) |= presenceBit(failure);
-    cls->top++;
-    return at;
-}
-
-void erase(BookClass* cls, Long at) {
-    std::move(cls->failures + at + 1, cls->failures + cls->top, cls->failures + at);
-    std::move(cls->cont + at + 1, cls->cont + cls->top, cls->cont + at);
-    cls->top--;
-    std::fill(std::begin(cls->present), std::end(cls->present), 0);
-    for (Long i = 0; i < cls->top; i++)
-        *presenceWord(cls, cls->failures[i]) |= presenceBit(cls->failures[i]);
+    return find(&cls->links, failure);
 }
 
 // What the walks over failures add up; cut off at 0 only in the result, since the sums
@@ -166,13 +113,6 @@ class Needs {
     const BookTrial* trial_ = nullptr;
 };
 
-// The head of a failing link; -1 if the id is free.
-Long headOf(const DBTopology* topology, Long failure) {
-    return failure < topology->linkSlots && topology->byId[failure].link != nullptr
-               ? topology->byId[failure].head
-               : -1;
-}
-
 // Raises `worst` by what a link's failure needs, and its head's unless that has been met.
 void raiseByFailure(const Needs& needs, const DBTopology* topology, Long failure,
                     Stamps* met, double* worst) {
@@ -185,27 +125,147 @@ void raiseByFailure(const Needs& needs, const DBTopology* topology, Long failure
 }
 
 // Only active entries, and changed ones, can need anything, on their own or with the
-// other links of their head. The failures of link `besides` and of its head are left out.
+// other links of their head.
 WorstNeed computeWorst(DataBase* dataBase, const DBTopology* topology,
-                       const BookClass* cls, const Needs& needs, const BookTrial* trial,
-                       Long besides = -1) {
+                       const BookClass* cls, const Needs& needs, const BookTrial* trial) {
     WorstNeed worst = {};
     worst.version = topology->version;
     Stamps* met = &workspaceOf(dataBase)->stamps[MET_NODES];
     if (clearStamps(met, topology->nodeSlots) < 0) met = nullptr;
-    const Long leftOut = besides >= 0 ? headOf(topology, besides) : -1;
-    for (Long i = 0; i < cls->top; i++) {
-        const Long failure = cls->failures[i];
-        if (!cls->cont[i].active || failure == besides) continue;
-        if (leftOut >= 0 && headOf(topology, failure) == leftOut)
-            needs.raiseByLink(worst.level, failure);
-        else
-            raiseByFailure(needs, topology, failure, met, worst.level);
-    }
+    for (Long i = 0; i < cls->links.top; i++)
+        if (cls->links.cont[i].active)
+            raiseByFailure(needs, topology, cls->links.ids[i], met, worst.level);
     for (Long i = 0; trial != nullptr && i < trial->changes->top; i++)
         raiseByFailure(needs, topology, trial->changes->cont[i].failure, met,
                        worst.level);
     return worst;
+}
+
+Balance balanceUpTo(const BookEntry& entry) {
+    Balance balance;
+    double sum = 0.0;
+    for (int p = 0; p < kLevels; p++)
+        balance.upTo[p] = sum += entry.bbw[p] - entry.fbw[p];
+    return balance;
+}
+
+void raiseTo(double* worst, const Balance& balance) {
+    for (int p = 0; p < kLevels; p++) worst[p] = std::max(worst[p], balance.upTo[p]);
+}
+
+// The same from exact balances, in any order.
+WorstNeed computeWorst(const DBTopology* topology, const BookClass* cls) {
+    WorstNeed worst = {};
+    worst.version = topology->version;
+    for (Long i = 0; i < cls->links.top && cls->links.ids[i] < topology->linkLimit; i++)
+        if (cls->links.cont[i].active && headOf(topology, cls->links.ids[i]) >= 0)
+            raiseTo(worst.level, balanceUpTo(cls->links.cont[i]));
+    for (Long i = 0; i < cls->nodes.top && cls->nodes.ids[i] < topology->nodeLimit; i++)
+        raiseTo(worst.level, cls->nodes.cont[i]);
+    return worst;
+}
+
+// Adds x from a level on.
+Balance shifted(const Balance& balance, int level, double x) {
+    Balance after = balance;
+    for (int p = level; p < kLevels; p++) after.upTo[p] += x;
+    return after;
+}
+
+// Keeps `worst` in step with a failure whose balance changes. False if it may have been
+// the worst failure and needs less now: the others are to be asked.
+bool follow(double* worst, const Balance& before, const Balance& after) {
+    for (int p = 0; p < kLevels; p++) {
+        const bool falls = after.upTo[p] < before.upTo[p];
+        if (falls && before.upTo[p] > 0.0 && before.upTo[p] >= worst[p]) return false;
+    }
+    raiseTo(worst, after);
+    return true;
+}
+
+// The same for a link and the node it enters, as far as their failures count. `link` and
+// `node` are their balances before.
+bool followBoth(const DBTopology* topology, double* worst, Long failure,
+                const Balance& link, Long head, const Balance& node, int level,
+                double x) {
+    return (failure >= topology->linkLimit ||
+            follow(worst, link, shifted(link, level, x))) &&
+           (head >= topology->nodeLimit || follow(worst, node, shifted(node, level, x)));
+}
+
+// Adds to the balance of the node that a failing link enters, and keeps the worst need
+// known if that is possible. `before` is the link's balance until now.
+void addToNode(const DBTopology* topology, LinkBook* book, BookClass* cls, Long failure,
+               const Balance& before, int level, double x) {
+    const Long head = headOf(topology, failure);
+    if (head < 0) return;
+    Balance* node = findOrAdd(&cls->nodes, head);
+    if (node == nullptr) {
+        book->nodesVersion = 0;
+        cls->worst.version = 0;
+        return;
+    }
+    if (cls->worst.version != topology->version ||
+        !followBoth(topology, cls->worst.level, failure, before, head, *node, level, x))
+        cls->worst.version = 0;
+    *node = shifted(*node, level, x);
+    constexpr Balance kNone = {};
+    if (std::equal(node->upTo, node->upTo + kLevels, kNone.upTo))
+        eraseValue(&cls->nodes, node);
+}
+
+// The amounts that a book is about; those of its state's pbw are given.
+template <class Act>
+void forEachAmount(const LinkBook* book, const double (*pbw)[kLevels], Act act) {
+    for (int oa = 0; oa < kClasses; oa++) {
+        for (int p = 0; p < kLevels; p++) act(pbw[oa][p]);
+        const IdMap<BookEntry>& links = book->classes[oa].links;
+        for (Long i = 0; i < links.top; i++)
+            for (int p = 0; p < kLevels; p++) {
+                act(links.cont[i].bbw[p]);
+                act(links.cont[i].fbw[p]);
+            }
+    }
+}
+
+int balanceNodes(const DBTopology* topology, BookClass* cls) {
+    cls->nodes.top = 0;
+    for (Long i = 0; i < cls->links.top; i++) {
+        const Long head = headOf(topology, cls->links.ids[i]);
+        if (head < 0) continue;
+        Balance* node = findOrAdd(&cls->nodes, head);
+        if (node == nullptr) return -1;
+        const Balance link = balanceUpTo(cls->links.cont[i]);
+        for (int p = 0; p < kLevels; p++) node->upTo[p] += link.upTo[p];
+    }
+    return 0;
+}
+
+// The worst need with a trial's changes, from exact balances; false if it cannot be told
+// from the worst need without them.
+bool followTrial(DataBase* dataBase, const DBTopology* topology, LinkBook* book, int oa,
+                 const BookTrial& trial, WorstNeed* worst) {
+    BookClass* cls = &book->classes[oa];
+    *worst = worstNeed(dataBase, topology, book, oa);
+    Stamps* met = &workspaceOf(dataBase)->stamps[MET_NODES];
+    if (clearStamps(met, topology->nodeSlots) < 0) return false;
+    for (Long i = 0; i < trial.changes->top; i++) {
+        const BookChange& change = trial.changes->cont[i];
+        const Long head = headOf(topology, change.failure);
+        if (head < 0) continue;
+        if (isMarked(met, head)) return false;  // changed twice
+        mark(met, head);
+        const double x = (change.freed ? -change.mult : change.mult) * change.amounts[oa];
+        if (!book->grain.covers(x)) return false;
+        const BookEntry* entry = findEntry(cls, change.failure);
+        const Balance* node = find(&cls->nodes, head);
+        constexpr Balance kNone = {};
+        if (!followBoth(topology, worst->level, change.failure,
+                        entry != nullptr ? balanceUpTo(*entry) : kNone, head,
+                        node != nullptr ? *node : kNone, trial.level, x))
+            return false;
+    }
+    return true;
 }
 
 // Calls act(table index, oa, level, vector) for the vectors that a book stands for.
@@ -220,14 +280,14 @@ bool forEachVector(DBLinkState* state, Act act) {
 }
 
 int packVectors(LinkBook* book, DBLinkState* state) {
-    const bool packed = forEachVector(state, [&](bool freed, int oa, int p,
-                                                 DoubleVec* vec) {
+    auto pack = [&](bool freed, int oa, int p, DoubleVec* vec) {
         for (Long f = 0; f < vec->size; f++)
-            if (vec->cont[f] != 0.0 && bookAdd(book, freed, oa, p, f, vec->cont[f]) < 0)
+            if (vec->cont[f] != 0.0 &&
+                bookAdd(nullptr, book, freed, oa, p, f, vec->cont[f]) < 0)
                 return false;
         return true;
-    });
-    return packed ? 0 : -1;
+    };
+    return forEachVector(state, pack) ? 0 : -1;
 }
 
 }  // namespace
@@ -236,6 +296,7 @@ LinkBook* packedBook(DBLink* link) {
     if (link->book != nullptr || link->handedOut) return link->book;
     auto* book = static_cast<LinkBook*>(mycalloc(1, sizeof(LinkBook)));
     if (book == nullptr) return nullptr;
+    book->grain = {};
     if (packVectors(book, &link->state) < 0) {
         endBook(book);
         myfree(book);
@@ -253,10 +314,10 @@ int unpackLink(DBLink* link) {
     LinkBook* book = link->book;
     if (book == nullptr) return 0;
     auto fill = [&](bool freed, int oa, int p, DoubleVec* vec) {
-        const BookClass* cls = &book->classes[oa];
-        for (Long i = cls->top - 1; i >= 0; i--) {
-            const double x = freed ? cls->cont[i].fbw[p] : cls->cont[i].bbw[p];
-            const Long f = cls->failures[i];
+        const IdMap<BookEntry>* links = &book->classes[oa].links;
+        for (Long i = links->top - 1; i >= 0; i--) {
+            const double x = freed ? links->cont[i].fbw[p] : links->cont[i].bbw[p];
+            const Long f = links->ids[i];
             if (x == 0.0) continue;
             if (vec->size <= f && dblVecResize(vec, f + 1) < 0) return false;
             vec->cont[f] = x;
@@ -272,75 +333,107 @@ int unpackLink(DBLink* link) {
 
 int copyBook(LinkBook* dst, const LinkBook* src) {
     for (int oa = 0; oa < kClasses; oa++) {
-        const BookClass* from = &src->classes[oa];
-        BookClass* to = &dst->classes[oa];
-        while (to->size < from->top)
-            if (growClass(to) < 0) return -1;
-        std::copy_n(from->failures, from->top, to->failures);
-        std::copy_n(from->cont, from->top, to->cont);
-        to->top = from->top;
-        std::copy(std::begin(from->present), std::end(from->present), to->present);
-        to->worst = from->worst;
+        if (copyMap(&dst->classes[oa].links, &src->classes[oa].links) < 0) return -1;
+        dst->classes[oa].worst = src->classes[oa].worst;
     }
     dst->rbwVersion = src->rbwVersion;
+    dst->nodesVersion = 0;
     dst->reserved = src->reserved;
     dst->overfull = src->overfull;
+    dst->grain.lost = true;
     return 0;
 }
 
 void endBook(LinkBook* book) {
     for (BookClass& cls : book->classes) {
-        myfree(cls.failures);
-        myfree(cls.cont);
+        endMap(&cls.links);
+        endMap(&cls.nodes);
         cls = {};
     }
 }
 
-int bookAdd(LinkBook* book, bool freed, int oa, int level, Long failure, double x) {
+bool isBalanced(const DBTopology* topology, LinkBook* book,
+                const double (*pbw)[kLevels]) {
+    if (!topology->consistent) return false;
+    if (book->nodesVersion == topology->version) return book->grain.isExact();
+    Grain grain;
+    forEachAmount(book, pbw, [&](double x) { grain.add(0.0, x); });
+    book->grain = grain;
+    book->nodesVersion = 0;
+    for (BookClass& cls : book->classes) {
+        if (grain.isExact() && balanceNodes(topology, &cls) < 0) return false;
+        cls.worst.version = 0;
+    }
+    book->nodesVersion = topology->version;
+    return grain.isExact();
+}
+
+double balanceOfLink(const BookClass* cls, Long failure) {
+    const BookEntry* entry = findEntry(cls, failure);
+    return entry != nullptr ? balanceOf(*entry) : 0.0;
+}
+
+double balanceOfNode(const BookClass* cls, Long node) {
+    const Balance* balance = find(&cls->nodes, node);
+    return balance != nullptr ? balance->upTo[kLevels - 1] : 0.0;
+}
+
+int bookAdd(const DBTopology* topology, LinkBook* book, bool freed, int oa, int level,
+            Long failure, double x) {
     BookClass* cls = &book->classes[oa];
-    const Long at = entryFor(cls, failure);
-    if (at < 0) return -1;
-    BookEntry* entry = &cls->cont[at];
-    (freed ? entry->fbw : entry->bbw)[level] += x;
+    BookEntry* entry = findOrAdd(&cls->links, failure);
+    if (entry == nullptr) return FAIL_WITH(-1, "Critical lack of memory");
+    double* amount = &(freed ? entry->fbw : entry->bbw)[level];
+    book->grain.add(*amount, x);
+    const bool balanced = topology != nullptr && book->grain.isExact() &&
+                          book->nodesVersion == topology->version;
+    if (balanced)
+        addToNode(topology, book, cls, failure, balanceUpTo(*entry), level,
+                  freed ? -x : x);
+    else
+        cls->worst.version = 0;
+    *amount += x;
     entry->active = isActive(entry);
-    if (isEmpty(entry)) erase(cls, at);
-    cls->worst.version = 0;
+    if (isEmpty(entry)) eraseValue(&cls->links, entry);
     return 0;
 }
 
-const WorstNeed& worstNeed(DataBase* dataBase, const DBTopology* topology,
-                           BookClass* cls) {
+const WorstNeed& worstNeed(DataBase* dataBase, const DBTopology* topology, LinkBook* book,
+                           int oa) {
+    BookClass* cls = &book->classes[oa];
     if (cls->worst.version != topology->version)
-        cls->worst = computeWorst(dataBase, topology, cls, Needs(topology, cls), nullptr);
+        cls->worst =
+            book->grain.isExact() && book->nodesVersion == topology->version
+                ? computeWorst(topology, cls)
+                : computeWorst(dataBase, topology, cls, Needs(topology, cls), nullptr);
     return cls->worst;
 }
 
-WorstNeed worstNeedAfter(DataBase* dataBase, const DBTopology* topology, BookClass* cls,
+WorstNeed worstNeedAfter(DataBase* dataBase, const DBTopology* topology, LinkBook* book,
                          int oa, const BookTrial& trial) {
+    WorstNeed worst;
+    if (book->grain.isExact() && book->nodesVersion == topology->version &&
+        followTrial(dataBase, topology, book, oa, trial, &worst))
+        return worst;
+    const BookClass* cls = &book->classes[oa];
     const Needs needs(topology, cls, oa, &trial);
     if (!trial.raises) return computeWorst(dataBase, topology, cls, needs, &trial);
-    WorstNeed worst = worstNeed(dataBase, topology, cls);
+    worst = worstNeed(dataBase, topology, book, oa);
     for (Long i = 0; i < trial.changes->top; i++)
         raiseByFailure(needs, topology, trial.changes->cont[i].failure, nullptr,
                        worst.level);
     return worst;
 }
 
-bool isAmongWorst(DataBase* dataBase, const DBTopology* topology, const BookClass* cls,
-                  Long failure, double (&others)[kLevels]) {
-    const Needs needs(topology, cls);
-    double own[kLevels] = {};
-    raiseByFailure(needs, topology, failure, nullptr, own);
-    bool among = false;
-    for (int p = 0; p < kLevels; p++)
-        if (own[p] > 0.0 && own[p] >= cls->worst.level[p]) among = true;
-    if (among)
-        std::copy_n(computeWorst(dataBase, topology, cls, needs, nullptr, failure).level,
-                    kLevels, others);
-    return among;
-}
-
-void raiseByFailure(const DBTopology* topology, const BookClass* cls, int oa,
-                    const BookTrial& trial, Long failure, double (&worst)[kLevels]) {
-    raiseByFailure(Needs(topology, cls, oa, &trial), topology, failure, nullptr, worst);
+bool isAmongWorst(const DBTopology* topology, const BookClass* cls, Long failure) {
+    auto reaches = [&](const Balance& balance) {
+        for (int p = 0; p < kLevels; p++)
+            if (balance.upTo[p] > 0.0 && balance.upTo[p] >= cls->worst.level[p])
+                return true;
+        return false;
+    };
+    const BookEntry* entry = findEntry(cls, failure);
+    if (entry != nullptr && reaches(balanceUpTo(*entry))) return true;
+    const Balance* node = find(&cls->nodes, headOf(topology, failure));
+    return node != nullptr && reaches(*node);
 }

@@ -7,12 +7,18 @@
 // order of failure ids. Missing entries count as 0, like missing elements, so sums and
 // results are the same to the last bit.
 //
+// As long as sums are exact (grain.h) a book also keeps what the failure of a node needs,
+// and the worst need in step with every change, so that booking an LSP walks over its own
+// failures only (bench/state.cpp).
+//
 // A link is packed (link->book, its vectors all 0) or plain (no book). It is packed when
 // it is first booked, and unpacked where somebody reads the vectors. A link whose state
 // DBgetLinkState has handed out stays plain: its owner may read and write it any time.
 #pragma once
 
 #include "database/database_st.h"
+#include "database/grain.h"
+#include "database/id_map.h"
 #include "database/topology.h"
 
 struct BookEntry {
@@ -21,27 +27,30 @@ struct BookEntry {
     double fbw[kLevels];
 };
 
+// What a failure activates beyond what it frees, levels 0 to p together: its need, if
+// that is more than 0.
+struct Balance {
+    double upTo[kLevels];
+};
+
 // The largest need of all failures in a class: what rbw adds to pbw, level by level.
 struct WorstNeed {
     std::uint32_t version;  // of the topology that it holds for, 0 for none
     double level[kLevels];
 };
 
-// Most lookups find nothing. They are told so by `present`, which has a bit for the lower
-// bits of every failure id there is, or by the ids, which lie apart from the entries.
 struct BookClass {
-    Long size;
-    Long top;
-    Long* failures;  // ascending
-    BookEntry* cont;
-    std::uint64_t present[4];
+    IdMap<BookEntry> links;  // by failing link
+    IdMap<Balance> nodes;    // by failing node: sums over the links that enter it
     WorstNeed worst;
 };
 
 struct LinkBook {
-    std::uint32_t rbwVersion;  // topology for which rbw was computed from this, 0: none
-    std::uint8_t reserved;     // then: classes with a reservation that is not 0,
-    std::uint8_t overfull;     //   and with one that exceeds the capacity in all
+    std::uint32_t rbwVersion;    // topology for which rbw was computed from this, 0: none
+    std::uint32_t nodesVersion;  // topology for which `nodes` hold, 0: none
+    std::uint8_t reserved;  // with rbwVersion: classes with a reservation that is not 0
+    std::uint8_t overfull;  //   and with one that exceeds the capacity in all
+    Grain grain;            // of the entries and of pbw
     BookClass classes[kClasses];
 };
 
@@ -75,28 +84,44 @@ LinkBook* packedBook(DBLink* link);
 // the link then stays packed.
 int unpackLink(DBLink* link);
 
-// Copies a book into one that is zeroed or held a copy before; -1 if memory ends.
+// Copies a book into one that is zeroed or held a copy before; -1 if memory ends. The
+// copy does its sums in order.
 int copyBook(LinkBook* dst, const LinkBook* src);
 void endBook(LinkBook* book);
 
+// Whether the book keeps needs of nodes for this topology; they are made if that is
+// possible.
+bool isBalanced(const DBTopology* topology, LinkBook* book, const double (*pbw)[kLevels]);
+
+// What the failure of a link, or of a node, activates beyond what it frees, all levels,
+// in a book that is balanced.
+double balanceOfLink(const BookClass* cls, Long failure);
+double balanceOfNode(const BookClass* cls, Long node);
+inline double balanceOf(const BookEntry& entry) {
+    double balance = 0.0;
+    for (int p = 0; p < kLevels; p++) balance += entry.bbw[p] - entry.fbw[p];
+    return balance;
+}
+
 // Adds x to the element of a failure: of fbw if `freed`, of bbw otherwise.
-int bookAdd(LinkBook* book, bool freed, int oa, int level, Long failure, double x);
+int bookAdd(const DBTopology* topology, LinkBook* book, bool freed, int oa, int level,
+            Long failure, double x);
 
 // The worst need of a class, computed if it is not known.
-const WorstNeed& worstNeed(DataBase* dataBase, const DBTopology* topology,
-                           BookClass* cls);
+const WorstNeed& worstNeed(DataBase* dataBase, const DBTopology* topology, LinkBook* book,
+                           int oa);
 
 // The worst need that class oa would have with the changes of a trial.
-WorstNeed worstNeedAfter(DataBase* dataBase, const DBTopology* topology, BookClass* cls,
+WorstNeed worstNeedAfter(DataBase* dataBase, const DBTopology* topology, LinkBook* book,
                          int oa, const BookTrial& trial);
 
-// Whether the failure of a link, or of the node it enters, needs as much as any in the
-// class at some level; if so, stores the worst need of all other failures. The worst need
-// has to be known.
-bool isAmongWorst(DataBase* dataBase, const DBTopology* topology, const BookClass* cls,
-                  Long failure, double (&others)[kLevels]);
+// Whether the failure of a link, or of the node that it enters, needs as much as any in
+// the class at some level of a book that is balanced. The worst need has to be known.
+bool isAmongWorst(const DBTopology* topology, const BookClass* cls, Long failure);
 
-// Raises `worst` by what the failure of a link, and of the node it enters, would need in
-// class oa with the changes of a trial.
-void raiseByFailure(const DBTopology* topology, const BookClass* cls, int oa,
-                    const BookTrial& trial, Long failure, double (&worst)[kLevels]);
+// The node that a failing link enters; -1 if the id is free.
+inline Long headOf(const DBTopology* topology, Long failure) {
+    return failure < topology->linkSlots && topology->byId[failure].link != nullptr
+               ? topology->byId[failure].head
+               : -1;
+}

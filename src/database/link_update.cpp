@@ -39,7 +39,7 @@ struct Tables {
     double (*pbw)[kLevels];
     VecTable* bbw;
     VecTable* fbw;
-    LinkBook* book;
+    const LinkImage* image;
     BookChangeVec* changes;
 };
 
@@ -84,6 +84,15 @@ int addToVector(DoubleVec* vec, Long f, double x) {
     return 0;
 }
 
+int addToImage(const Update* u, bool freed, int oa, Long f, double x) {
+    const LinkImage& image = *u->tables.image;
+    if (bookAdd(image.topology, image.book, freed, oa, u->lsp->precedence, f, x) < 0)
+        return -1;
+    if (image.position >= 0)
+        addToRows(u->dataBase, image.topology, image.position, oa, f, freed ? -x : x);
+    return 0;
+}
+
 constexpr bool kFreed = true;
 constexpr bool kActivated = false;
 
@@ -101,8 +110,8 @@ int book(const Update* u, bool freed, Long f, double mult, const double* amounts
         if (amounts[oa] == 0.0) continue;
         const double x = mult * amounts[oa];
         const int ret =
-            tables.book != nullptr
-                ? bookAdd(tables.book, freed, oa, level, f, x)
+            tables.image != nullptr
+                ? addToImage(u, freed, oa, f, x)
                 : addToVector(&(*(freed ? tables.fbw : tables.bbw))[oa][level], f, x);
         if (ret < 0) return -1;
     }
@@ -121,9 +130,13 @@ int bookHops(const Update* u, bool freed, const LongList* nodes, Long from, Long
 
 int updatePrimary(Update* u) {
     const DBLabelSwitchedPath* lsp = u->lsp;
-    for (int oa = 0; oa < kClasses; oa++)
-        if (u->amount()[oa] != 0.0)
-            u->tables.pbw[oa][lsp->precedence] += u->mult * u->amount()[oa];
+    for (int oa = 0; oa < kClasses; oa++) {
+        if (u->amount()[oa] == 0.0) continue;
+        double* pbw = &u->tables.pbw[oa][lsp->precedence];
+        const double x = u->mult * u->amount()[oa];
+        if (u->tables.image != nullptr) u->tables.image->book->grain.add(*pbw, x);
+        *pbw += x;
+    }
 
     ScopedLongList idList;  // links of the partner's path
     if (u->oldLSP != nullptr) {
@@ -223,8 +236,8 @@ void reserve(DataBase* dataBase, const LinkImage& image) {
     unsigned reserved = 0;
     unsigned overfull = 0;
     for (int oa = 0; oa < kClasses; oa++) {
-        addNeeds(worstNeed(dataBase, image.topology, &book->classes[oa]).level,
-                 image.pbw[oa], image.rbw[oa]);
+        addNeeds(worstNeed(dataBase, image.topology, book, oa).level, image.pbw[oa],
+                 image.rbw[oa]);
         double total = 0.0;
         for (double level : image.rbw[oa]) {
             total += level;
@@ -277,7 +290,7 @@ int updateLS(DataBase* dataBase, Long src, Long dst, DBLinkState* ls,
 int updateImage(DataBase* dataBase, const LinkImage& image, Long src, Long dst,
                 DBLabelSwitchedPath* lsp, operation op) {
     Update u = {};
-    u.tables = {image.pbw, nullptr, nullptr, image.book, nullptr};
+    u.tables = {image.pbw, nullptr, nullptr, &image, nullptr};
     image.book->rbwVersion = 0;
     const int ret = apply(&u, dataBase, src, dst, lsp, op);
     if (ret > 0) reserve(dataBase, image);
@@ -290,8 +303,11 @@ int updateLink(DataBase* dataBase, DBLink* link, Long src, Long dst,
     const DBTopology* topology = currentTopology(dataBase);
     LinkBook* book = topology != nullptr ? packedBook(link) : nullptr;
     DBLinkState* ls = &link->state;
-    if (book == nullptr)
+    if (book == nullptr) {
+        loseRows(dataBase);
         return unpackLink(link) < 0 ? -1 : updateLS(dataBase, src, dst, ls, lsp, op);
+    }
+    isBalanced(topology, book, ls->pbw);
     return updateImage(dataBase, imageOf(topology, link), src, dst, lsp, op);
 }
 
@@ -310,9 +326,8 @@ int trialRows(DataBase* dataBase, const LinkImage& image, Long src, Long dst,
     for (int oa = 0; oa < kClasses; oa++) {
         if (lsp->bw[oa] == 0.0) continue;
         const bool raises = isBackup(lsp->type) && lsp->bw[oa] > 0.0;
-        const WorstNeed worst =
-            worstNeedAfter(dataBase, image.topology, &image.book->classes[oa], oa,
-                           {changes, lsp->precedence, raises});
+        const WorstNeed worst = worstNeedAfter(dataBase, image.topology, image.book, oa,
+                                               {changes, lsp->precedence, raises});
         addNeeds(worst.level, pbw[oa], rows->rbw[oa]);
         rows->changed |= 1U << oa;
     }
@@ -328,8 +343,8 @@ int trialSetup(DataBase* dataBase, const LinkImage& image, Long src, Long dst,
         const bool changed = (rows.changed >> oa & 1U) != 0;
         std::copy_n(changed ? rows.rbw[oa] : image.rbw[oa], kLevels, rbw[oa]);
         if (changed || ret == 0 || isFresh(image)) continue;
-        addNeeds(worstNeed(dataBase, image.topology, &image.book->classes[oa]).level,
-                 image.pbw[oa], rbw[oa]);
+        addNeeds(worstNeed(dataBase, image.topology, image.book, oa).level, image.pbw[oa],
+                 rbw[oa]);
     }
     return 0;
 }

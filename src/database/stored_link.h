@@ -15,6 +15,7 @@ int updateLink(DataBase* dataBase, DBLink* link, Long src, Long dst,
 // The tables of a packed link, or of a working copy of one.
 struct LinkImage {
     const DBTopology* topology;
+    Long position;  // of the link among the out-links; -1 for a copy
     LinkBook* book;
     const double* cap;
     double (*pbw)[kLevels];
@@ -23,7 +24,8 @@ struct LinkImage {
 
 inline LinkImage imageOf(const DBTopology* topology, DBLink* link) {
     DBLinkState* state = &link->state;
-    return {topology, link->book, state->cap, state->pbw, state->rbw};
+    const Long position = topology->consistent ? topology->outById[link->id] : -1;
+    return {topology, position, link->book, state->cap, state->pbw, state->rbw};
 }
 
 // What a trial changes of rbw: the rows of some classes.

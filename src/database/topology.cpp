@@ -56,18 +56,71 @@ Long fillLists(const DataBase* dataBase, Long nodeSlots, LongList DBNode::*list,
     return position;
 }
 
-// Finds every out-link again among the in-links.
+// Finds every in-link again among the out-links.
 void fillPositions(DBTopology* topology) {
     for (Long position = topology->firstIn[topology->nodeSlots] - 1; position >= 0;
          position--) {
-        const Long tail = topology->in[position].tail;
-        const Long head = topology->in[position].head;
-        const TopoLink* out = topology->out + topology->firstOut[tail];
-        const TopoLink* end = topology->out + topology->firstOut[tail + 1];
+        const TopoLink& in = topology->in[position];
+        const TopoLink* out = topology->out + topology->firstOut[in.tail];
+        const TopoLink* end = topology->out + topology->firstOut[in.tail + 1];
         const TopoLink* found = std::lower_bound(
-            out, end, head, [](const TopoLink& link, Long id) { return link.head < id; });
-        topology->outPosition[found - topology->out] = position;
+            out, end, in.head,
+            [](const TopoLink& link, Long id) { return link.head < id; });
+        const auto outPosition = static_cast<Long>(found - topology->out);
+        topology->hops[outPosition] = {in.head, position};
+        topology->outOfIn[position] = outPosition;
+        topology->outById[in.id] = outPosition;
     }
+}
+
+// Nodes reached from the first one, itself included, where ends(node, act) calls act for
+// the nodes next to it. `reached` and `toDo` have a slot per node.
+template <class Ends>
+Long countReached(Long start, bool* reached, Long* toDo, Ends ends) {
+    Long top = 0;
+    Long nb = 1;
+    reached[start] = true;
+    toDo[top++] = start;
+    while (top > 0)
+        ends(toDo[--top], [&](Long next) {
+            if (reached[next]) return;
+            reached[next] = true;
+            nb++;
+            toDo[top++] = next;
+        });
+    return nb;
+}
+
+// Whether every node can be reached from every other. False if there is no memory to find
+// out.
+bool isConnected(const DBTopology* topology, const DataBase* dataBase) {
+    const Long slots = topology->nodeSlots;
+    Long nodes = 0;
+    Long start = -1;
+    for (Long n = slots - 1; n >= 0; n--)
+        if (dataBase->nodeVec.cont[n] != nullptr) {
+            nodes++;
+            start = n;
+        }
+    if (start < 0) return false;
+    auto* reached =
+        static_cast<bool*>(mycalloc(2 * static_cast<std::size_t>(slots), sizeof(bool)));
+    auto* toDo =
+        static_cast<Long*>(mycalloc(static_cast<std::size_t>(slots), sizeof(Long)));
+    auto heads = [&](Long n, auto act) {
+        for (Long i = topology->firstOut[n]; i < topology->firstOut[n + 1]; i++)
+            act(topology->out[i].head);
+    };
+    auto tails = [&](Long n, auto act) {
+        for (Long i = topology->firstIn[n]; i < topology->firstIn[n + 1]; i++)
+            act(topology->in[i].tail);
+    };
+    const bool connected = reached != nullptr && toDo != nullptr &&
+                           countReached(start, reached, toDo, heads) == nodes &&
+                           countReached(start, reached + slots, toDo, tails) == nodes;
+    myfree(reached);
+    myfree(toDo);
+    return connected;
 }
 
 Long neighbours(const DataBase* dataBase, LongList DBNode::*list) {
@@ -96,7 +149,9 @@ bool build(DBTopology* topology, const DataBase* dataBase) {
         !allocate(&topology->firstIn, topology->nodeSlots) ||
         !allocate(&topology->in, nbIn) || !allocate(&topology->inIds, nbIn) ||
         !allocate(&topology->firstOut, topology->nodeSlots) ||
-        !allocate(&topology->out, nbOut) || !allocate(&topology->outPosition, nbOut))
+        !allocate(&topology->out, nbOut) || !allocate(&topology->hops, nbOut) ||
+        !allocate(&topology->outOfIn, nbIn) ||
+        !allocate(&topology->outById, topology->linkSlots))
         return false;
 
     auto entry = [&](Long src, Long dst) {
@@ -104,6 +159,7 @@ bool build(DBTopology* topology, const DataBase* dataBase) {
         return TopoLink{link != nullptr ? link->id : -1, src, dst, link};
     };
     const Long links = fillIds(topology, dataBase);
+    topology->nbFree = topology->linkSlots - links;
     fillLists(
         dataBase, nodes->top, &DBNode::inNeighb,
         [&](Long dst, Long src) { return entry(src, dst); }, topology->firstIn,
@@ -114,7 +170,9 @@ bool build(DBTopology* topology, const DataBase* dataBase) {
         topology->out);
     for (Long i = 0; i < nbIn; i++) topology->inIds[i] = topology->in[i].id;
     topology->consistent = nbIn == links && nbOut == links;
-    if (topology->consistent) fillPositions(topology);
+    if (!topology->consistent) return true;
+    fillPositions(topology);
+    topology->connected = isConnected(topology, dataBase);
     return true;
 }
 
@@ -140,6 +198,8 @@ void endTopology(DBTopology* topology) {
     myfree(topology->inIds);
     myfree(topology->firstOut);
     myfree(topology->out);
-    myfree(topology->outPosition);
+    myfree(topology->hops);
+    myfree(topology->outOfIn);
+    myfree(topology->outById);
     *topology = {};
 }

@@ -15,6 +15,12 @@ struct TopoLink {
     DBLink* link;  // null for a free id
 };
 
+// Where an out-link leads, for walks that read nothing else.
+struct OutHop {
+    Long head;
+    Long inPosition;  // of the link among the in-links
+};
+
 struct DBTopology {
     std::uint32_t version;  // of the database when this was built
     Long nbNodes;           // counters of the database then: the failures that count
@@ -24,16 +30,20 @@ struct DBTopology {
     Long linkLimit;         // failures that count: links with ids below
     Long nodeLimit;         //   and nodes with ids below
     bool consistent;        // every link stands in both its nodes' lists of neighbours
+    bool connected;         // then: every node can be reached from every other
 
     TopoLink* byId;
+    Long* outById;  // position among the out-links, if consistent
+    Long nbFree;    // ids below linkSlots that no link has
     // In-links of node n: in[firstIn[n]] up to in[firstIn[n + 1] - 1], tails ascending.
     Long* firstIn;
     TopoLink* in;
-    Long* inIds;  // of `in`, for the walks that read nothing else
+    Long* inIds;    // of `in`, for the walks that read nothing else
+    Long* outOfIn;  // positions of `in` among the out-links, if consistent
     // Out-links likewise, heads ascending.
     Long* firstOut;
     TopoLink* out;
-    Long* outPosition;  // of out[i] in `in`, if consistent
+    OutHop* hops;  // of `out`, if consistent
 };
 
 // The current picture, owned by the database; null, without a message, if there is no

@@ -14,7 +14,9 @@ void endWorkspace(DataBase* dataBase) {
     if (work == nullptr) return;
     endTopology(&work->topology);
     myfree(work->changes.cont);
-    myfree(work->staleLinks.cont);
+    myfree(work->summary.stale.cont);
+    myfree(work->summary.isStale);
+    endRows(&work->rows);
     for (Stamps& stamps : work->stamps) myfree(stamps.cont);
     for (Scratch& scratch : work->scratches) myfree(scratch.cont);
     myfree(work);
@@ -38,22 +40,36 @@ int clearStamps(Stamps* stamps, Long slots) {
     return 0;
 }
 
-int sizeStaleLinks(DataBase* dataBase, Long slots) {
-    Flags* stale = &dataBase->work->staleLinks;
-    if (stale->cont != nullptr && slots <= stale->size) return 0;
-    const Long size = slots + slots / 2 + 1;
-    void* cont = myrealloc(stale->cont, static_cast<std::size_t>(size) * sizeof(bool));
-    if (cont == nullptr) return -1;
-    stale->cont = static_cast<bool*>(cont);
-    std::fill(stale->cont + stale->size, stale->cont + size, true);
-    stale->size = size;
+int sizeStaleLinks(DBWorkspace* work, Long slots) {
+    SummaryState* summary = &work->summary;
+    if (slots <= summary->stale.size) return 0;
+    const auto size =
+        static_cast<std::size_t>(slots) + static_cast<std::size_t>(slots) / 2;
+    void* ids = myrealloc(summary->stale.cont, size * sizeof(Long));
+    if (ids != nullptr) summary->stale.cont = static_cast<Long*>(ids);
+    void* flags = mycalloc(size, sizeof(bool));
+    if (ids == nullptr || flags == nullptr) {
+        myfree(flags);
+        return -1;
+    }
+    myfree(summary->isStale);
+    summary->isStale = static_cast<bool*>(flags);
+    summary->stale.size = static_cast<Long>(size);
+    summary->stale.top = 0;
     return 0;
+}
+
+void clearStaleLinks(DBWorkspace* work) {
+    LongVec* stale = &work->summary.stale;
+    while (stale->top > 0) work->summary.isStale[stale->cont[--stale->top]] = false;
 }
 
 void linkChanged(DataBase* dataBase, const DBLink* link) {
     if (dataBase->work == nullptr) return;
-    Flags* stale = &dataBase->work->staleLinks;
-    if (link->id < stale->size) stale->cont[link->id] = true;
+    SummaryState* summary = &dataBase->work->summary;
+    if (link->id >= summary->stale.size || summary->isStale[link->id]) return;
+    summary->isStale[link->id] = true;
+    summary->stale.cont[summary->stale.top++] = link->id;
 }
 
 void* growScratch(Scratch* scratch, std::size_t bytes) {

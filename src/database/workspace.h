@@ -7,6 +7,7 @@
 
 #include "common/common.h"
 #include "database/link_book.h"
+#include "database/need_rows.h"
 #include "database/topology.h"
 
 // Marks by id that are all cleared at once: a slot is marked if it carries the current
@@ -23,23 +24,21 @@ struct Scratch {
     void* cont;
 };
 
-struct Flags {
-    Long size;
-    bool* cont;
-};
-
 // What the scratches are for, and by what they are indexed.
 enum ScratchUse {
-    BACKUP_NODES,         // search nodes of the backup search, by node
-    BACKUP_LINKS,         // its working links, by link
-    LINK_SUMMARIES,       // summaries for primary requests, by position of the link
-    PRIMARY_NODES,        // labels of the primary search, by node
-    PRIMARY_LINKS,        // what it knows of the links, by position
-    PRIMARY_TERMS,        // their score terms
-    PRIMARY_FIRST_TERMS,  // where they begin, by position
-    PRIMARY_SUMS,         // sums of utilisations, by node
-    CLASS_SUMMARIES,      // and the classes behind it: summaries, by position
-    NB_SCRATCHES = CLASS_SUMMARIES + kClasses
+    BACKUP_LINKS,     // working links of the backup search, by link
+    BACKUP_NODES,     // its search nodes, by node
+    BACKUP_WORST,     // worst needs of links that chosen backups run over, by out-link
+    LINK_SUMMARIES,   // by out-link
+    PRIMARY_NODES,    // labels of the primary search, by node
+    PRIMARY_LINKS,    // whether links take the request, by out-link
+    PRIMARY_TERMS,    // their score terms
+    PRIMARY_OFFERS,   // scores at their heads, by in-link
+    PRIMARY_SUMS,     // sums of utilisations, by node
+    CLASS_SUMMARIES,  // and the classes behind it, by out-link
+    LEVEL_SUMS = CLASS_SUMMARIES + kClasses,  // and the classes behind it
+    BACKUP_NEEDS = LEVEL_SUMS + kClasses,     // and the classes behind it, by out-link
+    NB_SCRATCHES = BACKUP_NEEDS + kClasses
 };
 
 enum StampUse {
@@ -47,7 +46,19 @@ enum StampUse {
     MET_NODES,        // nodes of the search for the worst failure
     FORBIDDEN_LINKS,  // of the backup search
     REACHED_NODES,    // by the backup search
+    BOOKED_LINKS,     // links of the backups that it has chosen
     NB_STAMPS
+};
+
+// What is known of the summaries of the links (link_summary.h).
+struct SummaryState {
+    std::uint32_t version;  // topology for which they hold, but for the stale links
+    unsigned classes;       // classes that have been read, as bits
+    LongVec stale;          // ids of links that have changed since
+    bool* isStale;          // by link id, `stale.size` of them
+    Grain grain;            // the finest unit and the largest magnitude of any link
+    Long nbInexact;
+    Long nbOdd;  // plain, or of unreasonable size
 };
 
 struct DBWorkspace {
@@ -55,11 +66,8 @@ struct DBWorkspace {
     BookChangeVec changes;  // of the trial under way
     Stamps stamps[NB_STAMPS];
     Scratch scratches[NB_SCRATCHES];
-
-    // Topology and classes for which the summaries hold, but for the stale links.
-    std::uint32_t summaryVersion;
-    unsigned summaryClasses;
-    Flags staleLinks;  // by link id
+    NeedRows rows;
+    SummaryState summary;
 };
 
 // The database's workspace, made on first use; null, without a message, if there is no
@@ -77,8 +85,9 @@ inline bool isMarked(const Stamps* stamps, Long id) {
     return stamps->cont[id] == stamps->current;
 }
 
-// Makes room for flags of the ids below `slots`, set where new; -1 if there is no memory.
-int sizeStaleLinks(DataBase* dataBase, Long slots);
+// Makes room to note changes of links with ids below `slots`; -1 if there is no memory.
+int sizeStaleLinks(DBWorkspace* work, Long slots);
+void clearStaleLinks(DBWorkspace* work);
 
 // Says that the bandwidth of a stored link has changed.
 void linkChanged(DataBase* dataBase, const DBLink* link);

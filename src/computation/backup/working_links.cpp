@@ -116,6 +116,7 @@ void WorkingLinks::book(LSPRequest* req, operation op) {
 LinkImage WorkingLinks::image(const TopoLink& link) {
     LinkImage image = imageOf(topology_, link.link);
     if (Copy* copy = copies_[link.id]; copy != nullptr) {
+        image.position = -1;
         image.book = &copy->book;
         image.rbw = copy->rbw;
     }

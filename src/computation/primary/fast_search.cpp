@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "common/setup.h"
-#include "computation/primary/link_summary.h"
+#include "computation/link_summary.h"
 #include "computation/primary/primaryPath.h"
 #include "computation/primary/score_terms.h"
 #include "database/database.h"
@@ -27,16 +27,11 @@ struct Label {
     Long newNeighb;
     Reach reach;
     bool built;    // can be reached from the source, through any links
-    bool pending;  // an in-link has to be looked at
+    bool pending;  // an in-link may improve it
     bool elected;  // has a candidate in this pass
 };
 
-// What the search knows of a link.
-enum Link : std::uint8_t {
-    REFUSED,
-    OPEN,
-    SETTLED,  // can improve nothing until the label of its tail changes
-};
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 bool isKnown(const LongList* path) {
     return std::all_of(path->cont, path->cont + path->top, [](Long n) { return n >= 0; });
@@ -82,6 +77,9 @@ bool isRequestSimple(DataBase* dataBase, const LSPRequest* req) {
     return isPartnerSimple(dataBase, req->rerouteInfo.id);
 }
 
+// The passes of the search, pushed along: whenever the label of a node is committed, its
+// out-links write their scores at their heads. A node then looks for improvements in one
+// run over the offers of its in-links, and only after one of them has changed.
 class FastSearch {
   public:
     FastSearch(DataBase* dataBase, LSPRequest* req, const DBTopology* topology)
@@ -89,39 +87,39 @@ class FastSearch {
 
     // False, nothing changed, if the search cannot be done here.
     bool prepare() {
-        const unsigned classes = classesToRead(req_);
-        if (refreshSummaries(dataBase_, topology_, req_, classes, &summaries_) < 0)
+        if (refreshSummaries(dataBase_, topology_, req_->bw, classesToRead(req_),
+                             &summaries_) < 0)
             return false;
         DBWorkspace* work = workspaceOf(dataBase_);
         const Long nodes = topology_->nodeSlots;
-        nbLinks_ = topology_->firstIn[nodes];
         labels_ = scratchArray<Label>(&work->scratches[PRIMARY_NODES], nodes);
-        links_ = scratchArray<Link>(&work->scratches[PRIMARY_LINKS], nbLinks_);
-        if (labels_ == nullptr || links_ == nullptr ||
-            longVecInit(&order_, nodes + 1) < 0 || longVecInit(&active_, nodes + 1) < 0 ||
-            initTrial() < 0)
+        isOpen_ = scratchArray<bool>(&work->scratches[PRIMARY_LINKS], summaries_.nbLinks);
+        offers_ =
+            scratchArray<double>(&work->scratches[PRIMARY_OFFERS], summaries_.nbLinks);
+        if (labels_ == nullptr || isOpen_ == nullptr || offers_ == nullptr ||
+            longVecInit(&active_, nodes + 1) < 0 || initTrial() < 0)
             return false;
-        for (Long n = 0; n < nodes; n++)
-            labels_[n] = {0.0, 0.0, -1, -1, UNREACHED, false, false, false};
-        return true;
+        std::fill_n(offers_, summaries_.nbLinks, kInfinity);
+        std::fill_n(
+            labels_, nodes,
+            Label{0.0, 0.0, -1, -1, UNREACHED, topology_->connected, false, false});
+        return terms_.init(work, summaries_, req_) == 0;
     }
 
     // False, nothing changed, if a link is of a kind that has to be scored the long way.
     bool admitLinks(Long src) {
-        buildOrder(src);
-        for (Long i = 0; i < nbLinks_; i++) {
-            const TopoLink& in = topology_->in[i];
-            links_[i] = REFUSED;
-            if (!labels_[in.head].built ||
-                !admits(dataBase_, summaries_, i, req_, &trial_))
-                continue;
-            links_[i] = OPEN;
-            if (!labels_[in.tail].built && in.tail >= size_) return false;
+        const bool needsOrder = !topology_->connected || terms_.hasSums();
+        if (needsOrder && !buildOrder(src)) return false;
+        for (Long i = 0; i < summaries_.nbLinks; i++) {
+            const TopoLink& out = topology_->out[i];
+            isOpen_[i] = labels_[out.head].built &&
+                         admits(dataBase_, summaries_, i, req_, &trial_);
+            if (!isOpen_[i]) continue;
+            if (!labels_[out.tail].built && out.tail >= size_) return false;
             if (!summaries_.links[i].isFinite) return false;
+            terms_.compute(i);
         }
-        DBWorkspace* work = workspaceOf(dataBase_);
-        return terms_.compute(work, summaries_, req_,
-                              [this](Long i) { return links_[i] != REFUSED; }) == 0;
+        return true;
     }
 
     void run(Long src) {
@@ -130,15 +128,17 @@ class FastSearch {
         // negative: a node on it cannot be beaten by way of its end.
         loopsPossible_ = !terms_.neverFalls();
         labels_[src].reach = EXPANDED;
+        offerFrom(src);
         expand(src);
         Long threshold = active_.top;
         while (threshold > 0) {
             changed_ = false;
             for (Long i = 0; i < threshold; i++) {
-                relax(active_.cont[i]);
-                if (labels_[active_.cont[i]].reach == EXPANDED) continue;
-                labels_[active_.cont[i]].reach = EXPANDED;
-                expand(active_.cont[i]);
+                const Long n = active_.cont[i];
+                if (labels_[n].pending) relax(n);
+                if (labels_[n].reach == EXPANDED) continue;
+                labels_[n].reach = EXPANDED;
+                expand(n);
             }
             for (Long i = 0; i < threshold; i++) elect(active_.cont[i]);
             if (!changed_) return;
@@ -183,7 +183,9 @@ class FastSearch {
     }
 
     // The nodes in the order in which a depth-first walk builds them.
-    void buildOrder(Long src) {
+    bool buildOrder(Long src) {
+        if (longVecInit(&order_, topology_->nodeSlots + 1) < 0) return false;
+        for (Long n = 0; n < topology_->nodeSlots; n++) labels_[n].built = false;
         LongList* toDo = &active_;  // free until the search begins
         size_ = src + 1;
         labels_[src].built = true;
@@ -193,74 +195,72 @@ class FastSearch {
             order_.cont[order_.top++] = n;
             size_ = std::max(size_, n + 1);
             for (Long i = topology_->firstOut[n]; i < topology_->firstOut[n + 1]; i++) {
-                const Long head = topology_->out[i].head;
+                const Long head = topology_->hops[i].head;
                 if (labels_[head].built) continue;
                 labels_[head].built = true;
                 toDo->cont[toDo->top++] = head;
             }
         }
+        return true;
     }
 
     void sumUtilisations(Long src) {
-        double* sums = terms_.sums(src);
-        for (Long k = 0; k < terms_.nbSums(); k++) sums[k] = 0.0;
+        terms_.clearSums(src);
         for (Long i = 0; i < order_.top; i++) {
             const Long n = order_.cont[i];
             for (Long j = topology_->firstIn[n]; j < topology_->firstIn[n + 1]; j++)
-                if (links_[j] != REFUSED) terms_.addUtilisation(sums, j);
+                if (isOpen_[topology_->outOfIn[j]])
+                    terms_.addUtilisation(src, topology_->outOfIn[j]);
         }
     }
 
-    // The label of n has changed: what leaves it is to be looked at.
-    void wakeHeads(Long n) {
+    // The label of n has been committed.
+    void offerFrom(Long n) {
+        const double cost = labels_[n].cost;
         for (Long i = topology_->firstOut[n]; i < topology_->firstOut[n + 1]; i++) {
-            const Long position = topology_->outPosition[i];
-            if (links_[position] == REFUSED) continue;
-            links_[position] = OPEN;
-            labels_[topology_->out[i].head].pending = true;
+            if (!isOpen_[i]) continue;
+            const OutHop& hop = topology_->hops[i];
+            offers_[hop.inPosition] = terms_.score(i, cost, n);
+            labels_[hop.head].pending = true;
         }
     }
 
     void expand(Long n) {
         for (Long i = topology_->firstOut[n]; i < topology_->firstOut[n + 1]; i++) {
-            const Long position = topology_->outPosition[i];
-            const Long head = topology_->out[i].head;
-            if (links_[position] == REFUSED || labels_[head].reach != UNREACHED) continue;
-            Label* label = &labels_[head];
-            label->cost = label->newCost = terms_.score(position, labels_[n].cost, n);
-            label->neighb = label->newNeighb = position;
-            terms_.elect(position, n, head);
-            terms_.activate(head);
+            const OutHop& hop = topology_->hops[i];
+            Label* label = &labels_[hop.head];
+            if (!isOpen_[i] || label->reach != UNREACHED) continue;
+            label->cost = label->newCost = offers_[hop.inPosition];
+            label->neighb = label->newNeighb = hop.inPosition;
+            terms_.elect(i, n, hop.head);
+            terms_.activate(hop.head);
             label->reach = REACHED;
-            label->pending = true;
-            active_.cont[active_.top++] = head;
-            wakeHeads(head);
+            active_.cont[active_.top++] = hop.head;
+            offerFrom(hop.head);
             changed_ = true;
         }
     }
 
+    // Takes the last offer that beats the committed label, as the order of passes has it.
     void relax(Long n) {
         Label* label = &labels_[n];
-        if (!label->pending) return;
         label->pending = false;
+        const double cost = label->cost;
+        Long best = -1;
         for (Long i = topology_->firstIn[n]; i < topology_->firstIn[n + 1]; i++) {
-            const Long tail = topology_->in[i].tail;
-            if (links_[i] != OPEN || labels_[tail].reach == UNREACHED) continue;
-            const double cost = terms_.score(i, labels_[tail].cost, tail);
-            if (!(cost - label->cost < -kMinGain)) {
-                links_[i] = SETTLED;
-                continue;
-            }
+            if (!(offers_[i] - cost < -kMinGain)) continue;
             // Taken or not, it is to be looked at again: against the score that this
             // pass elects, or when the loop is gone.
             label->pending = true;
-            if (loopsPossible_ && isOnChain(tail, n)) continue;
-            label->newCost = cost;
-            label->newNeighb = i;
-            label->elected = true;
-            terms_.elect(i, tail, n);
-            changed_ = true;
+            if (loopsPossible_ && isOnChain(topology_->in[i].tail, n)) continue;
+            best = i;
         }
+        if (best < 0) return;
+        label->newCost = offers_[best];
+        label->newNeighb = best;
+        terms_.elect(topology_->outOfIn[best], topology_->in[best].tail, n);
+        label->elected = true;
+        changed_ = true;
     }
 
     // Whether n is on the chain of candidates of `from`.
@@ -277,7 +277,7 @@ class FastSearch {
         label->cost = label->newCost;
         label->neighb = label->newNeighb;
         terms_.activate(n);
-        wakeHeads(n);
+        offerFrom(n);
     }
 
     DataBase* dataBase_;
@@ -286,9 +286,9 @@ class FastSearch {
     LinkSummaries summaries_ = {};
     ScoreTerms terms_;
     ScopedLSP trial_;
-    Label* labels_ = nullptr;  // by node id
-    Link* links_ = nullptr;    // by position among the in-links
-    Long nbLinks_ = 0;
+    Label* labels_ = nullptr;   // by node id
+    bool* isOpen_ = nullptr;    // by position among the out-links: takes the request
+    double* offers_ = nullptr;  // by position among the in-links: scores at their heads
     ScopedLongList order_;
     ScopedLongList active_;
     Long size_ = 0;  // node ids built lie below

@@ -24,7 +24,7 @@ bool anyInUse(const double (&weights)[kClasses]) {
 // False if the load balance makes the score infinite.
 bool addLoadBalance(double* score, double weight, const ClassLoad& l, double sum,
                     double nbLinks) {
-    const Balance balance = balanceOf(weight, l);
+    const LoadBalance balance = balanceOf(weight, l);
     *score = *score + balance.rise - balance.fall;
     const double newSum = sum + balance.share;
     if (std::isinf(newSum)) return false;

@@ -58,13 +58,13 @@ inline double delayIncrease(const ClassLoad& l) {
 
 // The increase of nbLinks times the variance of link utilisation, in three parts: two
 // that belong to the link, and the share by which the sum of utilisations grows.
-struct Balance {
+struct LoadBalance {
     double rise;
     double fall;
     double share;
 };
 
-inline Balance balanceOf(double weight, const ClassLoad& l) {
+inline LoadBalance balanceOf(double weight, const ClassLoad& l) {
     const double before = l.load / l.capacity;
     const double after = (l.load + l.bw) / l.capacity;
     return {after * (weight * after), before * (before * weight), l.bw / l.capacity};

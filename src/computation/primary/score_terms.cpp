@@ -1,139 +1,142 @@
 #include "computation/primary/score_terms.h"
 
 #include <cmath>
-#include <initializer_list>
 #include <limits>
 
 #include "computation/primary/score_formulas.h"
 
 namespace {
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
 const PrimaryComputationConfig& weights() {
     return kavrilConfig.primaryComputationConfig;
 }
 
-// Criteria besides congestion that a class is scored by.
-Long nbCriteria(int oa) {
+// Whether a class is scored by anything besides congestion.
+bool hasCriteria(int oa) {
     const PrimaryComputationConfig& config = weights();
-    Long used = 0;
-    for (double weight : {config.loadBal[oa], config.load[oa], config.sqLoad[oa],
-                          config.relLoad[oa], config.sqRelLoad[oa], config.delay[oa]})
-        if (inUse(weight)) used++;
-    return used;
+    return inUse(config.loadBal[oa]) || inUse(config.load[oa]) ||
+           inUse(config.sqLoad[oa]) || inUse(config.relLoad[oa]) ||
+           inUse(config.sqRelLoad[oa]) || inUse(config.delay[oa]);
 }
-
-bool isRead(const LSPRequest* req, int oa) {
-    return req->bw[oa] != 0.0 || nbCriteria(oa) > 0;
-}
-
-// Doubles that the load balance of a class takes among the terms of a link: the number of
-// terms before it, and its three parts.
-constexpr Long kBalanceSlots = 4;
 
 }  // namespace
 
 unsigned classesToRead(const LSPRequest* req) {
     unsigned classes = 0;
     for (int oa = 0; oa < kClasses; oa++)
-        if (isRead(req, oa)) classes |= 1U << oa;
+        if (req->bw[oa] != 0.0 || hasCriteria(oa)) classes |= 1U << oa;
     return classes;
 }
 
 int ScoreTerms::init(DBWorkspace* work, const LinkSummaries& summaries,
                      const LSPRequest* req) {
+    const PrimaryComputationConfig& config = weights();
     req_ = req;
     summaries_ = &summaries;
     nbLinks_ = static_cast<double>(summaries.topology->nbLinks);
-    const Long nodes = summaries.topology->nodeSlots;
-    const Long links = summaries.topology->firstIn[nodes];
-    Long perLink = 0;
     for (int oa = 0; oa < kClasses; oa++) {
-        if (!isRead(req, oa)) continue;
-        classes_[nbClasses_++] = oa;
-        perLink += 1 + nbCriteria(oa);
-        if (!inUse(weights().loadBal[oa])) continue;
-        perLink += kBalanceSlots;
-        sumClass_[nbSums_++] = oa;
+        if (req->bw[oa] != 0.0) addStep(CONGESTION, oa, config.Fortz);
+        addStep(BALANCE, oa, config.loadBal[oa]);
+        addStep(LOAD, oa, config.load[oa]);
+        addStep(SQ_LOAD, oa, config.sqLoad[oa]);
+        addStep(REL_LOAD, oa, config.relLoad[oa]);
+        addStep(SQ_REL_LOAD, oa, config.sqRelLoad[oa]);
+        addStep(DELAY, oa, config.delay[oa]);
     }
-    first_ = scratchArray<Long>(&work->scratches[PRIMARY_FIRST_TERMS], links + 1);
-    terms_ = scratchArray<double>(&work->scratches[PRIMARY_TERMS], links * perLink);
+    const Long nodes = summaries.topology->nodeSlots;
+    terms_ = scratchArray<double>(&work->scratches[PRIMARY_TERMS],
+                                  summaries.nbLinks * stride_);
     sums_ = scratchArray<double>(&work->scratches[PRIMARY_SUMS], 2 * nbSums_ * nodes);
-    return first_ != nullptr && terms_ != nullptr && sums_ != nullptr ? 0 : -1;
+    return terms_ != nullptr && sums_ != nullptr ? 0 : -1;
 }
 
-void ScoreTerms::add(double term) {
-    if (term == 0.0) return;
-    terms_[nbTerms_++] = term;
-    if (!(term > 0.0)) hasNegative_ = true;
+void ScoreTerms::addStep(Criterion criterion, int oa, double weight) {
+    if (!inUse(weight)) return;
+    steps_[nbSteps_++] = {criterion, oa, weight};
+    stride_ += criterion == BALANCE ? kBalanceTerms : 1;
+    if (criterion == BALANCE) nbSums_++;
 }
 
-void ScoreTerms::computeLink(Long position) {
-    const PrimaryComputationConfig& config = weights();
-    Long section = nbTerms_;  // where the terms up to the next load balance begin
-    if (nbSums_ > 0) nbTerms_++;
-    for (int i = 0; i < nbClasses_; i++) {
-        const int oa = classes_[i];
-        const ClassSummary& sum = summaries_->classes[oa][position];
-        const ClassLoad l = {sum.load, sum.cap, req_->bw[oa]};
-        add(config.Fortz * congestionIncrease(l));
-        if (inUse(config.loadBal[oa])) {
-            const Balance balance = balanceOf(config.loadBal[oa], l);
-            terms_[section] = static_cast<double>(nbTerms_ - section - 1);
-            terms_[nbTerms_++] = balance.rise;
-            terms_[nbTerms_++] = balance.fall;
-            terms_[nbTerms_++] = balance.share;
-            section = nbTerms_++;
-        }
-        if (inUse(config.load[oa])) add(config.load[oa] * l.bw);
-        if (inUse(config.sqLoad[oa])) add(config.sqLoad[oa] * squaredLoadIncrease(l));
-        if (inUse(config.relLoad[oa])) add(config.relLoad[oa] * l.bw / l.capacity);
-        if (inUse(config.sqRelLoad[oa]))
-            add(config.sqRelLoad[oa] * squaredLoadIncrease(l) /
-                (l.capacity * l.capacity));
-        if (inUse(config.delay[oa])) add(delayIncrease(l) * config.delay[oa]);
+double ScoreTerms::term(const Step& step, const ClassSummary& sum) const {
+    const ClassLoad l = {sum.load, sum.cap, req_->bw[step.oa]};
+    switch (step.criterion) {
+        case CONGESTION:
+            return step.weight * ((sum.slope * (l.load + l.bw) + sum.shift) - sum.cost);
+        case LOAD:
+            return step.weight * l.bw;
+        case SQ_LOAD:
+            return step.weight * squaredLoadIncrease(l);
+        case REL_LOAD:
+            return step.weight * l.bw / l.capacity;
+        case SQ_REL_LOAD:
+            return step.weight * squaredLoadIncrease(l) / (l.capacity * l.capacity);
+        case DELAY:
+            return delayIncrease(l) * step.weight;
+        default:
+            return 0.0;
     }
-    if (nbSums_ > 0) terms_[section] = static_cast<double>(nbTerms_ - section - 1);
 }
 
-double ScoreTerms::score(Long position, double tailCost, Long tail) const {
+void ScoreTerms::compute(Long position) {
+    double* out = terms_ + static_cast<std::ptrdiff_t>(position) * stride_;
+    for (int i = 0; i < nbSteps_; i++) {
+        const Step& step = steps_[i];
+        const ClassSummary& sum = summaries_->classes[step.oa][position];
+        if (step.criterion == BALANCE) {
+            const LoadBalance balance =
+                balanceOf(step.weight, {sum.load, sum.cap, req_->bw[step.oa]});
+            *out++ = balance.rise;
+            *out++ = balance.fall;
+            *out++ = balance.share;
+        } else {
+            *out = term(step, sum);
+            if (!(*out++ >= 0.0)) hasNegative_ = true;
+        }
+    }
+}
+
+double ScoreTerms::balancedScore(const double* term, double tailCost, Long tail) const {
     double score = tailCost;
-    const double* term = terms_ + first_[position];
-    const double* end = terms_ + first_[position + 1];
-    for (Long k = 0; k < nbSums_; k++) {
-        const auto before = static_cast<Long>(*term++);
-        for (const double* last = term + before; term != last; term++) score += *term;
-        const double sum = sums_[2 * nbSums_ * tail + k];
+    const double* tailSum = sums(tail);
+    for (int i = 0; i < nbSteps_; i++) {
+        if (steps_[i].criterion != BALANCE) {
+            score += *term++;
+            continue;
+        }
+        const double sum = *tailSum++;
         const double newSum = sum + term[2];
         score = score + term[0] - term[1];
-        if (std::isinf(newSum)) return kInfinity;
-        score = addSums(score, weights().loadBal[sumClass_[k]], newSum, sum, nbLinks_);
-        term += 3;
+        if (std::isinf(newSum)) return std::numeric_limits<double>::infinity();
+        score = addSums(score, steps_[i].weight, newSum, sum, nbLinks_);
+        term += kBalanceTerms;
     }
-    if (nbSums_ > 0) term++;  // the rest
-    for (; term != end; term++) score += *term;
-    // Without rerouting prices, the factor of the score is 0; infinity times it is not.
-    return score > 0.0 ? score + score * 0.0 : score;
+    return priced(score);
 }
 
-void ScoreTerms::addUtilisation(double* sums, Long position) const {
-    for (Long k = 0; k < nbSums_; k++) {
-        const ClassSummary& sum = summaries_->classes[sumClass_[k]][position];
-        sums[k] += sum.load / sum.cap;
+void ScoreTerms::clearSums(Long node) {
+    for (Long k = 0; k < nbSums_; k++) sums(node)[k] = 0.0;
+}
+
+void ScoreTerms::addUtilisation(Long node, Long position) const {
+    double* sum = sums(node);
+    for (int i = 0; i < nbSteps_; i++) {
+        if (steps_[i].criterion != BALANCE) continue;
+        const ClassSummary& link = summaries_->classes[steps_[i].oa][position];
+        *sum++ += link.load / link.cap;
     }
 }
 
 void ScoreTerms::elect(Long position, Long tail, Long head) {
-    const double* from = sums_ + 2 * nbSums_ * tail;
-    double* to = sums_ + 2 * nbSums_ * head + nbSums_;
-    for (Long k = 0; k < nbSums_; k++) {
-        const int oa = sumClass_[k];
-        to[k] = req_->bw[oa] / summaries_->classes[oa][position].cap + from[k];
+    const double* from = sums(tail);
+    double* to = sums(head) + nbSums_;
+    for (int i = 0; nbSums_ > 0 && i < nbSteps_; i++) {
+        if (steps_[i].criterion != BALANCE) continue;
+        const int oa = steps_[i].oa;
+        *to++ = req_->bw[oa] / summaries_->classes[oa][position].cap + *from++;
     }
 }
 
 void ScoreTerms::activate(Long node) {
-    double* sums = sums_ + 2 * nbSums_ * node;
-    for (Long k = 0; k < nbSums_; k++) sums[k] = sums[nbSums_ + k];
+    double* sum = sums(node);
+    for (Long k = 0; k < nbSums_; k++) sum[k] = sum[nbSums_ + k];
 }
