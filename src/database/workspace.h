@@ -28,6 +28,8 @@ struct Scratch {
 enum ScratchUse {
     BACKUP_LINKS,     // working links of the backup search, by link
     BACKUP_NODES,     // its search nodes, by node
+    BACKUP_NEEDS,     // what failures need that it protects from, by out-link
+    BACKUP_QUEUE,     // its queue
     BACKUP_WORST,     // worst needs of links that chosen backups run over, by out-link
     LINK_SUMMARIES,   // by out-link
     PRIMARY_NODES,    // labels of the primary search, by node
@@ -37,8 +39,7 @@ enum ScratchUse {
     PRIMARY_SUMS,     // sums of utilisations, by node
     CLASS_SUMMARIES,  // and the classes behind it, by out-link
     LEVEL_SUMS = CLASS_SUMMARIES + kClasses,  // and the classes behind it
-    BACKUP_NEEDS = LEVEL_SUMS + kClasses,     // and the classes behind it, by out-link
-    NB_SCRATCHES = BACKUP_NEEDS + kClasses
+    NB_SCRATCHES = LEVEL_SUMS + kClasses
 };
 
 enum StampUse {

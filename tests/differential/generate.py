@@ -220,7 +220,7 @@ class Generator:
         if self.chance(self.odd / 4):
             return rng.choice([NAN, INF, -INF])
         if self.chance(self.odd / 2 + 0.01):
-            return rng.choice([0.0, -0.0, 1e-45, f32(1e-11)])
+            return rng.choice([0.0, -0.0, f32(1e-45), f32(1e-11)])
         if self.chance(self.odd / 3):
             return -self.amount(1, 4)
         if self.chance(0.5):

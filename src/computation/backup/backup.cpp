@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "computation/backup/backup_request.h"
+#include "computation/backup/exact_search.h"
 #include "computation/backup/working_links.h"
 #include "computation/computation.h"
 #include "database/database.h"
@@ -24,6 +25,7 @@ class BackupSearch {
           work_(workspaceOf(dataBase)),
           primary_(primary),
           type_(type),
+          exact_(dataBase, topology, primary),
           links_(dataBase, topology, primary, type) {
         CPinitPQ(&queue_);
     }
@@ -31,12 +33,19 @@ class BackupSearch {
     BackupSearch(const BackupSearch&) = delete;
     BackupSearch& operator=(const BackupSearch&) = delete;
 
-    int init() {
-        nodes_ = scratchArray<CPDijkNode>(&work_->scratches[BACKUP_NODES],
-                                          topology_->nodeSlots);
-        if (nodes_ == nullptr || links_.init() < 0)
+    // `requests` are those that the call will write to.
+    int init(const LSPRequestList* requests) {
+        if (longVecInit(&found_, -1) < 0)
             return FAIL_WITH(-1, "Cannot allocate a required structure");
-        for (Long id = 0; id < topology_->linkSlots; id++) {
+        isExact_ = type_ != NO_BACKUP && type_ <= GLOBAL_BACKUP && !hasPaths(requests) &&
+                   exact_.prepare();
+        if (!isExact_) {
+            nodes_ = scratchArray<CPDijkNode>(&work_->scratches[BACKUP_NODES],
+                                              topology_->nodeSlots);
+            if (nodes_ == nullptr || links_.init() < 0)
+                return FAIL_WITH(-1, "Cannot allocate a required structure");
+        }
+        for (Long id = 0; topology_->nbFree > 0 && id < topology_->linkSlots; id++) {
             const TopoLink& link = topology_->byId[id];
             if (link.link == nullptr)
                 PUSH_ERROR(
@@ -54,17 +63,20 @@ class BackupSearch {
         if (fillRequests(reqList, nbBackups) < 0) return -1;
         for (Long j = nbBackups - 1; j >= 0; j--) {
             if (clearForbidden() < 0 || forbidLinksInto(path->cont[j + 1]) < 0) return -1;
-            CPDijkNode* end = search(path->cont[j], j + 1);
-            if (end == nullptr) {
+            protect(j, j + 1);
+            // Nothing gets around the last node of the primary.
+            bool isFound =
+                !(isExact_ && j + 1 == nbBackups) && search(path->cont[j], j + 1);
+            if (!isFound) {
                 if (clearForbidden() < 0) return -1;
                 forbidHop(j);
-                end = search(path->cont[j], j + 1);
+                isFound = search(path->cont[j], j + 1);
             }
-            if (end == nullptr) {
+            if (!isFound) {
                 std::fputs("No local link disjoint protection path found\n", stderr);
                 return -1;
             }
-            if (record(&reqList->cont[j], end) < 0) return -1;
+            if (record(&reqList->cont[j]) < 0) return -1;
         }
         return 0;
     }
@@ -77,23 +89,30 @@ class BackupSearch {
         for (Long i = 1; i < last; i++)
             if (forbidLinksInto(primary_->path.cont[i]) < 0) return -1;
         if (last >= 1) forbidHop(last - 1);
-        CPDijkNode* end = searchGlobally();
-        if (end == nullptr) {
+        protect(0, last);
+        bool isFound = searchGlobally();
+        if (!isFound) {
             std::printf("Switching from node to link protection for lsp number: %d\n",
                         primary_->id);
             if (clearForbidden() < 0) return -1;
             for (Long hop = 0; hop < last; hop++) forbidHop(hop);
-            end = searchGlobally();
+            isFound = searchGlobally();
         }
-        if (end == nullptr) {
+        if (!isFound) {
             std::printf("Oups ... no path found ...\n");
             std::fputs("No end to end link disjoint protection path found\n", stderr);
             return -1;
         }
-        return record(&reqList->cont[0], end);
+        return record(&reqList->cont[0]);
     }
 
   private:
+    // Whether there are paths to be taken back before new ones are written.
+    static bool hasPaths(const LSPRequestList* requests) {
+        return std::any_of(requests->cont, requests->cont + requests->size,
+                           [](const LSPRequest& req) { return req.path.top > 0; });
+    }
+
     // The node's record in the current search; null for a node that has been removed.
     CPDijkNode* searchNode(Long id) {
         DBNode* node = findNode(&dataBase_->nodeVec, id);
@@ -137,14 +156,27 @@ class BackupSearch {
         return 0;
     }
 
-    CPDijkNode* searchGlobally() {
-        const LongList* path = &primary_->path;
-        return path->top > 0 ? search(path->cont[0], path->top - 1) : nullptr;
+    // Says from which hops of the primary the next searches protect.
+    void protect(Long first, Long last) {
+        if (isExact_) exact_.protect(first, last);
     }
 
-    // Dijkstra from start to the nearest of the primary's nodes from index firstGoal on.
-    // Returns the goal's search node, or null.
-    CPDijkNode* search(Long start, Long firstGoal) {
+    bool searchGlobally() {
+        const LongList* path = &primary_->path;
+        return path->top > 0 && search(path->cont[0], path->top - 1);
+    }
+
+    // Searches from start for the nearest of the primary's nodes from index firstGoal on;
+    // the path found stands in found_.
+    bool search(Long start, Long firstGoal) {
+        found_.top = 0;
+        if (isExact_) return exact_.search(start, firstGoal, &found_);
+        const CPDijkNode* end = searchByTrials(start, firstGoal);
+        return end != nullptr && pushChain(&found_, end) == 0;
+    }
+
+    // Dijkstra; returns the goal's search node, or null.
+    CPDijkNode* searchByTrials(Long start, Long firstGoal) {
         CPendPQ(&queue_);
         if (clearStamps(&work_->stamps[REACHED_NODES], topology_->nodeSlots) < 0)
             return nullptr;
@@ -187,11 +219,13 @@ class BackupSearch {
     }
 
     // Writes the path found into the request; searches to come see its bandwidth.
-    int record(LSPRequest* req, const CPDijkNode* end) {
-        links_.book(req, REMOVE);
-        req->path.top = 0;
-        if (pushChain(&req->path, end) < 0) return -1;
-        links_.book(req, SETUP);
+    int record(LSPRequest* req) {
+        if (!isExact_) links_.book(req, REMOVE);
+        if (longVecCopy(&req->path, &found_) < 0) return -1;
+        if (isExact_)
+            exact_.book(&found_);
+        else
+            links_.book(req, SETUP);
         return 0;
     }
 
@@ -200,6 +234,10 @@ class BackupSearch {
     DBWorkspace* work_;
     DBLabelSwitchedPath* primary_;
     BackupType type_;
+    ScopedLongList found_;
+    ExactSearch exact_;
+    bool isExact_ = false;
+    // What searches by trials need.
     WorkingLinks links_;
     CPDijkNode* nodes_ = nullptr;  // by node id; valid where the search has been
     CPPrioQueue queue_;
@@ -215,7 +253,7 @@ int computeBackup(DataBase* dataBase, LSPRequestList* reqList, Long lspID,
     const DBTopology* topology = currentTopology(dataBase);
     if (topology == nullptr) return FAIL_WITH(-1, "Cannot allocate a required structure");
     BackupSearch search(dataBase, topology, primary, type);
-    if (search.init() < 0) return -1;
+    if (search.init(reqList) < 0) return -1;
     switch (type) {
         case NO_BACKUP:
             PUSH_ERROR(INFO, "Oups no backup were requested");

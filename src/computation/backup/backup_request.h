@@ -18,6 +18,11 @@ int pushChain(LongList* path, const CPDijkNode* dn);
 double costOfReservation(const double (*before)[kLevels], const double (*after)[kLevels],
                          const double* cap, const DBLabelSwitchedPath* primary, Long dst);
 
-// The same from the sums over all of rbw.
-double costOfIncrease(double before, double after, const DBLabelSwitchedPath* primary,
-                      Long dst);
+// The same from the sums over all of rbw, and the part that does not depend on them.
+constexpr double kReservationWeight = 10.0 / 11.0;
+double lengthCost(const DBLabelSwitchedPath* primary, Long dst);
+inline double costOfIncrease(double before, double after, double lengthCost) {
+    const double change = after - before;
+    const double increase = change < 0.0 ? 0.0 : change;
+    return increase * kReservationWeight + lengthCost;
+}

@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr double kReservationWeight = 10.0 / 11.0;
 constexpr double kLengthWeight = 1.0 / 11.0;
 
 double totalReserved(const double (*rbw)[kLevels]) {
@@ -72,15 +71,12 @@ double computeCost(DataBase* dataBase, DBLinkState** lsList, Long src, Long dst,
 double costOfReservation(const double (*before)[kLevels], const double (*after)[kLevels],
                          const double* cap, const DBLabelSwitchedPath* lsp, Long dst) {
     if (!fits(after, cap)) return -1.0;
-    return costOfIncrease(totalReserved(before), totalReserved(after), lsp, dst);
+    return costOfIncrease(totalReserved(before), totalReserved(after),
+                          lengthCost(lsp, dst));
 }
 
-double costOfIncrease(double before, double after, const DBLabelSwitchedPath* lsp,
-                      Long dst) {
+double lengthCost(const DBLabelSwitchedPath* lsp, Long dst) {
     double bandwidth = 0.0;
     for (double bw : lsp->bw) bandwidth += bw;
-    const double change = after - before;
-    const double increase = change < 0.0 ? 0.0 : change;
-    return increase * kReservationWeight +
-           kLengthWeight * lengthTerm(&lsp->primPath, dst) * bandwidth;
+    return kLengthWeight * lengthTerm(&lsp->primPath, dst) * bandwidth;
 }

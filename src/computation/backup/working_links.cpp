@@ -88,7 +88,7 @@ double WorkingLinks::costOfRows(const LinkImage& image, const TopoLink& link) {
         }
         if (ofClass > image.cap[oa]) return -1.0;
     }
-    return costOfIncrease(before, after, primary_, link.head);
+    return costOfIncrease(before, after, lengthCost(primary_, link.head));
 }
 
 double WorkingLinks::fail() {
