@@ -1,6 +1,7 @@
 #include "computation/link_summary.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 #include "common/setup.h"
@@ -214,4 +215,20 @@ bool admits(DataBase* dataBase, const LinkSummaries& summaries, Long position,
     if (config.capacityClause && !hasCapacity(summaries, position, req, &frees))
         return frees && admitsOnTrial(dataBase, out, trial);
     return !config.colorClause || !contains(&req->forbidLinks, link.color);
+}
+
+QuickAdmission::QuickAdmission(const LinkSummaries& summaries, const LSPRequest* req)
+    : links_(summaries.links) {
+    const PredicateConfig& config = kavrilConfig.predicateConfig;
+    if (!summaries.isExact || std::popcount(summaries.asked) != 1 ||
+        req->rerouteInfo.id >= 0 || !config.capacityClause ||
+        (config.colorClause && req->forbidLinks.top > 0))
+        return;
+    const int oa = std::countr_zero(summaries.asked);
+    isUsable_ = true;
+    level_ = config.allowReroute ? req->precedence : kLevels - 1;
+    classes_ = summaries.classes[oa];
+    levelSums_ = summaries.levelSums[oa] + level_ * summaries.nbLinks;
+    bw_ = req->bw[oa];
+    notAsked_ = ~summaries.asked;
 }

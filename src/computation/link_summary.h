@@ -57,3 +57,32 @@ int refreshSummaries(DataBase* dataBase, const DBTopology* topology,
 // path is not known yet. `trial` is the request as an LSP; its path is overwritten.
 bool admits(DataBase* dataBase, const LinkSummaries& summaries, Long position,
             LSPRequest* req, DBLabelSwitchedPath* trial);
+
+// Admission by the summaries alone, where they tell.
+class QuickAdmission {
+  public:
+    QuickAdmission(const LinkSummaries& summaries, const LSPRequest* req);
+
+    // True only if the link takes the request.
+    bool admits(Long position) const {
+        const LinkSummary& link = links_[position];
+        if (!isUsable_ || !link.isExact) return false;
+        if ((link.overfull[level_] & notAsked_) != 0) return false;
+        return levelSums_[position] + bw_ <= classes_[position].cap;
+    }
+
+    // Of a link that it does not admit: whether that is to be asked another way.
+    bool isUnsure(Long position) const {
+        const LinkSummary& link = links_[position];
+        return !isUsable_ || !link.isExact || (link.ownNeed & ~notAsked_) != 0;
+    }
+
+  private:
+    const LinkSummary* links_;
+    const ClassSummary* classes_ = nullptr;  // of the class asked for
+    const double* levelSums_ = nullptr;      // and up to the level asked for
+    double bw_ = 0.0;
+    Long level_ = 0;
+    unsigned notAsked_ = 0;  // the other classes, as bits
+    bool isUsable_ = false;
+};

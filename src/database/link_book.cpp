@@ -153,23 +153,53 @@ void raiseTo(double* worst, const Balance& balance) {
     for (int p = 0; p < kLevels; p++) worst[p] = std::max(worst[p], balance.upTo[p]);
 }
 
-// The same from exact balances, in any order.
-WorstNeed computeWorst(const DBTopology* topology, const BookClass* cls) {
-    WorstNeed worst = {};
-    worst.version = topology->version;
-    for (Long i = 0; i < cls->links.top && cls->links.ids[i] < topology->linkLimit; i++)
-        if (cls->links.cont[i].active && headOf(topology, cls->links.ids[i]) >= 0)
-            raiseTo(worst.level, balanceUpTo(cls->links.cont[i]));
-    for (Long i = 0; i < cls->nodes.top && cls->nodes.ids[i] < topology->nodeLimit; i++)
-        raiseTo(worst.level, cls->nodes.cont[i]);
-    return worst;
-}
-
 // Adds x from a level on.
 Balance shifted(const Balance& balance, int level, double x) {
     Balance after = balance;
     for (int p = level; p < kLevels; p++) after.upTo[p] += x;
     return after;
+}
+
+// What a trial adds to the balance of a failure that is up to a level.
+double shiftOf(const BookChange& change, int oa) {
+    return (change.freed ? -change.mult : change.mult) * change.amounts[oa];
+}
+
+// The worst need from exact balances, in any order, with the changes of a trial if there
+// is one.
+WorstNeed computeWorst(const DBTopology* topology, const BookClass* cls, int oa = 0,
+                       const BookTrial* trial = nullptr) {
+    WorstNeed worst = {};
+    worst.version = topology->version;
+    auto raise = [&](Balance balance, auto isMeant) {
+        for (Long i = 0; trial != nullptr && i < trial->changes->top; i++) {
+            const BookChange& change = trial->changes->cont[i];
+            if (isMeant(change.failure))
+                balance = shifted(balance, trial->level, shiftOf(change, oa));
+        }
+        raiseTo(worst.level, balance);
+    };
+    auto raiseLink = [&](Long failure, const Balance& balance) {
+        if (failure < topology->linkLimit && headOf(topology, failure) >= 0)
+            raise(balance, [=](Long changed) { return changed == failure; });
+    };
+    auto raiseNode = [&](Long node, const Balance& balance) {
+        if (node >= 0 && node < topology->nodeLimit)
+            raise(balance,
+                  [=](Long changed) { return headOf(topology, changed) == node; });
+    };
+    for (Long i = 0; i < cls->links.top; i++)
+        if (trial != nullptr || cls->links.cont[i].active)
+            raiseLink(cls->links.ids[i], balanceUpTo(cls->links.cont[i]));
+    for (Long i = 0; i < cls->nodes.top; i++)
+        raiseNode(cls->nodes.ids[i], cls->nodes.cont[i]);
+    for (Long i = 0; trial != nullptr && i < trial->changes->top; i++) {
+        const Long failure = trial->changes->cont[i].failure;
+        if (findEntry(cls, failure) == nullptr) raiseLink(failure, {});
+        const Long head = headOf(topology, failure);
+        if (find(&cls->nodes, head) == nullptr) raiseNode(head, {});
+    }
+    return worst;
 }
 
 // Keeps `worst` in step with a failure whose balance changes. False if it may have been
@@ -241,8 +271,18 @@ int balanceNodes(const DBTopology* topology, BookClass* cls) {
     return 0;
 }
 
-// The worst need with a trial's changes, from exact balances; false if it cannot be told
-// from the worst need without them.
+// Whether balances stay exact with the changes of a trial.
+bool isExactWith(const DBTopology* topology, const LinkBook& book, int oa,
+                 const BookTrial& trial) {
+    if (!book.grain.isExact() || book.nodesVersion != topology->version) return false;
+    const auto nb = static_cast<double>(trial.changes->top);
+    for (Long i = 0; i < trial.changes->top; i++)
+        if (!book.grain.covers(nb * shiftOf(trial.changes->cont[i], oa))) return false;
+    return true;
+}
+
+// The worst need with a trial's changes; false if it cannot be told from the worst need
+// without them.
 bool followTrial(DataBase* dataBase, const DBTopology* topology, LinkBook* book, int oa,
                  const BookTrial& trial, WorstNeed* worst) {
     BookClass* cls = &book->classes[oa];
@@ -255,14 +295,13 @@ bool followTrial(DataBase* dataBase, const DBTopology* topology, LinkBook* book,
         if (head < 0) continue;
         if (isMarked(met, head)) return false;  // changed twice
         mark(met, head);
-        const double x = (change.freed ? -change.mult : change.mult) * change.amounts[oa];
-        if (!book->grain.covers(x)) return false;
         const BookEntry* entry = findEntry(cls, change.failure);
         const Balance* node = find(&cls->nodes, head);
         constexpr Balance kNone = {};
         if (!followBoth(topology, worst->level, change.failure,
                         entry != nullptr ? balanceUpTo(*entry) : kNone, head,
-                        node != nullptr ? *node : kNone, trial.level, x))
+                        node != nullptr ? *node : kNone, trial.level,
+                        shiftOf(change, oa)))
             return false;
     }
     return true;
@@ -412,10 +451,11 @@ const WorstNeed& worstNeed(DataBase* dataBase, const DBTopology* topology, LinkB
 WorstNeed worstNeedAfter(DataBase* dataBase, const DBTopology* topology, LinkBook* book,
                          int oa, const BookTrial& trial) {
     WorstNeed worst;
-    if (book->grain.isExact() && book->nodesVersion == topology->version &&
-        followTrial(dataBase, topology, book, oa, trial, &worst))
-        return worst;
     const BookClass* cls = &book->classes[oa];
+    if (isExactWith(topology, *book, oa, trial))
+        return followTrial(dataBase, topology, book, oa, trial, &worst)
+                   ? worst
+                   : computeWorst(topology, cls, oa, &trial);
     const Needs needs(topology, cls, oa, &trial);
     if (!trial.raises) return computeWorst(dataBase, topology, cls, needs, &trial);
     worst = worstNeed(dataBase, topology, book, oa);

@@ -26,18 +26,22 @@ struct Scratch {
 
 // What the scratches are for, and by what they are indexed.
 enum ScratchUse {
-    BACKUP_LINKS,     // working links of the backup search, by link
-    BACKUP_NODES,     // its search nodes, by node
-    BACKUP_NEEDS,     // what failures need that it protects from, by out-link
-    BACKUP_QUEUE,     // its queue
-    BACKUP_WORST,     // worst needs of links that chosen backups run over, by out-link
-    LINK_SUMMARIES,   // by out-link
-    PRIMARY_NODES,    // labels of the primary search, by node
-    PRIMARY_LINKS,    // whether links take the request, by out-link
-    PRIMARY_TERMS,    // their score terms
-    PRIMARY_OFFERS,   // scores at their heads, by in-link
-    PRIMARY_SUMS,     // sums of utilisations, by node
-    CLASS_SUMMARIES,  // and the classes behind it, by out-link
+    BACKUP_LINKS,        // working links of the backup search, by link
+    BACKUP_NODES,        // its search nodes, by node
+    BACKUP_NEEDS,        // what failures need that it protects from, by out-link
+    BACKUP_QUEUE,        // its queue
+    BACKUP_WORST,        // worst needs of links that chosen backups run over, by out-link
+    LINK_SUMMARIES,      // by out-link
+    PRIMARY_NODES,       // labels of the primary search, by node
+    PRIMARY_COSTS,       // their committed costs, by node
+    PRIMARY_TO_DO,       // what there is to do about them, by node
+    PRIMARY_ARCS,        // links that take the request
+    PRIMARY_POSITIONS,   // of these among the out-links
+    PRIMARY_FIRST_ARCS,  // where those of a node begin, by node
+    PRIMARY_TERMS,       // their score terms
+    PRIMARY_OFFERS,      // scores at their heads, by in-link
+    PRIMARY_SUMS,        // sums of utilisations, by node
+    CLASS_SUMMARIES,     // and the classes behind it, by out-link
     LEVEL_SUMS = CLASS_SUMMARIES + kClasses,  // and the classes behind it
     NB_SCRATCHES = LEVEL_SUMS + kClasses
 };
@@ -46,7 +50,8 @@ enum StampUse {
     HANDLED_LINKS,    // links of the walk over an LSP
     MET_NODES,        // nodes of the search for the worst failure
     FORBIDDEN_LINKS,  // of the backup search
-    REACHED_NODES,    // by the backup search
+    REACHED_NODES,    // by a search
+    BUILT_NODES,      // by the primary search, through any links
     BOOKED_LINKS,     // links of the backups that it has chosen
     NB_STAMPS
 };

@@ -17,18 +17,25 @@
 
 namespace {
 
-enum Reach : std::uint8_t { UNREACHED, REACHED, EXPANDED };
-
-// Labels of a node. Predecessors are positions of in-links, -1 for none.
+// The labels of a node but for its committed cost. Predecessors are positions of
+// in-links, -1 for none.
 struct Label {
-    double cost;
     double newCost;
     Long neighb;
     Long newNeighb;
-    Reach reach;
-    bool built;    // can be reached from the source, through any links
-    bool pending;  // an in-link may improve it
-    bool elected;  // has a candidate in this pass
+};
+
+// What there is to do about a node that has been reached; 0: nothing.
+enum ToDo : std::uint8_t {
+    LOOK = 1,    // an in-link may improve its label
+    EXPAND = 2,  // its out-links have not been followed
+};
+
+// A link that takes the request, among those that leave its tail.
+struct Arc {
+    double term;  // what it adds to a score, if that is one term
+    Long head;
+    Long inPosition;
 };
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -93,16 +100,23 @@ class FastSearch {
         DBWorkspace* work = workspaceOf(dataBase_);
         const Long nodes = topology_->nodeSlots;
         labels_ = scratchArray<Label>(&work->scratches[PRIMARY_NODES], nodes);
-        isOpen_ = scratchArray<bool>(&work->scratches[PRIMARY_LINKS], summaries_.nbLinks);
+        costs_ = scratchArray<double>(&work->scratches[PRIMARY_COSTS], nodes);
+        toDo_ = scratchArray<std::uint8_t>(&work->scratches[PRIMARY_TO_DO], nodes);
+        firstArc_ = scratchArray<Long>(&work->scratches[PRIMARY_FIRST_ARCS], nodes);
+        arcs_ = scratchArray<Arc>(&work->scratches[PRIMARY_ARCS], summaries_.nbLinks);
+        positions_ =
+            scratchArray<Long>(&work->scratches[PRIMARY_POSITIONS], summaries_.nbLinks);
         offers_ =
             scratchArray<double>(&work->scratches[PRIMARY_OFFERS], summaries_.nbLinks);
-        if (labels_ == nullptr || isOpen_ == nullptr || offers_ == nullptr ||
-            longVecInit(&active_, nodes + 1) < 0 || initTrial() < 0)
+        if (labels_ == nullptr || costs_ == nullptr || positions_ == nullptr ||
+            toDo_ == nullptr || firstArc_ == nullptr || arcs_ == nullptr ||
+            offers_ == nullptr || clearStamps(&work->stamps[REACHED_NODES], nodes) < 0 ||
+            longVecInit(&active_, nodes + 1) < 0 ||
+            longVecInit(&elected_, nodes + 1) < 0 || initTrial() < 0)
             return false;
         std::fill_n(offers_, summaries_.nbLinks, kInfinity);
-        std::fill_n(
-            labels_, nodes,
-            Label{0.0, 0.0, -1, -1, UNREACHED, topology_->connected, false, false});
+        std::fill_n(toDo_, nodes, std::uint8_t{0});
+        reached_ = &work->stamps[REACHED_NODES];
         return terms_.init(work, summaries_, req_) == 0;
     }
 
@@ -110,15 +124,25 @@ class FastSearch {
     bool admitLinks(Long src) {
         const bool needsOrder = !topology_->connected || terms_.hasSums();
         if (needsOrder && !buildOrder(src)) return false;
-        for (Long i = 0; i < summaries_.nbLinks; i++) {
-            const TopoLink& out = topology_->out[i];
-            isOpen_[i] = labels_[out.head].built &&
-                         admits(dataBase_, summaries_, i, req_, &trial_);
-            if (!isOpen_[i]) continue;
-            if (!labels_[out.tail].built && out.tail >= size_) return false;
-            if (!summaries_.links[i].isFinite) return false;
-            terms_.compute(i);
+        const QuickAdmission quick(summaries_, req_);
+        nbArcs_ = 0;
+        for (Long n = 0; n < topology_->nodeSlots; n++) {
+            firstArc_[n] = nbArcs_;
+            for (Long i = topology_->firstOut[n]; i < topology_->firstOut[n + 1]; i++) {
+                const OutHop& hop = topology_->hops[i];
+                if (!topology_->connected && !isMarked(built_, hop.head)) continue;
+                if (!quick.admits(i) &&
+                    (!quick.isUnsure(i) ||
+                     !admits(dataBase_, summaries_, i, req_, &trial_)))
+                    continue;
+                if (!topology_->connected && !isMarked(built_, n) && n >= size_)
+                    return false;
+                if (!summaries_.links[i].isFinite) return false;
+                positions_[nbArcs_] = i;
+                arcs_[nbArcs_++] = {terms_.compute(i), hop.head, hop.inPosition};
+            }
         }
+        firstArc_[topology_->nodeSlots] = nbArcs_;
         return true;
     }
 
@@ -127,21 +151,25 @@ class FastSearch {
         // Along a chain of candidates scores do not rise towards the source if no term is
         // negative: a node on it cannot be beaten by way of its end.
         loopsPossible_ = !terms_.neverFalls();
-        labels_[src].reach = EXPANDED;
+        costs_[src] = 0.0;
+        labels_[src] = {0.0, -1, -1};
+        mark(reached_, src);
         offerFrom(src);
         expand(src);
         Long threshold = active_.top;
         while (threshold > 0) {
-            changed_ = false;
+            isChanged_ = false;
             for (Long i = 0; i < threshold; i++) {
                 const Long n = active_.cont[i];
-                if (labels_[n].pending) relax(n);
-                if (labels_[n].reach == EXPANDED) continue;
-                labels_[n].reach = EXPANDED;
-                expand(n);
+                const std::uint8_t toDo = toDo_[n];
+                if (toDo == 0) continue;
+                toDo_[n] = 0;
+                if ((toDo & LOOK) != 0) relax(n);
+                if ((toDo & EXPAND) != 0) expand(n);
             }
-            for (Long i = 0; i < threshold; i++) elect(active_.cont[i]);
-            if (!changed_) return;
+            for (Long i = 0; i < elected_.top; i++) commit(elected_.cont[i]);
+            elected_.top = 0;
+            if (!isChanged_) return;
             threshold = active_.top;
         }
     }
@@ -150,7 +178,7 @@ class FastSearch {
         LongList* path = &req_->path;
         path->top = 0;
         const bool reached =
-            dst == src || (dst < topology_->nodeSlots && labels_[dst].neighb >= 0);
+            dst == src || (dst < topology_->nodeSlots && isMarked(reached_, dst));
         if (!reached) {
             PUSH_ERROR(CRITICAL, "Destination unreachable");
             return FastResult::UNREACHABLE;
@@ -159,7 +187,7 @@ class FastSearch {
             path->cont[path->top++] = n;
         path->cont[path->top++] = src;
         std::reverse(path->cont, path->cont + path->top);
-        *cost = labels_[dst].cost;
+        *cost = costs_[dst];
         return FastResult::FOUND;
     }
 
@@ -184,83 +212,124 @@ class FastSearch {
 
     // The nodes in the order in which a depth-first walk builds them.
     bool buildOrder(Long src) {
-        if (longVecInit(&order_, topology_->nodeSlots + 1) < 0) return false;
-        for (Long n = 0; n < topology_->nodeSlots; n++) labels_[n].built = false;
-        LongList* toDo = &active_;  // free until the search begins
+        built_ = &workspaceOf(dataBase_)->stamps[BUILT_NODES];
+        if (longVecInit(&order_, topology_->nodeSlots + 1) < 0 ||
+            clearStamps(built_, topology_->nodeSlots) < 0)
+            return false;
+        LongList* toVisit = &active_;  // free until the search begins
         size_ = src + 1;
-        labels_[src].built = true;
-        toDo->cont[toDo->top++] = src;
-        while (toDo->top > 0) {
-            const Long n = toDo->cont[--toDo->top];
+        mark(built_, src);
+        toVisit->cont[toVisit->top++] = src;
+        while (toVisit->top > 0) {
+            const Long n = toVisit->cont[--toVisit->top];
             order_.cont[order_.top++] = n;
             size_ = std::max(size_, n + 1);
             for (Long i = topology_->firstOut[n]; i < topology_->firstOut[n + 1]; i++) {
                 const Long head = topology_->hops[i].head;
-                if (labels_[head].built) continue;
-                labels_[head].built = true;
-                toDo->cont[toDo->top++] = head;
+                if (isMarked(built_, head)) continue;
+                mark(built_, head);
+                toVisit->cont[toVisit->top++] = head;
             }
         }
         return true;
     }
 
+    // Adds up over all links that take the request, node by node in that order.
     void sumUtilisations(Long src) {
         terms_.clearSums(src);
+        for (Long i = 0; i < nbArcs_; i++) offers_[arcs_[i].inPosition] = 0.0;
         for (Long i = 0; i < order_.top; i++) {
             const Long n = order_.cont[i];
             for (Long j = topology_->firstIn[n]; j < topology_->firstIn[n + 1]; j++)
-                if (isOpen_[topology_->outOfIn[j]])
-                    terms_.addUtilisation(src, topology_->outOfIn[j]);
+                if (offers_[j] == 0.0) terms_.addUtilisation(src, topology_->outOfIn[j]);
         }
+        std::fill_n(offers_, summaries_.nbLinks, kInfinity);
     }
 
-    // The label of n has been committed.
+    // The label of n has been committed. A committed label only gets better: an offer
+    // that does not beat it now will not later.
     void offerFrom(Long n) {
-        const double cost = labels_[n].cost;
-        for (Long i = topology_->firstOut[n]; i < topology_->firstOut[n + 1]; i++) {
-            if (!isOpen_[i]) continue;
-            const OutHop& hop = topology_->hops[i];
-            offers_[hop.inPosition] = terms_.score(i, cost, n);
-            labels_[hop.head].pending = true;
+        const double cost = costs_[n];
+        const Long end = firstArc_[n + 1];
+        if (!terms_.isSingle()) {
+            for (Long i = firstArc_[n]; i < end; i++)
+                offer(arcs_[i], terms_.score(positions_[i], cost, n), offers_, costs_,
+                      toDo_);
+            return;
         }
+        // In locals, since a store to a flag might change any member.
+        const Arc* const arcs = arcs_;
+        double* const offers = offers_;
+        const double* const costs = costs_;
+        std::uint8_t* const toDo = toDo_;
+        for (Long i = firstArc_[n]; i < end; i++)
+            offer(arcs[i], ScoreTerms::priced(cost + arcs[i].term), offers, costs, toDo);
     }
+
+    static void offer(const Arc& arc, double score, double* offers, const double* costs,
+                      std::uint8_t* toDo) {
+        offers[arc.inPosition] = score;
+        toDo[arc.head] |= beats(score, costs[arc.head]) ? LOOK : 0;
+    }
+
+    static bool beats(double offer, double cost) { return offer - cost < -kMinGain; }
 
     void expand(Long n) {
-        for (Long i = topology_->firstOut[n]; i < topology_->firstOut[n + 1]; i++) {
-            const OutHop& hop = topology_->hops[i];
-            Label* label = &labels_[hop.head];
-            if (!isOpen_[i] || label->reach != UNREACHED) continue;
-            label->cost = label->newCost = offers_[hop.inPosition];
-            label->neighb = label->newNeighb = hop.inPosition;
-            terms_.elect(i, n, hop.head);
-            terms_.activate(hop.head);
-            label->reach = REACHED;
-            active_.cont[active_.top++] = hop.head;
-            offerFrom(hop.head);
-            changed_ = true;
+        for (Long i = firstArc_[n]; i < firstArc_[n + 1]; i++) {
+            const Arc& arc = arcs_[i];
+            if (isMarked(reached_, arc.head)) continue;
+            mark(reached_, arc.head);
+            costs_[arc.head] = offers_[arc.inPosition];
+            labels_[arc.head] = {costs_[arc.head], arc.inPosition, arc.inPosition};
+            terms_.elect(positions_[i], n, arc.head);
+            terms_.activate(arc.head);
+            toDo_[arc.head] = LOOK | EXPAND;
+            active_.cont[active_.top++] = arc.head;
+            offerFrom(arc.head);
+            isChanged_ = true;
         }
     }
 
-    // Takes the last offer that beats the committed label, as the order of passes has it.
-    void relax(Long n) {
-        Label* label = &labels_[n];
-        label->pending = false;
-        const double cost = label->cost;
+    // The last offer that beats the committed label, as the order of passes has it, or
+    // -1; and the least of all. Nobody can foretell which it is: branches would be
+    // mispredicted.
+    Long lastBetterOffer(Long n, double* least) const {
+        const double cost = costs_[n];
+        const Long end = topology_->firstIn[n + 1];
         Long best = -1;
-        for (Long i = topology_->firstIn[n]; i < topology_->firstIn[n + 1]; i++) {
-            if (!(offers_[i] - cost < -kMinGain)) continue;
-            // Taken or not, it is to be looked at again: against the score that this
-            // pass elects, or when the loop is gone.
-            label->pending = true;
-            if (loopsPossible_ && isOnChain(topology_->in[i].tail, n)) continue;
-            best = i;
+        double low = kInfinity;
+        for (Long i = topology_->firstIn[n]; i < end; i++) {
+            const double offer = offers_[i];
+            low = offer < low ? offer : low;
+            best = beats(offer, cost) ? i : best;
         }
+        *least = low;
+        return best;
+    }
+
+    // The same, but for offers that close a loop.
+    Long lastOpenOffer(Long n, Long from) {
+        const double cost = costs_[n];
+        for (Long i = from; i >= topology_->firstIn[n]; i--) {
+            if (!beats(offers_[i], cost)) continue;
+            if (!isOnChain(topology_->in[i].tail, n)) return i;
+            toDo_[n] |= LOOK;  // the loop may go
+        }
+        return -1;
+    }
+
+    void relax(Long n) {
+        double least;
+        Long best = lastBetterOffer(n, &least);
+        if (loopsPossible_) best = lastOpenOffer(n, best);
         if (best < 0) return;
+        Label* label = &labels_[n];
         label->newCost = offers_[best];
         label->newNeighb = best;
+        toDo_[n] |= beats(least, label->newCost) ? LOOK : 0;
         terms_.elect(topology_->outOfIn[best], topology_->in[best].tail, n);
-        label->elected = true;
-        changed_ = true;
+        elected_.cont[elected_.top++] = n;
+        isChanged_ = true;
     }
 
     // Whether n is on the chain of candidates of `from`.
@@ -270,11 +339,9 @@ class FastSearch {
         return from == n;
     }
 
-    void elect(Long n) {
+    void commit(Long n) {
         Label* label = &labels_[n];
-        if (!label->elected) return;
-        label->elected = false;
-        label->cost = label->newCost;
+        costs_[n] = label->newCost;
         label->neighb = label->newNeighb;
         terms_.activate(n);
         offerFrom(n);
@@ -286,14 +353,23 @@ class FastSearch {
     LinkSummaries summaries_ = {};
     ScoreTerms terms_;
     ScopedLSP trial_;
-    Label* labels_ = nullptr;   // by node id
-    bool* isOpen_ = nullptr;    // by position among the out-links: takes the request
+    double* costs_ = nullptr;       // committed, by node id, of nodes reached
+    Label* labels_ = nullptr;       // likewise
+    Stamps* reached_ = nullptr;     // likewise
+    std::uint8_t* toDo_ = nullptr;  // by node id: flags of ToDo
+    Arc* arcs_ = nullptr;           // node n's from firstArc_[n] on
+    Long* firstArc_ = nullptr;
+    Long* positions_ = nullptr;  // of arcs, among the out-links
+    Long nbArcs_ = 0;
     double* offers_ = nullptr;  // by position among the in-links: scores at their heads
-    ScopedLongList order_;
-    ScopedLongList active_;
-    Long size_ = 0;  // node ids built lie below
+    ScopedLongList active_;     // nodes reached, in this order
+    ScopedLongList elected_;    // nodes with a candidate of this pass
+    // Of networks where some nodes cannot be reached, or for sums of utilisations:
+    Stamps* built_ = nullptr;  // nodes reached through any links
+    ScopedLongList order_;     // these, in the order of the walk
+    Long size_ = 0;            // their ids lie below
     bool loopsPossible_ = true;
-    bool changed_ = false;
+    bool isChanged_ = false;
 };
 
 }  // namespace

@@ -43,6 +43,7 @@ int ScoreTerms::init(DBWorkspace* work, const LinkSummaries& summaries,
         addStep(SQ_REL_LOAD, oa, config.sqRelLoad[oa]);
         addStep(DELAY, oa, config.delay[oa]);
     }
+    isSingle_ = stride_ == 1;
     const Long nodes = summaries.topology->nodeSlots;
     terms_ = scratchArray<double>(&work->scratches[PRIMARY_TERMS],
                                   summaries.nbLinks * stride_);
@@ -61,7 +62,7 @@ double ScoreTerms::term(const Step& step, const ClassSummary& sum) const {
     const ClassLoad l = {sum.load, sum.cap, req_->bw[step.oa]};
     switch (step.criterion) {
         case CONGESTION:
-            return step.weight * ((sum.slope * (l.load + l.bw) + sum.shift) - sum.cost);
+            return step.weight * congestionIncrease(sum, l.bw);
         case LOAD:
             return step.weight * l.bw;
         case SQ_LOAD:
@@ -77,7 +78,7 @@ double ScoreTerms::term(const Step& step, const ClassSummary& sum) const {
     }
 }
 
-void ScoreTerms::compute(Long position) {
+double ScoreTerms::computeAll(Long position) {
     double* out = terms_ + static_cast<std::ptrdiff_t>(position) * stride_;
     for (int i = 0; i < nbSteps_; i++) {
         const Step& step = steps_[i];
@@ -93,6 +94,7 @@ void ScoreTerms::compute(Long position) {
             if (!(*out++ >= 0.0)) hasNegative_ = true;
         }
     }
+    return 0.0;
 }
 
 double ScoreTerms::balancedScore(const double* term, double tailCost, Long tail) const {
@@ -126,17 +128,12 @@ void ScoreTerms::addUtilisation(Long node, Long position) const {
     }
 }
 
-void ScoreTerms::elect(Long position, Long tail, Long head) {
+void ScoreTerms::electSums(Long position, Long tail, Long head) {
     const double* from = sums(tail);
     double* to = sums(head) + nbSums_;
-    for (int i = 0; nbSums_ > 0 && i < nbSteps_; i++) {
+    for (int i = 0; i < nbSteps_; i++) {
         if (steps_[i].criterion != BALANCE) continue;
         const int oa = steps_[i].oa;
         *to++ = req_->bw[oa] / summaries_->classes[oa][position].cap + *from++;
     }
-}
-
-void ScoreTerms::activate(Long node) {
-    double* sum = sums(node);
-    for (Long k = 0; k < nbSums_; k++) sum[k] = sum[nbSums_ + k];
 }

@@ -22,8 +22,24 @@ class ScoreTerms {
     // -1 if there is no memory.
     int init(DBWorkspace* work, const LinkSummaries& summaries, const LSPRequest* req);
 
-    // Computes the terms of a link.
-    void compute(Long position);
+    // Computes the terms of a link. Returns the term, if there is only one.
+    double compute(Long position) {
+        if (!isSingle()) return computeAll(position);
+        const Step& step = steps_[0];
+        const ClassSummary& sum = summaries_->classes[step.oa][position];
+        const double only = step.criterion == CONGESTION
+                                ? step.weight * congestionIncrease(sum, req_->bw[step.oa])
+                                : term(step, sum);
+        if (!(only >= 0.0)) hasNegative_ = true;
+        return only;
+    }
+    // Whether a score is that of the tail plus one term, and priced.
+    bool isSingle() const { return isSingle_; }
+
+    // Without rerouting prices, the factor of the score is 0; infinity times it is not.
+    static double priced(double score) {
+        return score > 0.0 ? score + score * 0.0 : score;
+    }
 
     // The score at the head of a link, from the label of its tail.
     double score(Long position, double tailCost, Long tail) const {
@@ -41,8 +57,12 @@ class ScoreTerms {
     bool hasSums() const { return nbSums_ > 0; }
     void clearSums(Long node);
     void addUtilisation(Long node, Long position) const;
-    void elect(Long position, Long tail, Long head);
-    void activate(Long node);
+    void elect(Long position, Long tail, Long head) {
+        if (nbSums_ > 0) electSums(position, tail, head);
+    }
+    void activate(Long node) {
+        for (Long k = 0; k < nbSums_; k++) sums(node)[k] = sums(node)[nbSums_ + k];
+    }
 
   private:
     enum Criterion { CONGESTION, BALANCE, LOAD, SQ_LOAD, REL_LOAD, SQ_REL_LOAD, DELAY };
@@ -54,12 +74,12 @@ class ScoreTerms {
     static constexpr int kMaxSteps = 7 * kClasses;
     static constexpr Long kBalanceTerms = 3;
 
-    // Without rerouting prices, the factor of the score is 0; infinity times it is not.
-    static double priced(double score) {
-        return score > 0.0 ? score + score * 0.0 : score;
-    }
-
     void addStep(Criterion criterion, int oa, double weight);
+    static double congestionIncrease(const ClassSummary& sum, double bw) {
+        return (sum.slope * (sum.load + bw) + sum.shift) - sum.cost;
+    }
+    void electSums(Long position, Long tail, Long head);
+    double computeAll(Long position);
     double term(const Step& step, const ClassSummary& sum) const;
     double balancedScore(const double* term, double tailCost, Long tail) const;
     double* sums(Long node) const { return sums_ + 2 * nbSums_ * node; }
@@ -70,6 +90,7 @@ class ScoreTerms {
     Step steps_[kMaxSteps];
     int nbSteps_ = 0;
     Long stride_ = 0;  // terms of a link
+    bool isSingle_ = false;
     bool hasNegative_ = false;
     Long nbSums_ = 0;
     double* terms_ = nullptr;
