@@ -1,0 +1,188 @@
+#include "state.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <numeric>
+#include <stdexcept>
+
+#include "common/memory.h"
+#include "common/setup.h"
+#include "computation/backup/backup.h"
+#include "computation/primary/primaryPath.h"
+#include "error/error.h"
+
+namespace {
+
+// Mean load of the primaries on shortest paths, as a share of the capacity. With the
+// backups about a third of the network is then reserved, and some links are full.
+constexpr double kLoad = 0.2;
+
+double residentBytes() {
+    std::ifstream statm("/proc/self/statm");
+    double total = 0.0, resident = 0.0;
+    statm >> total >> resident;
+    return resident * static_cast<double>(sysconf(_SC_PAGESIZE));
+}
+
+double meanReserved(const State& state) {
+    double left = 0.0, capacity = 0.0;
+    for (const Link& link : state.network.links) {
+        capacity += link.capacity;
+        for (int oa = 0; oa < kUsedClasses; oa++)
+            left += freeBandwidth(state.dataBase, link, oa);
+    }
+    return 1.0 - left / capacity;
+}
+
+}  // namespace
+
+double secondsNow() {
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration<double>(now).count();
+}
+
+Muted::Muted() {
+    std::fflush(stdout);
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    for (int fd : {STDOUT_FILENO, STDERR_FILENO}) {
+        saved_[fd - STDOUT_FILENO] = dup(fd);
+        dup2(nowhere, fd);
+    }
+    close(nowhere);
+}
+
+Muted::~Muted() {
+    std::fflush(stdout);
+    for (int fd : {STDOUT_FILENO, STDERR_FILENO}) {
+        dup2(saved_[fd - STDOUT_FILENO], fd);
+        close(saved_[fd - STDOUT_FILENO]);
+    }
+}
+
+void configure() {
+    errorInit();
+    kavrilConfig = {};
+    kavrilConfig.predicateConfig.capacityClause = true;
+    kavrilConfig.primaryComputationConfig.Fortz = 1.0;
+    NBOA = kUsedClasses;
+    NBPL = kUsedLevels;
+}
+
+void initRequest(LSPRequest* req, const Ask& ask) {
+    lspRequestInit(req);
+    req->id = ask.id;
+    req->precedence = ask.level;
+    req->bw[ask.oa] = ask.bw;
+    setPath(req, {ask.src, -1, ask.dst});
+}
+
+void setPath(LSPRequest* req, const Path& path) {
+    req->path.top = 0;
+    for (Long node : path) longVecPushBack(&req->path, node);
+}
+
+void initLSP(DBLabelSwitchedPath* lsp, const LSPRequest& req) {
+    DBlspInit(lsp);
+    lsp->id = req.id;
+    lsp->precedence = req.precedence;
+    std::copy_n(req.bw, kClasses, lsp->bw);
+    for (Long node : nodesOf(req.path)) longVecPushBack(&lsp->path, node);
+}
+
+double freeBandwidth(DataBase* dataBase, const Link& link, int oa) {
+    const DBLinkState& state = findLink(&dataBase->linkTab, link.src, link.dst)->state;
+    return state.cap[oa] - std::accumulate(state.rbw[oa], state.rbw[oa] + kLevels, 0.0);
+}
+
+State::State(const Network& net, Long offered) : network(net), dataBase(DBnew(0)) {
+    const double before = residentBytes();
+    addNetwork();
+    facts.offered = offered;
+    setScale();
+    facts.linkBytes = residentBytes() - before;
+    const double start = secondsNow();
+    fill();
+    facts.seconds = secondsNow() - start;
+    facts.lspBytes = residentBytes() - before - facts.linkBytes;
+    facts.allocated = allocatedMemory;
+    facts.reserved = meanReserved(*this);
+}
+
+void State::addNetwork() {
+    facts.nodes = network.nodes;
+    for (Long node = 0; node < network.nodes; node++) DBaddNode(dataBase, node);
+    for (const Link& link : network.links) {
+        ScopedLinkState state;
+        DBlinkStateInit(&state);
+        std::fill_n(state.cap, kUsedClasses, link.capacity / kUsedClasses);
+        if (DBaddLink(dataBase, facts.links++, link.src, link.dst, &state) < 0)
+            throw std::runtime_error("a link is refused");
+    }
+}
+
+// Chooses the scale of demands from a sample of them.
+void State::setScale() {
+    constexpr int kSample = 200;
+    double load = 0.0;
+    for (int i = 0; i < kSample; i++) {
+        const Demand& d = network.demands[random_.below(network.demands.size())];
+        load += d.bw * hopsFrom(network, d.src, [](Long) { return true; })[d.dst];
+    }
+    double capacity = 0.0;
+    for (const Link& link : network.links) capacity += link.capacity;
+    scale_ = kLoad * capacity / (load / kSample * facts.offered);
+}
+
+Ask State::draw() {
+    const Demand& d = network.demands[random_.below(network.demands.size())];
+    const double bw = std::max(1.0, std::round(d.bw * scale_));
+    const int oa = random_.below(kUsedClasses);
+    return {nextId_, d.src, d.dst, oa, random_.below(kUsedLevels), bw};
+}
+
+void State::fill() {
+    const Muted quiet;
+    for (Long i = 0; i < facts.offered; i++) {
+        const Ask ask = draw();
+        ScopedRequest req;
+        ScopedLSP lsp;
+        IdList preempted;
+        errorManager.top = 0;
+        initRequest(&req, ask);
+        if (computePrimaryPath(dataBase, &req) < 0) continue;
+        initLSP(&lsp, req);
+        if (DBaddLSP(dataBase, &lsp, &preempted) < 0) continue;
+        nextId_++;
+        facts.primaries++;
+        if (i % 3 == 0)
+            protect(ask.id);
+        else if (lsp.path.top > 2)
+            unprotected_.push_back(ask.id);
+    }
+}
+
+// Backups are placed as the entry point does it, at level 0.
+void State::protect(Long id) {
+    RequestList reqs;
+    if (computeBackup(dataBase, &reqs, id, LOCAL_BACKUP) < 0) return;
+    facts.protectedOnes++;
+    for (Long i = 0; i < reqs.size; i++) {
+        ScopedLSP backup;
+        IdList preempted;
+        initLSP(&backup, reqs.cont[i]);
+        backup.id = nextId_;
+        backup.precedence = 0;
+        backup.type = reqs.cont[i].type;
+        backup.primID = id;
+        longVecCopy(&backup.primPath, &DBgetLSP(dataBase, id)->path);
+        if (DBaddLSP(dataBase, &backup, &preempted) < 0) continue;
+        nextId_++;
+        facts.backups++;
+    }
+}

@@ -1,0 +1,108 @@
+// A network in operation: a database with thousands of LSPs up, a third of them with
+// local backups.
+#pragma once
+
+#include <vector>
+
+#include "computation/computation.h"
+#include "database/database.h"
+#include "network.h"
+#include "random.h"
+
+constexpr int kUsedClasses = 2;
+constexpr int kUsedLevels = 4;
+
+using Path = std::vector<Long>;
+
+// What a primary path request asks for.
+struct Ask {
+    Long id;
+    Long src;
+    Long dst;
+    int oa;
+    int level;
+    double bw;
+};
+
+struct StateFacts {
+    Long nodes, links;
+    Long offered, primaries, protectedOnes, backups;
+    double seconds;                         // to place the LSPs
+    double reserved;                        // mean share of the capacities
+    double linkBytes, lspBytes, allocated;  // resident, of the empty network and of what
+};                                          //   was placed; all, as accounted
+
+class State {
+  public:
+    // Places primaries one by one on the paths computed for them, and after every third
+    // its local backups. Those that find no room are left out. Bandwidths are whole
+    // numbers, so that sums are exact and removing what was placed leaves no trace.
+    State(const Network& network, Long offered);
+    ~State() { DBdestroy(dataBase); }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
+    // A request of the kind that the network was filled with, under a free id.
+    Ask draw();
+
+    // A stored primary of two hops or more without backups.
+    Long drawUnprotected() { return unprotected_[random_.below(unprotected_.size())]; }
+
+    const Network& network;
+    DataBase* dataBase;
+    StateFacts facts = {};
+
+  private:
+    void addNetwork();
+    void setScale();
+    void fill();
+    void protect(Long id);
+
+    Random random_{1};
+    double scale_ = 1.0;
+    Long nextId_ = 0;
+    std::vector<Long> unprotected_;
+};
+
+// Configures the process as jniinitKavril would: capacity clause, congestion cost only.
+void configure();
+
+// Initialises a request, its path [src, -1, dst].
+void initRequest(LSPRequest* req, const Ask& ask);
+void setPath(LSPRequest* req, const Path& path);
+
+// Initialises the LSP that a request with a path becomes.
+void initLSP(DBLabelSwitchedPath* lsp, const LSPRequest& req);
+
+inline Path nodesOf(const LongList& path) {
+    return {path.cont, path.cont + path.top};
+}
+
+// What a link has left of its capacity in a class.
+double freeBandwidth(DataBase* dataBase, const Link& link, int oa);
+
+// An empty list.
+struct RequestList : LSPRequestList {
+    RequestList() { lspRequestListInit(this, -1); }
+    ~RequestList() { lspRequestListEnd(this); }
+    RequestList(const RequestList&) = delete;
+    RequestList& operator=(const RequestList&) = delete;
+};
+struct IdList : ScopedLongList {
+    IdList() { longVecInit(this, -1); }
+};
+
+// While it lives, nothing is written to standard output and standard error: searches for
+// backups report there what they do not find.
+class Muted {
+  public:
+    Muted();
+    ~Muted();
+    Muted(const Muted&) = delete;
+    Muted& operator=(const Muted&) = delete;
+
+  private:
+    int saved_[2];
+};
+
+double secondsNow();
