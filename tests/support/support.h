@@ -124,5 +124,6 @@ class Net {
 };
 
 // Fails unless pbw, bbw, fbw, rbw and the LSP list of every link are what the LSPs that
-// are up amount to, computed from nothing.
-void expectTablesMatch(DataBase* db);
+// are up amount to, computed from nothing. A cell may differ by that share of the link's
+// capacity; the largest share is returned.
+double expectTablesMatch(DataBase* db, double tolerance = 0.0);
