@@ -202,13 +202,9 @@ bool admits(DataBase* dataBase, const LinkSummaries& summaries, Long position,
     const TopoLink& out = summaries.topology->out[position];
     const LinkSummary& link = summaries.links[position];
     const PredicateConfig& config = kavrilConfig.predicateConfig;
-    if (link.isPlain) {
-        double gain[kClasses];
-        return isValidRequestLink(dataBase, out.tail, out.head, &out.link->state, req,
-                                  gain);
-    }
     const LSPrerouteInfo& info = req->rerouteInfo;
     if (info.id >= 0 && out.tail == info.src && out.head == info.dst) return false;
+    // A plain link is never exact.
     if (!summaries.isExact || !link.isExact || isPartnersLink(dataBase, req, out))
         return admitsOnTrial(dataBase, out, trial);
     bool frees = false;

@@ -90,3 +90,16 @@ TEST_F(PrimaryPath, ReroutingWeightsPriceTheGainOfALink) {
     EXPECT_THAT(path(net, {0, -1, 3}, 5.0, 2), ElementsAre(0, 1, 3));
     EXPECT_EQ(5 + 5 * 3.0 / 5 + 5, COST);
 }
+
+TEST_F(PrimaryPath, FailsWhereLinksCannotBeEvaluated) {
+    Net net;
+    net.link(0, 1).link(1, 2).link(0, 3).link(3, 2);
+    net.add(Lsp(1, {0, 1, 2}, 8.0));
+    DBremoveLink(net, 1, 2);
+    Request req({0, -1, 2}, 5.0);
+    req.rerouteInfo = {1, -1, -1};  // whose path is not whole
+    EXPECT_EQ(-1, computePrimaryPath(net, &req));
+    const Texts texts = errorTexts();
+    EXPECT_EQ("Unable to build topology", texts.at(0));
+    EXPECT_EQ("Cannot determine link ID", texts.back());
+}

@@ -87,10 +87,13 @@ class Builder {
     // request.
     int appendIfValid(BKConnectVec* vec, Long neighbId, Long src, Long dst) {
         BKConnect connect = {neighbId, fullState(dataBase_, src, dst), {}};
-        if (!isValidRequestLink(dataBase_, src, dst, connect.linkState, req_,
-                                connect.info.gain))
-            return 0;
-        return append(vec, connect);
+        const Long length = req_->path.top;
+        const bool valid = isValidRequestLink(dataBase_, src, dst, connect.linkState,
+                                              req_, connect.info.gain);
+        // An evaluation that fails leaves its link in place of the path: neither links
+        // nor ends could be told by it any more.
+        if (req_->path.top != length) return FAIL_WITH(-1, "Bad requested path format");
+        return valid ? append(vec, connect) : 0;
     }
 
     // The links to nodes built before were judged there: `seen` are the connections of
