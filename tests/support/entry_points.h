@@ -1,0 +1,19 @@
+// The native methods, by their short names.
+#pragma once
+
+#include "velmor_repository_KAVRIL_JNIKAVRIL.h"
+
+constexpr auto initKavril = Java_velmor_repository_KAVRIL_JNIKAVRIL_jniinitKavril;
+constexpr auto killKavril = Java_velmor_repository_KAVRIL_JNIKAVRIL_jnikillKavril;
+constexpr auto printKavrilDB = Java_velmor_repository_KAVRIL_JNIKAVRIL_jniprintKavrilDB;
+constexpr auto addNodeEntry = Java_velmor_repository_KAVRIL_JNIKAVRIL_jniaddNode;
+constexpr auto addLinkEntry = Java_velmor_repository_KAVRIL_JNIKAVRIL_jniaddLink;
+constexpr auto removeLinkEntry = Java_velmor_repository_KAVRIL_JNIKAVRIL_jniremoveLink;
+constexpr auto removeNodeEntry = Java_velmor_repository_KAVRIL_JNIKAVRIL_jniremoveNode;
+constexpr auto addLSPEntry = Java_velmor_repository_KAVRIL_JNIKAVRIL_jniaddLSP;
+constexpr auto addBackupLSPEntry =
+    Java_velmor_repository_KAVRIL_JNIKAVRIL_jniaddBackupLSP;
+constexpr auto removeLSPEntry = Java_velmor_repository_KAVRIL_JNIKAVRIL_jniremoveLSP;
+constexpr auto computePathEntry = Java_velmor_repository_KAVRIL_JNIKAVRIL_jnicomputePath;
+constexpr auto computeBackupPathEntry =
+    Java_velmor_repository_KAVRIL_JNIKAVRIL_jnicomputeBackupPath;
