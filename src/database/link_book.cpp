@@ -124,6 +124,16 @@ void raiseByFailure(const Needs& needs, const DBTopology* topology, Long failure
     needs.raiseByNode(worst, head);
 }
 
+// Whether an earlier change is of the same failure, as where a path crosses a link again
+// and again. The few changes of a usual path are not worth the search.
+bool isRepeated(const BookChangeVec* changes, Long i) {
+    if (changes->top <= 64) return false;
+    const BookChange* change = &changes->cont[i];
+    return std::any_of(
+        static_cast<const BookChange*>(changes->cont), change,
+        [=](const BookChange& other) { return other.failure == change->failure; });
+}
+
 // Only active entries, and changed ones, can need anything, on their own or with the
 // other links of their head.
 WorstNeed computeWorst(DataBase* dataBase, const DBTopology* topology,
@@ -136,8 +146,9 @@ WorstNeed computeWorst(DataBase* dataBase, const DBTopology* topology,
         if (cls->links.cont[i].active)
             raiseByFailure(needs, topology, cls->links.ids[i], met, worst.level);
     for (Long i = 0; trial != nullptr && i < trial->changes->top; i++)
-        raiseByFailure(needs, topology, trial->changes->cont[i].failure, met,
-                       worst.level);
+        if (!isRepeated(trial->changes, i))
+            raiseByFailure(needs, topology, trial->changes->cont[i].failure, met,
+                           worst.level);
     return worst;
 }
 
@@ -460,8 +471,9 @@ WorstNeed worstNeedAfter(DataBase* dataBase, const DBTopology* topology, LinkBoo
     if (!trial.raises) return computeWorst(dataBase, topology, cls, needs, &trial);
     worst = worstNeed(dataBase, topology, book, oa);
     for (Long i = 0; i < trial.changes->top; i++)
-        raiseByFailure(needs, topology, trial.changes->cont[i].failure, nullptr,
-                       worst.level);
+        if (!isRepeated(trial.changes, i))
+            raiseByFailure(needs, topology, trial.changes->cont[i].failure, nullptr,
+                           worst.level);
     return worst;
 }
 
