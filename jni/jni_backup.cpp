@@ -64,12 +64,14 @@ class BackupCall {
         if ((add_ || preempt_) && checkArray(env_, ids_, requests_.size) < 0)
             return FAIL_WITH(kAddDBException, "Impossible to add BACKUP LSP");
         jobjectArray paths = newPathArray();
+        if (paths == nullptr) return nullptr;  // out of memory is pending
         const PinnedInts ids(env_, ids_);
-        if (paths == nullptr || ids.isNull()) return nullptr;  // out of memory is pending
+        if (ids.isNull()) return FAIL_WITH(kAddDBException, "Critical lack of memory");
         if (!initRecord()) return nullptr;
         const Long nbIds = env_->GetArrayLength(ids_);
+        for (Long i = 0; i < requests_.size; i++)
+            if (!storePath(paths, i)) return nullptr;  // nothing is placed yet
         for (Long i = 0; i < requests_.size; i++) {
-            if (!storePath(paths, i)) return nullptr;
             if (fillRecord(requests_.cont[i], i < nbIds ? ids[i] : 0) < 0 ||
                 place() < 0) {
                 PUSH_ERROR(CRITICAL, "Impossible to add BACKUP LSP");

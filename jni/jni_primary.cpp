@@ -36,6 +36,7 @@ class PrimaryCall {
             return FAIL_WITH(kAddDBException, "Impossible to add PRIMARY LSP");
         if (add && DBaddLSP(centralDB, &lsp_, &preemptList_) < 0)
             return FAIL_WITH(kAddDBException, "Impossible to add PRIMARY LSP");
+        added_ = add;
         if (!add && preempt && getpreemptList(centralDB, &lsp_, &preemptList_) < 0) {
             PUSH_ERROR(CRITICAL, "Impossible to obtain preemptList");
             printErrorStack();
@@ -49,7 +50,10 @@ class PrimaryCall {
     const char* report(jfieldID lspsField, jintArray* result) {
         jintArray path = toJava(env_, &request_.path);
         jintArray preempted = path != nullptr ? toJava(env_, &preemptList_) : nullptr;
-        if (preempted == nullptr) return nullptr;  // out of memory is pending
+        if (preempted == nullptr) {  // out of memory is pending, nobody learns of the LSP
+            if (added_) DBremoveLSP(centralDB, lsp_.id);
+            return nullptr;
+        }
         for (Long j = 0; j < preemptList_.top; j++)
             if (DBremoveLSP(centralDB, preemptList_.cont[j]) < 0)
                 return FAIL_WITH(kAddDBException, "Impossible to remove LSP");
@@ -76,6 +80,7 @@ class PrimaryCall {
     ScopedRequest request_;
     ScopedLSP lsp_;
     ScopedLongList preemptList_;
+    bool added_ = false;
 };
 
 }  // namespace
