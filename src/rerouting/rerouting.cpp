@@ -12,6 +12,10 @@ namespace {
 
 constexpr double kEps = 1e-10;  // amounts below count as zero
 
+// How often LSPs may be taken that were taken before: one that is tiny against the need
+// would be taken until memory ends.
+constexpr int kMaxAgain = 10000;
+
 bool listIsLive(const DBLSPList* list) {
     return list->cont != nullptr;
 }
@@ -60,7 +64,9 @@ int takeOne(Choice* choice, Long i) {
     return 0;
 }
 
+// Ends: every round takes a candidate that was not taken before, or counts.
 int chooseInLevel(Choice* choice, int level) {
+    int again = 0;
     while (choice->need > kEps) {
         if (choice->isExhausted()) return fail();
         // May run on into the next level.
@@ -75,6 +81,7 @@ int chooseInLevel(Choice* choice, int level) {
                choice->candidate(j)->bw[choice->oa] >= choice->need &&
                choice->candidate(j)->precedence == level)
             j++;
+        if (j == choice->next && ++again > kMaxAgain) return fail();
         if (takeOne(choice, j - 1) < 0) return -1;
         choice->next = j;
     }

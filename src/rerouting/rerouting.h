@@ -8,9 +8,11 @@
 // toGain asks for in the last class with a gain; other classes are not served. Only
 // LSPs less important than `precedence` are taken: whole levels from the least
 // important one on, counted at the level's reserved bandwidth, then within the last
-// level those that fit best. An id can be appended twice.
+// level those that fit best. An id can be appended twice, and more often where it is
+// small against what is still to be freed.
 //
-// -1 when the LSPs run out; what was appended stays.
+// -1 when the LSPs run out, also where that takes the same ones thousands of times; what
+// was appended stays.
 int chooseReroutedLSPs(int precedence, DBLinkState* state, DBLSPList* lspList,
                        double* toGain, LongList* idList);
 

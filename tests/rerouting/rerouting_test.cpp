@@ -36,6 +36,23 @@ TEST_F(Rerouting, ChoosesWholeLevelsThenWhatFitsBest) {
               errorTexts());
 }
 
+TEST_F(Rerouting, TinyLspIsNotTakenForEver) {
+    for (const auto& [tiny, need] : {std::pair(2e-10, 1e300), {1e-3, 1e3}}) {
+        kavrilConfig.predicateConfig = {};
+        Net net;
+        net.link(0, 1).add(Lsp(1, {0, 1}, tiny, 7));
+        net.add(Lsp(2, {0, 1}, 2 * need, 6));
+        net.state(0, 1).rbw[0][7] = 2 * need;
+        double toGain[kClasses] = {need};
+        TestList ids;
+        EXPECT_EQ(-1, chooseReroutedLSPs(2, &net.state(0, 1), DBgetLinkLSPs(net, 0, 1),
+                                         toGain, &ids));
+        EXPECT_EQ(10001, ids.top);
+        EXPECT_THAT(errorTexts(),
+                    ElementsAre("Not enough preemptable bandwidth for LSP selection"));
+    }
+}
+
 TEST_F(Rerouting, ScorePricesTheLeastImportantLevelsFirst) {
     const double cases[][3] = {{2, 3, 3},   {2, 0, 0},        {2, 2, 0.5},     {2, 7, 13},
                                {6, 2, 0.5}, {2, 8, HUGE_VAL}, {7, 1, HUGE_VAL}};
