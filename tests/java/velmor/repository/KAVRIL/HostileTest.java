@@ -51,7 +51,7 @@ class HostileTest {
     @Test
     void threadsOnTheSameSessionsWaitForEachOther() {
         int seconds = STORM_SECONDS;
-        assertTells(ChildJvm.run(ignored -> {
+        ChildJvm run = ChildJvm.run(ignored -> {
             Probe[] shared = {Hostile.open(), Hostile.open(), Hostile.open()};
             Probe witness = Hostile.open();
             String before = Hostile.print(witness);
@@ -67,7 +67,10 @@ class HostileTest {
             threads.shutdown();
             Probe.say("# witness " + (before.equals(Hostile.print(witness)) ? "as before"
                     : "changed"));
-        }), "# witness as before");
+        });
+        assertTells(run, "# witness as before");
+        System.out.println("storm: " + run.out.lines().filter(line -> line.startsWith("calls "))
+                .mapToLong(line -> Long.parseLong(line.substring(6))).sum() + " hostile calls");
     }
 
     /** Copies the classes of a caller, with a field renamed in the library's class. */
