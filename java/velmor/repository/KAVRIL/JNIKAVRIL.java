@@ -23,7 +23,7 @@ import velmor.repository.model.exception.RoutingException;
  *       small and dense ids save memory and time. The link table is dense: nodes with links need
  *       ids of at most 16382.
  *   <li>Bandwidths and capacities are in one unit of the caller's choice (Mbit/s, say), the same
- *       everywhere. They must be finite.
+ *       everywhere. Those of LSPs must be finite.
  *   <li>A class (OA) is 0 to 7, and below the number of classes given to {@code jniinitKavril}. An
  *       LSP of another class is accepted but has no bandwidth.
  *   <li>A preemption level (PL) is 0 to 7; level 0 is the most important. An LSP may preempt only
@@ -38,6 +38,13 @@ import velmor.repository.model.exception.RoutingException;
  * {@code jnikillKavril} prints to the standard error stream, newest message first. An array that is
  * null or too short, a level outside 0 to 7 or a bandwidth that is not finite is refused like any
  * other failure, before anything changes.
+ *
+ * <p>The stack grows until the session is killed: a failure leaves one to ten messages of 204 bytes.
+ * An application that runs for months and fails often should open a new session now and then.
+ *
+ * <p>Where the virtual machine has no memory for a result, {@link OutOfMemoryError} is thrown and
+ * the network is unchanged. An object whose class lacks the fields of this one gets a
+ * {@link NoSuchFieldError}.
  *
  * <p>A call on a session that was never opened or has been killed changes nothing, but leaves a
  * message on the error stack of the session used last. It throws {@link AddDBException} if it would
@@ -158,7 +165,8 @@ public class JNIKAVRIL {
      * @param color ignored; the link gets colour 0
      * @param src node that the link leaves, 0 to 16382
      * @param dst node that the link enters, 0 to 16382
-     * @param cap capacity per class, at least one element per class in use
+     * @param cap capacity per class, at least one element per class in use. NaN and infinity set no
+     *     limit; a negative one admits nothing, whatever the class
      * @param rbw bandwidth already reserved, [class][level], at least one row per class in use, of
      *     one element per level in use
      * @param pbw ignored, may be null: no primary bandwidth is booked before the first LSP
@@ -212,7 +220,8 @@ public class JNIKAVRIL {
      * then off in the session until a computation allows it, even if this call fails.
      *
      * @param lspid id of the LSP, not in use, 0 or more
-     * @param path node ids from head to tail; with fewer than two nodes the LSP occupies no link
+     * @param path node ids from head to tail; with fewer than two nodes the LSP occupies no link. A
+     *     link that is crossed more than once is asked for room for one crossing, and booked for all
      * @param PL preemption level, 0 (most important) to 7
      * @param OA class of the LSP
      * @param bw bandwidth in that class, finite
