@@ -318,13 +318,15 @@ int trialRows(DataBase* dataBase, const LinkImage& image, Long src, Long dst,
     if (changes == nullptr) return -1;
     double pbw[kClasses][kLevels];
     for (int oa = 0; oa < kClasses; oa++)
-        if (lsp->bw[oa] != 0.0) std::copy_n(image.pbw[oa], kLevels, pbw[oa]);
+        if (lsp->bw[oa] != 0.0 || lsp->noContentionId >= 0)
+            std::copy_n(image.pbw[oa], kLevels, pbw[oa]);
     Update u = {};
     u.tables = {pbw, nullptr, nullptr, nullptr, changes};
     const int ret = apply(&u, dataBase, src, dst, lsp, SETUP);
     if (ret <= 0) return ret;
     for (int oa = 0; oa < kClasses; oa++) {
-        if (lsp->bw[oa] == 0.0) continue;
+        // Beside a partner with less than no bandwidth, no bandwidth adds some.
+        if (lsp->bw[oa] == 0.0 && u.amount()[oa] == 0.0) continue;
         const bool raises = isBackup(lsp->type) && lsp->bw[oa] > 0.0;
         const WorstNeed worst = worstNeedAfter(dataBase, image.topology, image.book, oa,
                                                {changes, lsp->precedence, raises});

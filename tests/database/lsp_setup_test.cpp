@@ -5,6 +5,7 @@
 
 #include "computation/backup/backup.h"
 #include "computation/primary/primaryPath.h"
+#include "database/stored_link.h"
 #include "support/support.h"
 
 using LspSetup = KavrilTest;
@@ -105,6 +106,21 @@ TEST_F(LspSetup, PathThatCrossesALinkTwiceIsBookedTwice) {
     EXPECT_EQ(8.0, net.state(0, 1).pbw[0][0]);
     EXPECT_EQ(0, DBremoveLSP(net, 1));
     expectTablesMatch(net);
+}
+
+TEST_F(LspSetup, PartnerWithLessThanNoBandwidthIsMadeUpFor) {
+    Net net;
+    net.link(0, 1, 4.0).link(1, 0, 40.0);
+    EXPECT_EQ(0, net.add(Lsp(1, {0, 1, 0, 1}, -3.0)));
+    EXPECT_EQ(6.0, net.state(0, 1).rbw[0][0]);
+    Lsp partner(2, {0, 1, 0, 1});
+    partner.noContentionId = 1;
+    for (bool plain : {true, false}) {  // a link whose state was handed out, and another
+        if (!plain) findLink(&net->linkTab, 0, 1)->handedOut = false;
+        EXPECT_EQ(0, net.add(std::move(partner)));
+        EXPECT_EQ(0.0, fullState(net, 0, 1)->rbw[0][0]);
+        EXPECT_EQ(0, DBremoveLSP(net, 2));
+    }
 }
 
 TEST_F(RandomNetwork, TablesAreAlwaysWhatTheLspsThatAreUpAmountTo) {
