@@ -213,17 +213,16 @@ int apply(Update* u, DataBase* dataBase, Long src, Long dst,
     return dispatch(u) < 0 ? -1 : 1;
 }
 
-// An empty list with room for what a trial of the LSP can change at most; null if there
-// is no memory.
+// An empty list with room for what a trial of the LSP can change at most, or null.
 BookChangeVec* roomForTrial(DataBase* dataBase, const DBLabelSwitchedPath* lsp) {
     DBWorkspace* work = workspaceOf(dataBase);
-    if (work == nullptr) return nullptr;
+    if (work == nullptr) return FAIL_WITH(nullptr, "Critical lack of memory");
     BookChangeVec* changes = &work->changes;
     const Long most = lsp->path.top + 2 * lsp->primPath.top + 1;
     if (most > changes->size) {
         void* cont =
             myrealloc(changes->cont, static_cast<std::size_t>(most) * sizeof(BookChange));
-        if (cont == nullptr) return nullptr;
+        if (cont == nullptr) return FAIL_WITH(nullptr, "Critical lack of memory");
         *changes = {most, 0, static_cast<BookChange*>(cont)};
     }
     changes->top = 0;

@@ -81,12 +81,14 @@ class Admission {
     bool allowed_ = true;
 };
 
-// Marks for one walk, all cleared; null if there is no memory.
+// Marks for one walk, all cleared, or null.
 Stamps* startWalk(DataBase* dataBase) {
     DBWorkspace* work = workspaceOf(dataBase);
-    if (work == nullptr) return nullptr;
+    if (work == nullptr) return FAIL_WITH(nullptr, "Critical lack of memory");
     Stamps* handled = &work->stamps[HANDLED_LINKS];
-    return clearStamps(handled, dataBase->linkSrcVec.size) == 0 ? handled : nullptr;
+    if (clearStamps(handled, dataBase->linkSrcVec.size) < 0)
+        return FAIL_WITH(nullptr, "Critical lack of memory");
+    return handled;
 }
 
 // A stored copy of the LSP, or null.
