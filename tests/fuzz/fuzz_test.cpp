@@ -13,30 +13,11 @@
 
 #include "common/memory.h"
 #include "error/error.h"
+#include "fuzz/muted.h"
 #include "fuzz/player.h"
 #include "session.h"
 
 namespace {
-
-// What the calls print would drown the driver's own output.
-class Muted {
-  public:
-    Muted() : null_(std::fopen("/dev/null", "w")), out_(stdout), err_(stderr) {
-        stdout = stderr = null_;
-    }
-    ~Muted() {
-        stdout = out_;
-        stderr = err_;
-        std::fclose(null_);
-    }
-    Muted(const Muted&) = delete;
-    Muted& operator=(const Muted&) = delete;
-
-  private:
-    std::FILE* null_;
-    std::FILE* out_;
-    std::FILE* err_;
-};
 
 // Plays one input; returns the number of calls.
 long playInput(const std::uint8_t* data, std::size_t size) {
