@@ -23,6 +23,7 @@ void dropOwnerlessStack() {
     if (currentSessId == -1 && errorManager.list != nullptr) errorDestroy();
 }
 
+// There is one: fewer sessions live than there are slots.
 int nextFreeSlot() {
     int slot = (lastSession + 1) % kMaxSessions;
     while (sessions[slot] != nullptr) slot = (slot + 1) % kMaxSessions;

@@ -69,7 +69,9 @@ class Needs {
     const DoubleVec (&fbw_)[kLevels];
 };
 
-// The needs of all failures: link slots first, then node slots.
+// The needs of all failures: link slots first, then node slots. The walks stop at the
+// counts of the database, but no later than their tables: node removals leave fewer links
+// counted than there are, less than none even, and more nodes.
 void computeNeeds(DataBase* dataBase, const Needs& needs, Need* gbw) {
     const LongVec* links = &dataBase->linkSrcVec;
     Long seen = 0;

@@ -19,7 +19,8 @@ bool allocate(T** array, Long size) {
     return *array != nullptr;
 }
 
-// Ids that the walk over `slots` entries covers before `count` used ones have been seen.
+// Ids that the walk over `slots` entries covers before `count` used ones have been seen;
+// none if the count is below 0.
 template <class IsUsed>
 Long countedLimit(Long slots, Long count, IsUsed isUsed) {
     Long id = 0;

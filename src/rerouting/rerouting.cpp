@@ -106,6 +106,7 @@ int chooseReroutedLSPs(int precedence, DBLinkState* state, DBLSPList* lspList,
             candidates.cont[candidates.top++] = lspList->cont[i];
 
     Choice choice = {oa, toGain[oa], &candidates, 0, idList};
+    // Every round takes the candidates of a level, at least one, whatever that frees.
     while (choice.need > kEps) {
         if (choice.isExhausted()) return fail();
         const int level = choice.candidate(choice.next)->precedence;

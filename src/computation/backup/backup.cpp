@@ -175,7 +175,8 @@ class BackupSearch {
         return end != nullptr && pushChain(&found_, end) == 0;
     }
 
-    // Dijkstra; returns the goal's search node, or null.
+    // Dijkstra; returns the goal's search node, or null. Ends: links are relaxed once per
+    // node, when it is marked.
     CPDijkNode* searchByTrials(Long start, Long firstGoal) {
         CPendPQ(&queue_);
         if (clearStamps(&work_->stamps[REACHED_NODES], topology_->nodeSlots) < 0)

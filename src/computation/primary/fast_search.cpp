@@ -146,6 +146,8 @@ class FastSearch {
         return true;
     }
 
+    // Ends where the search on the topology does: pass by pass it changes the same
+    // labels.
     void run(Long src) {
         if (terms_.hasSums()) sumUtilisations(src);
         // Along a chain of candidates scores do not rise towards the source if no term is
@@ -332,7 +334,8 @@ class FastSearch {
         isChanged_ = true;
     }
 
-    // Whether n is on the chain of candidates of `from`.
+    // Whether n is on the chain of candidates of `from`, which form a tree rooted in the
+    // source: none is taken that would close a loop.
     bool isOnChain(Long from, Long n) const {
         while (from != n && labels_[from].neighb != -1)
             from = topology_->in[labels_[from].newNeighb].tail;

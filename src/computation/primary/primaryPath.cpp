@@ -24,7 +24,8 @@ BKNode* lookUp(BKTopology* topo, Long nd) {
     return node != nullptr ? node : FAIL_WITH(nullptr, "Undetermined error");
 }
 
-// Appends the nodes from dst back to, but without, src.
+// Appends the nodes from dst back to, but without, src. Predecessors form a tree rooted
+// in src, also where a link leads from a node to itself, so this ends.
 int walkBack(BKTopology* topo, LongList* path, Long src, Long dst) {
     Long nd = dst;
     BKNode* node = lookUp(topo, nd);

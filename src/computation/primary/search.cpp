@@ -28,6 +28,10 @@ class Search {
         return 0;
     }
 
+    // Ends if no term of the score is negative: a pass that changes something reaches a
+    // node or lowers a score by more than kMinGain, and scores stay above that of the
+    // source. Terms that can fall, those for balance and for delay beyond saturation,
+    // have ended all searches tried, as the predecessors never form a loop.
     int run(Long src) {
         if (src >= size_) return FAIL_WITH(-1, "Inexistent node");
         initScore(src, topo_);

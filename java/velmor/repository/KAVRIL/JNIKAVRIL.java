@@ -95,8 +95,8 @@ public class JNIKAVRIL {
      *
      * <p>The weights make up the score by which primary paths are compared; a criterion of weight 0
      * is not used. With all weights 0 every path is as good as any other. Weights other than
-     * {@code fortz} apply to the load of class 0 only. They should not be negative: a search whose
-     * score falls with every link may run forever.
+     * {@code fortz} apply to the load of class 0 only. They should not be negative, nor should the
+     * bandwidth of a request: a search whose score falls with every link may run forever.
      *
      * @param nbOA number of classes in use, 1 to 8
      * @param nbPL number of preemption levels in use, 1 to 8
