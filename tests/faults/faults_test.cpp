@@ -205,6 +205,13 @@ TEST_F(Faults, EveryAllocationMayFail) {
         "uncomplete, %d a result that differs\n",
         total_.first - 1, points_.size(), partial_, worse_);
     for (const std::string& point : points_) std::printf("  %s\n", point.c_str());
+    const Texts points(points_.begin(), points_.end());
+    for (const char* reached :
+         {"Unable to resize node vector", "Unable to resize LSP vector",
+          "Unable to resize link table", "Unable to resize long vector",
+          "Unable to create a valid LSP copy", "Impossible to duplicate path",
+          "LSPRequestList", "LSP addition uncomplete", "LSP removal uncomplete", kNote})
+        EXPECT_TRUE(anyContains(points, reached)) << reached;
 }
 
 TEST_F(Faults, EveryAllocationOfTheVirtualMachineMayFail) {
