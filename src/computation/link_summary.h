@@ -68,7 +68,7 @@ class QuickAdmission {
         const LinkSummary& link = links_[position];
         if (!isUsable_ || !link.isExact) return false;
         if ((link.overfull[level_] & notAsked_) != 0) return false;
-        return levelSums_[position] + bw_ <= classes_[position].cap;
+        return !(levelSums_[position] + bw_ > classes_[position].cap);  // also if NaN
     }
 
     // Of a link that it does not admit: whether that is to be asked another way.

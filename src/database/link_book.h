@@ -54,29 +54,6 @@ struct LinkBook {
     BookClass classes[kClasses];
 };
 
-// What a trial would add, in bbw or fbw (if `freed`) of one failure: mult * amounts, per
-// class.
-struct BookChange {
-    Long failure;
-    bool freed;
-    double mult;
-    const double* amounts;
-};
-
-struct BookChangeVec {
-    Long size;
-    Long top;
-    BookChange* cont;
-};
-
-// A trial: changes that are not made, all at one level. They may only add to needs
-// (`raises`), which spares a walk over all failures.
-struct BookTrial {
-    const BookChangeVec* changes;
-    int level;
-    bool raises;
-};
-
 // Packs the link if it may be, and returns its book; else null, without a message.
 LinkBook* packedBook(DBLink* link);
 
@@ -93,10 +70,7 @@ void endBook(LinkBook* book);
 // possible.
 bool isBalanced(const DBTopology* topology, LinkBook* book, const double (*pbw)[kLevels]);
 
-// What the failure of a link, or of a node, activates beyond what it frees, all levels,
-// in a book that is balanced.
-double balanceOfLink(const BookClass* cls, Long failure);
-double balanceOfNode(const BookClass* cls, Long node);
+// What a failure activates beyond what it frees, all levels.
 inline double balanceOf(const BookEntry& entry) {
     double balance = 0.0;
     for (int p = 0; p < kLevels; p++) balance += entry.bbw[p] - entry.fbw[p];
@@ -106,18 +80,6 @@ inline double balanceOf(const BookEntry& entry) {
 // Adds x to the element of a failure: of fbw if `freed`, of bbw otherwise.
 int bookAdd(const DBTopology* topology, LinkBook* book, bool freed, int oa, int level,
             Long failure, double x);
-
-// The worst need of a class, computed if it is not known.
-const WorstNeed& worstNeed(DataBase* dataBase, const DBTopology* topology, LinkBook* book,
-                           int oa);
-
-// The worst need that class oa would have with the changes of a trial.
-WorstNeed worstNeedAfter(DataBase* dataBase, const DBTopology* topology, LinkBook* book,
-                         int oa, const BookTrial& trial);
-
-// Whether the failure of a link, or of the node that it enters, needs as much as any in
-// the class at some level of a book that is balanced. The worst need has to be known.
-bool isAmongWorst(const DBTopology* topology, const BookClass* cls, Long failure);
 
 // The node that a failing link enters; -1 if the id is free.
 inline Long headOf(const DBTopology* topology, Long failure) {

@@ -14,6 +14,8 @@ void endWorkspace(DataBase* dataBase) {
     if (work == nullptr) return;
     endTopology(&work->topology);
     myfree(work->changes.cont);
+    endMap(&work->shifts.links);
+    endMap(&work->shifts.nodes);
     myfree(work->summary.stale.cont);
     myfree(work->summary.isStale);
     endRows(&work->rows);

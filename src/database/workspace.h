@@ -6,9 +6,9 @@
 #include <cstddef>
 
 #include "common/common.h"
-#include "database/link_book.h"
 #include "database/need_rows.h"
 #include "database/topology.h"
+#include "database/worst_need.h"
 
 // Marks by id that are all cleared at once: a slot is marked if it carries the current
 // stamp.
@@ -70,6 +70,7 @@ struct SummaryState {
 struct DBWorkspace {
     DBTopology topology;
     BookChangeVec changes;  // of the trial under way
+    BalanceShifts shifts;   // that they come to, in one class
     Stamps stamps[NB_STAMPS];
     Scratch scratches[NB_SCRATCHES];
     NeedRows rows;
