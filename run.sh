@@ -7,8 +7,8 @@ cd "$(dirname "$0")"
 
 need_build_tools
 echo "Building ..." >&2
-scripts/build.sh release -DBUILD_TESTING=OFF operator_jar kavril
+scripts/build.sh release -DBUILD_TESTING=OFF operator_jar
 
 lib=build/release/lib
-exec java -Djava.library.path=$lib -cp $lib/operator.jar:$lib/kavril.jar operator.Operator \
+exec java -cp $lib/operator.jar:$lib/kavril.jar operator.Operator \
     examples/data/abilene.txt "$@"

@@ -7,6 +7,7 @@
 #include "common/setup.h"
 #include "database/database.h"
 #include "jni_arguments.h"
+#include "jni_diagnostics.h"
 #include "jni_support.h"
 
 #define ERROR_SOURCE "jni_interface.c"
@@ -92,6 +93,7 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniinitKavril(
     jboolean allowReroute, jboolean capacityClause, jfloat loadbal, jfloat load,
     jfloat sqLoad, jfloat relativeLoad, jfloat sqRelativeLoad, jfloat delay, jfloat fortz,
     jobjectArray reroutingScorecoef) {
+    registerDiagnostics(env);
     const std::lock_guard<std::mutex> lock(libraryLock);
     jfieldID sessIdField = fieldId(env, obj, "sessId", "I");
     if (sessIdField == nullptr || beginSession() < 0) return;

@@ -6,6 +6,8 @@
 // failing one and say at the end that they are "uncomplete"; nothing is rolled back.
 #pragma once
 
+#include <cstdio>
+
 #include "common/common.h"
 #include "database/database_st.h"
 #include "database/database_util.h"
@@ -59,8 +61,9 @@ int DBremoveLink(DataBase* dataBase, Long src, Long dst);
 // Removes a node and all its links.
 int DBremoveNode(DataBase* dataBase, Long id);
 
-// Prints nodes, links, the LSPs on every link and its bandwidth per class to standard
-// output.
+// Writes nodes, links, the LSPs on every link and its bandwidth per class to a stream;
+// printing means to standard output.
+void DBwriteDB(std::FILE* out, DataBase* dataBase);
 void DBprintDB(DataBase* dataBase);
 void DBprintNode(DBNode* node);
 void DBprintLink(DBLink* link);

@@ -1,4 +1,4 @@
-// The printout of a database on standard output.
+// The printout of a database.
 
 #include <cstdio>
 #include <numeric>
@@ -7,57 +7,69 @@
 
 namespace {
 
-void printIds(const LongList* list) {
-    for (Long i = 0; i < list->top; i++) std::printf("%d ", list->cont[i]);
+void writeIds(std::FILE* out, const LongList* list) {
+    for (Long i = 0; i < list->top; i++) std::fprintf(out, "%d ", list->cont[i]);
 }
 
 double sumOfLevels(const double (&levels)[kLevels]) {
     return std::accumulate(levels, levels + kLevels, 0.0);
 }
 
-void printHeading(const char* title, const char* rule) {
-    std::printf("%s\n%s\n", title, rule);
+void writeHeading(std::FILE* out, const char* title, const char* rule) {
+    std::fprintf(out, "%s\n%s\n", title, rule);
+}
+
+void writeNode(std::FILE* out, const DBNode* node) {
+    std::fprintf(out, "Incoming neighboors : \n");
+    writeIds(out, &node->inNeighb);
+    std::fprintf(out, "\nOutgoing neighboors : \n");
+    writeIds(out, &node->outNeighb);
+    std::fprintf(out, "\n");
+}
+
+void writeLink(std::FILE* out, const DBLink* link) {
+    writeHeading(out, "\tList of LSPs", "\t------------");
+    for (Long i = 0; i < link->lspList.top; i++)
+        std::fprintf(out, "%d ", link->lspList.cont[i]->id);
+    std::fprintf(out, "\n\n");
+    writeHeading(out, "\tLink-state", "\t----------");
+    for (int oa = 0; oa < kClasses; oa++)
+        std::fprintf(out, "\tCapacity[%d] = %f\n\tpbw[%d] = %f\n\trbw[%d] = %f\n", oa,
+                     link->state.cap[oa], oa, sumOfLevels(link->state.pbw[oa]), oa,
+                     sumOfLevels(link->state.rbw[oa]));
+    std::fprintf(out, "\n\n");
 }
 
 }  // namespace
 
-void DBprintDB(DataBase* dataBase) {
+void DBwriteDB(std::FILE* out, DataBase* dataBase) {
     if (dataBase == nullptr) return;
-    printHeading("Printing info about nodes ...", "-----------------------------");
+    writeHeading(out, "Printing info about nodes ...", "-----------------------------");
     for (Long id = 0; id < dataBase->nodeVec.size; id++) {
         DBNode* node = dataBase->nodeVec.cont[id];
         if (node == nullptr) continue;
-        std::printf("Node id : %d\n-------------\n", id);
-        DBprintNode(node);
+        std::fprintf(out, "Node id : %d\n-------------\n", id);
+        writeNode(out, node);
     }
-    printHeading("\nPrinting info about links ...", "-----------------------------");
+    writeHeading(out, "\nPrinting info about links ...", "-----------------------------");
     for (Long src = 0; src < dataBase->linkTab.size; src++)
         for (Long dst = 0; dst < dataBase->linkTab.size; dst++) {
             DBLink* link = dataBase->linkTab.cont[src][dst];
             if (link == nullptr) continue;
-            std::printf("Link %d-%d (id = %d)\n-----------------------\n", src, dst,
-                        link->id);
-            DBprintLink(link);
+            std::fprintf(out, "Link %d-%d (id = %d)\n-----------------------\n", src, dst,
+                         link->id);
+            writeLink(out, link);
         }
 }
 
+void DBprintDB(DataBase* dataBase) {
+    DBwriteDB(stdout, dataBase);
+}
+
 void DBprintNode(DBNode* node) {
-    std::printf("Incoming neighboors : \n");
-    printIds(&node->inNeighb);
-    std::printf("\nOutgoing neighboors : \n");
-    printIds(&node->outNeighb);
-    std::printf("\n");
+    writeNode(stdout, node);
 }
 
 void DBprintLink(DBLink* link) {
-    printHeading("\tList of LSPs", "\t------------");
-    for (Long i = 0; i < link->lspList.top; i++)
-        std::printf("%d ", link->lspList.cont[i]->id);
-    std::printf("\n\n");
-    printHeading("\tLink-state", "\t----------");
-    for (int oa = 0; oa < kClasses; oa++)
-        std::printf("\tCapacity[%d] = %f\n\tpbw[%d] = %f\n\trbw[%d] = %f\n", oa,
-                    link->state.cap[oa], oa, sumOfLevels(link->state.pbw[oa]), oa,
-                    sumOfLevels(link->state.rbw[oa]));
-    std::printf("\n\n");
+    writeLink(stdout, link);
 }

@@ -1,5 +1,6 @@
 package velmor.repository.KAVRIL;
 
+import velmor.kavril.internal.NativeLibrary;
 import velmor.repository.model.exception.AddDBException;
 import velmor.repository.model.exception.NoRouteToHostException;
 import velmor.repository.model.exception.RoutingException;
@@ -10,8 +11,11 @@ import velmor.repository.model.exception.RoutingException;
  *
  * <h2>Use</h2>
  *
- * <p>The library {@code kavril} must be on {@code java.library.path}; loading this class loads it.
- * Open a session with {@link #jniinitKavril jniinitKavril}, describe the network with
+ * <p>These are the native methods as they are; {@link velmor.kavril.Session} checks arguments, says
+ * why a call failed and frees what is forgotten.
+ *
+ * <p>The first object loads the library {@code kavril}, from {@code java.library.path} or out of the
+ * jar; the module's page tells the order. Open a session with {@link #jniinitKavril jniinitKavril}, describe the network with
  * {@link #jniaddNode jniaddNode} and {@link #jniaddLink jniaddLink}, place LSPs, and end with
  * {@link #jnikillKavril jnikillKavril}, which frees everything. Up to 128 sessions may be open at
  * once, each in an object of its own.
@@ -59,10 +63,6 @@ import velmor.repository.model.exception.RoutingException;
  */
 public class JNIKAVRIL {
 
-    static {
-        System.loadLibrary("kavril");
-    }
-
     /**
      * Number of the session in the library, -1 before the first {@link #jniinitKavril
      * jniinitKavril}. Set by that method and read by all others; it keeps its value when the
@@ -77,9 +77,14 @@ public class JNIKAVRIL {
      */
     public int[] lsps;
 
-    /** Creates an object without a session; open one with {@link #jniinitKavril jniinitKavril}. */
+    /**
+     * Creates an object without a session; open one with {@link #jniinitKavril jniinitKavril}.
+     *
+     * @throws UnsatisfiedLinkError if the native library cannot be loaded; it lists what was tried
+     */
     public JNIKAVRIL() {
         super();
+        NativeLibrary.load();
     }
 
     /**

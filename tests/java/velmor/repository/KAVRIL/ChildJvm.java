@@ -27,7 +27,7 @@ import java.util.stream.Collectors;
  * <p>Warnings of -Xcheck:jni come out on the standard output too, so no expectation on it can hold
  * when there are any.
  */
-final class ChildJvm {
+public final class ChildJvm {
 
     /** What happens in the child; the probe has no session yet. */
     interface Scenario extends Serializable {
@@ -37,9 +37,14 @@ final class ChildJvm {
     private static final int TIMEOUT_SECONDS = 120;
     private static final int SHOWN_LINES = 12;
 
-    final String out;
-    final String err;
-    final int exit;
+    /** What it printed to its standard output, a character a byte. */
+    public final String out;
+
+    /** What it printed to its standard error stream. */
+    public final String err;
+
+    /** Its exit status. */
+    public final int exit;
 
     private ChildJvm(String out, String err, int exit) {
         this.out = out;
@@ -61,7 +66,7 @@ final class ChildJvm {
     }
 
     /** Starts a JVM: its own options if any, a main class, and the arguments of that. */
-    static ChildJvm start(String classPath, String... arguments) {
+    public static ChildJvm start(String classPath, String... arguments) {
         try {
             Path out = Files.createTempFile("kavril", ".out");
             Path err = Files.createTempFile("kavril", ".err");
@@ -96,7 +101,7 @@ final class ChildJvm {
     }
 
     /** Puts copies of classes into a folder, to be a class path without all the others. */
-    static void copyClasses(Path folder, Class<?>... classes) {
+    public static void copyClasses(Path folder, Class<?>... classes) {
         for (Class<?> type : classes) {
             String name = type.getName().replace('.', '/') + ".class";
             Path file = folder.resolve(name.replace('/', File.separatorChar));
@@ -110,12 +115,12 @@ final class ChildJvm {
     }
 
     /** Expects exactly these lines, nothing on the standard error and a normal end. */
-    void prints(List<String> outLines) {
+    public void prints(List<String> outLines) {
         prints(outLines, List.of());
     }
 
     /** Expects exactly these two outputs, each line ended by a newline, and a normal end. */
-    void prints(List<String> outLines, List<String> errLines) {
+    public void prints(List<String> outLines, List<String> errLines) {
         expect("standard output", lines(outLines), out);
         expect("standard error", lines(errLines), err);
         assertEquals(0, exit, "exit status");

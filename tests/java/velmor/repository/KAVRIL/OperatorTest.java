@@ -105,7 +105,7 @@ class OperatorTest {
         assertRefused(2, "operator: unusable argument '--scale'", operator("--scale", "0", "x"));
         assertRefused(1, "operator: cannot read the network file", operator("/nowhere"));
         assertRefused(1, "operator: cannot load the library", ChildJvm.start(
-                System.getProperty("java.class.path"), "-Djava.library.path=/nowhere",
+                System.getProperty("java.class.path"), "-Dvelmor.kavril.library=/nowhere",
                 "operator.Operator", file(NETWORK)));
         ChildJvm help = operator("--help");
         assertEquals("", help.err);

@@ -10,6 +10,7 @@ import java.util.Arrays;
 import java.util.List;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
+import velmor.kavril.internal.NativeLibrary;
 
 class SessionTest {
 
@@ -183,8 +184,8 @@ class SessionTest {
 
     @Test
     void missingExceptionClassesAreTold(@TempDir Path folder) {
-        ChildJvm.copyClasses(folder, JNIKAVRIL.class, WithoutExceptions.class,
-                WithoutExceptions.class.getDeclaredClasses()[0]);
+        ChildJvm.copyClasses(folder, JNIKAVRIL.class, NativeLibrary.class,
+                WithoutExceptions.class, WithoutExceptions.class.getDeclaredClasses()[0]);
         String missing = "java.lang.NoClassDefFoundError: velmor/repository/model/exception/";
         String givingUp = "Unable to find the exception class, giving up";
         ChildJvm.start(folder.toString(), WithoutExceptions.class.getName()).prints(

@@ -1,0 +1,433 @@
+package velmor.kavril;
+
+import java.lang.ref.Cleaner;
+import java.lang.ref.Reference;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
+import java.util.OptionalInt;
+import java.util.Set;
+import java.util.function.Supplier;
+import java.util.stream.Collectors;
+import velmor.repository.KAVRIL.JNIKAVRIL;
+import velmor.repository.model.exception.AddDBException;
+
+/**
+ * A network and the LSPs in it; the package's page tells units, ranges, failures and threads.
+ *
+ * <p>Close it to free its memory. One that is forgotten is closed when the garbage collector finds it,
+ * which may be late, or never before the process ends.
+ *
+ * <p>Every method throws an {@link IllegalStateException} on a closed session, except
+ * {@link #close} and {@link #isClosed}.
+ */
+public final class Session implements AutoCloseable {
+    private static final Cleaner CLEANER = Cleaner.create();
+    private static final int GLOBAL_BACKUP = 1;
+    private static final int LOCAL_BACKUPS = 2;
+
+    private final int nbClasses;
+    private final int nbLevels;
+    private final Inventory inventory = new Inventory();
+    private final NativeSession session;
+    private final Cleaner.Cleanable cleanable;
+
+    Session(SessionBuilder config) {
+        nbClasses = config.nbClasses();
+        nbLevels = config.nbLevels();
+        session = new NativeSession(config);
+        cleanable = CLEANER.register(this, session);
+    }
+
+    /**
+     * Starts the configuration of a session: 1 class, 8 levels, admission by capacity, paths by
+     * congestion cost, unless something else is set.
+     *
+     * @return a builder
+     */
+    public static SessionBuilder builder() {
+        return new SessionBuilder();
+    }
+
+    /**
+     * Adds a node.
+     *
+     * @param id its id, not in use, 0 to 16382
+     * @throws RefusedException if the id is in use
+     */
+    public void addNode(int id) {
+        Check.node("id", id);
+        change(() -> "node " + id + " cannot be added", raw -> {
+            raw.jniaddNode(id);
+            inventory.addNode(id);
+        });
+    }
+
+    /**
+     * Adds a link with no traffic on it.
+     *
+     * @param id its id, not in use, 0 to 1048575
+     * @param source the node it leaves
+     * @param destination the node it enters
+     * @param capacities its capacity, 0 or more, in each class of the session
+     * @throws RefusedException if the id is in use, the source or the destination is no node, or
+     *     there is a link between them in this direction
+     */
+    public void addLink(int id, int source, int destination, double... capacities) {
+        Check.link("id", id);
+        Check.node("source", source);
+        Check.node("destination", destination);
+        if (Check.given("capacities", capacities).length != nbClasses) {
+            throw new IllegalArgumentException("capacities has " + capacities.length
+                    + " values, must have " + nbClasses + ", one for each class");
+        }
+        float[] row = new float[Check.MAX_CLASSES];
+        for (int oa = 0; oa < nbClasses; oa++) {
+            row[oa] = Check.amount("capacities[" + oa + "]", capacities[oa]);
+        }
+        change(() -> "link " + id + " (" + source + " > " + destination + ") cannot be added",
+                raw -> raw.jniaddLink(id, 0, source, destination, row,
+                        new float[Check.MAX_CLASSES][Check.MAX_LEVELS], null, null, null));
+    }
+
+    /**
+     * Removes a link that no LSP uses.
+     *
+     * @param source the node it leaves
+     * @param destination the node it enters
+     * @throws RefusedException if there is no such link, or an LSP crosses it, or a backup is up
+     *     whose primary crosses it or did
+     */
+    public void removeLink(int source, int destination) {
+        Check.node("source", source);
+        Check.node("destination", destination);
+        Supplier<String> what = () -> "link " + source + " > " + destination + " cannot be removed";
+        change(what, raw -> {
+            refuseIfUsed(what, inventory.using(route -> route.crosses(source, destination)));
+            raw.jniremoveLink(source, destination);
+        });
+    }
+
+    /**
+     * Removes a node that no LSP passes, and its links. The library then counts one link too few, and
+     * leaves the link with the highest id out of the failures that reservations are made for; where
+     * that matters, remove the links and keep the node.
+     *
+     * @param id the node
+     * @throws RefusedException if there is no such node, or an LSP passes it, or a backup is up whose
+     *     primary passes it or did
+     */
+    public void removeNode(int id) {
+        Check.node("id", id);
+        Supplier<String> what = () -> "node " + id + " cannot be removed";
+        change(what, raw -> {
+            refuseIfUsed(what, inventory.using(route -> route.indexOf(id) >= 0));
+            raw.jniremoveNode(id);
+            inventory.removeNode(id);
+        });
+    }
+
+    /**
+     * Places a primary LSP along a route found elsewhere, if there is room without preempting others.
+     *
+     * @param id its id, not in use, 0 to 16777215
+     * @param traffic what it carries
+     * @param route where it goes; over a single node it occupies no link
+     * @throws RefusedException if the id is in use, or a link of the route is missing or has not
+     *     enough room
+     */
+    public void addLsp(int id, Traffic traffic, Route route) {
+        Check.lsp("id", id);
+        Check.given("route", route);
+        checkTraffic(traffic);
+        Supplier<String> what = () -> "LSP " + id + " (" + traffic + ") cannot be placed over " + route;
+        change(what, raw -> {
+            refuseIfUp(what, id);
+            raw.jniaddLSP(id, route.nodes(), traffic.level(), traffic.trafficClass(),
+                    (float) traffic.bandwidth());
+            inventory.addPrimary(id, traffic, route);
+        });
+    }
+
+    /**
+     * Places a backup along a route found elsewhere, if there is room without preempting others.
+     * Backups share bandwidth: a link reserves what its worst single failure brings.
+     *
+     * @param id its id, not in use, 0 to 16777215
+     * @param primaryId the primary LSP that it protects, which must be up
+     * @param kind a local backup protects the primary's link that leaves the first node of the route,
+     *     a global one all links of the primary from that node on
+     * @param traffic what it carries
+     * @param route where it goes, from a node of the primary on
+     * @throws RefusedException if the id is in use, the primary is not up or is a backup, a link of
+     *     the route is missing, a link of the route or of the primary has not enough room, or the
+     *     route does not start on the primary
+     */
+    public void addBackup(int id, int primaryId, Protection.Kind kind, Traffic traffic, Route route) {
+        Check.lsp("id", id);
+        Check.lsp("primaryId", primaryId);
+        Check.given("kind", kind);
+        Check.given("route", route);
+        checkTraffic(traffic);
+        Supplier<String> what = () -> "backup " + id + " of LSP " + primaryId + " (" + traffic
+                + ") cannot be placed over " + route;
+        change(what, raw -> {
+            refuseIfUp(what, id);
+            Inventory.Lsp primary = primary(what, primaryId);
+            placeBackup(raw, id, primary, kind, traffic, route);
+        });
+    }
+
+    /**
+     * Asks for a primary path.
+     *
+     * <p>The bandwidth of an LSP that gives way counts in full as freed, also where it was shared; a
+     * link with shared reservations may therefore stay booked beyond its capacity.
+     *
+     * @param id id of the LSP, not in use, 0 to 16777215
+     * @param source its first node
+     * @param destination its last node
+     * @param traffic what it carries
+     * @param options what to do beyond finding the path; nothing if none is given
+     * @return the path, and what was done
+     * @throws NoRouteException if no path has enough room, or one of the nodes is missing
+     * @throws RefusedException if the id is in use, or what has to give way cannot be found
+     */
+    public Placement request(int id, int source, int destination, Traffic traffic,
+            RequestOption... options) {
+        Check.lsp("id", id);
+        Check.node("source", source);
+        Check.node("destination", destination);
+        checkTraffic(traffic);
+        Set<RequestOption> chosen = Arrays.stream(Check.given("options", options))
+                .map(option -> Check.given("options", option)).collect(Collectors.toSet());
+        boolean add = chosen.contains(RequestOption.ADD);
+        boolean preempt = chosen.contains(RequestOption.PREEMPT);
+        Supplier<String> what = () -> "LSP " + id + " (" + traffic + ") finds no way from " + source
+                + " to " + destination;
+        return call(what, () -> noRouteReason(source, destination, preempt), raw -> {
+            refuseIfUp(what, id);
+            raw.lsps = null;
+            int[] path = raw.jnicomputePath(id, source, destination, -1, -1, -1,
+                    traffic.trafficClass(), traffic.level(), (float) traffic.bandwidth(), null, add,
+                    preempt);
+            List<Integer> preempted = raw.lsps == null ? List.of()
+                    : Arrays.stream(raw.lsps).boxed().collect(Collectors.toUnmodifiableList());
+            Route route = Route.of(path);
+            if (add) {
+                inventory.addPrimary(id, traffic, route);
+            }
+            inventory.removeLsps(preempted);
+            return new Placement(id, route, add, preempted);
+        });
+    }
+
+    /**
+     * Protects a primary LSP by backups with its bandwidth and class. They are computed first, then
+     * placed if the protection has ids for them: all or none.
+     *
+     * <p>The library says on the standard output or error stream when a search has no result, and
+     * when a global backup cannot go around all nodes.
+     *
+     * @param id the primary LSP
+     * @param protection the kind of backups, and whether to place them
+     * @return the backups; local ones in the order of the primary's links
+     * @throws NoRouteException if there is no way around a link with enough room
+     * @throws RefusedException if the LSP is not up or is a backup, an id for a backup is in use, or
+     *     a backup does not fit beside the others
+     * @throws IllegalArgumentException if there are fewer or more ids than backups
+     */
+    public List<Backup> protect(int id, Protection protection) {
+        Check.lsp("id", id);
+        Check.given("protection", protection);
+        Check.range("level", protection.level(), 0, nbLevels - 1);
+        Supplier<String> what = () -> "LSP " + id + " cannot be protected";
+        return call(what, () -> "there is no way around a link of it with enough room", raw -> {
+            Inventory.Lsp primary = primary(what, id);
+            checkBackupIds(what, protection, primary);
+            boolean global = protection.kind() == Protection.Kind.GLOBAL;
+            int[][] paths = raw.jnicomputeBackupPath(id, new int[0],
+                    global ? GLOBAL_BACKUP : LOCAL_BACKUPS, false, false);
+            if (protection.isPlaced()) {
+                placeBackups(raw, primary, protection, paths);
+            }
+            List<Backup> backups = new ArrayList<>();
+            for (int i = 0; i < paths.length; i++) {
+                backups.add(new Backup(protection.isPlaced()
+                        ? OptionalInt.of(protection.backupIds()[i]) : OptionalInt.empty(), id,
+                        protection.kind(), Route.of(paths[i]), primary.route, global ? 0 : i,
+                        global ? primary.route.nbLinks() - 1 : i));
+            }
+            return List.copyOf(backups);
+        });
+    }
+
+    /**
+     * Removes an LSP, primary or backup. The backups of a primary stay up, see {@link #backupsOf}.
+     *
+     * @param id the LSP
+     * @throws RefusedException if it is not up
+     */
+    public void removeLsp(int id) {
+        Check.lsp("id", id);
+        Supplier<String> what = () -> "LSP " + id + " cannot be removed";
+        change(what, raw -> {
+            if (inventory.lsp(id) == null) {
+                throw refused(what, "it is not up");
+            }
+            raw.jniremoveLSP(id);
+            inventory.removeLsps(List.of(id));
+        });
+    }
+
+    /**
+     * The backups that were placed for an LSP and are up. It may itself be down, removed or preempted;
+     * its backups then hold bandwidth for nothing and should be removed.
+     *
+     * @param id the primary LSP
+     * @return ids of the backups, ascending
+     */
+    public List<Integer> backupsOf(int id) {
+        Check.lsp("id", id);
+        return call(() -> "", () -> "", raw -> inventory.backupsOf(id));
+    }
+
+    /**
+     * The library's tables: nodes with their neighbours, links with the LSPs that cross them and the
+     * capacity, primary and reserved bandwidth of each class.
+     *
+     * @return the text, many lines
+     */
+    public String dump() {
+        try {
+            return session.print();
+        } finally {
+            Reference.reachabilityFence(this);
+        }
+    }
+
+    /**
+     * Whether the session is closed.
+     *
+     * @return true after {@link #close}
+     */
+    public boolean isClosed() {
+        return !session.isOpen();
+    }
+
+    /** Closes the session and frees its memory. Closing it again does nothing. */
+    @Override
+    public void close() {
+        cleanable.clean();
+    }
+
+    private void checkTraffic(Traffic traffic) {
+        Check.given("traffic", traffic);
+        Check.range("trafficClass", traffic.trafficClass(), 0, nbClasses - 1);
+        Check.range("level", traffic.level(), 0, nbLevels - 1);
+    }
+
+    private void checkBackupIds(Supplier<String> what, Protection protection, Inventory.Lsp primary) {
+        int nbBackups = protection.kind() == Protection.Kind.GLOBAL ? 1 : primary.route.nbLinks();
+        int[] ids = protection.backupIds();
+        if (ids == null) {
+            return;
+        }
+        if (ids.length != nbBackups) {
+            throw new IllegalArgumentException("backupIds has " + ids.length + " ids, must have "
+                    + nbBackups + ", one for each backup of LSP " + primary.id);
+        }
+        if (Arrays.stream(ids).distinct().count() < ids.length) {
+            throw new IllegalArgumentException("backupIds is " + Arrays.toString(ids)
+                    + ", must have each id once");
+        }
+        for (int id : ids) {
+            refuseIfUp(what, id);
+        }
+    }
+
+    private void placeBackups(JNIKAVRIL raw, Inventory.Lsp primary, Protection protection,
+            int[][] paths) throws AddDBException {
+        Traffic traffic = primary.traffic.atLevel(protection.level());
+        int nbPlaced = 0;
+        try {
+            for (int[] path : paths) {
+                placeBackup(raw, protection.backupIds()[nbPlaced], primary, protection.kind(),
+                        traffic, Route.of(path));
+                nbPlaced++;
+            }
+        } catch (AddDBException e) {
+            while (nbPlaced > 0) {
+                int id = protection.backupIds()[--nbPlaced];
+                inventory.removeLsps(List.of(id));
+                raw.jniremoveLSP(id);
+            }
+            throw e;
+        }
+    }
+
+    private void placeBackup(JNIKAVRIL raw, int id, Inventory.Lsp primary, Protection.Kind kind,
+            Traffic traffic, Route route) throws AddDBException {
+        raw.jniaddBackupLSP(id, primary.id, route.nodes(), traffic.level(), traffic.trafficClass(),
+                (float) traffic.bandwidth(), kind == Protection.Kind.LOCAL);
+        inventory.addBackup(id, traffic, route, primary);
+    }
+
+    private Inventory.Lsp primary(Supplier<String> what, int id) {
+        Inventory.Lsp lsp = inventory.lsp(id);
+        if (lsp == null) {
+            throw refused(what, "LSP " + id + " is not up");
+        }
+        if (lsp.primaryId >= 0) {
+            throw refused(what, "LSP " + id + " is itself a backup");
+        }
+        return lsp;
+    }
+
+    private void refuseIfUp(Supplier<String> what, int id) {
+        if (inventory.lsp(id) != null) {
+            throw refused(what, "the LSP id " + id + " is in use");
+        }
+    }
+
+    private static void refuseIfUsed(Supplier<String> what, List<Integer> users) {
+        if (!users.isEmpty()) {
+            throw refused(what, "LSPs that are up depend on it: " + users);
+        }
+    }
+
+    private static RefusedException refused(Supplier<String> what, String why) {
+        return new RefusedException(what.get() + ": " + why, List.of(), null);
+    }
+
+    private String noRouteReason(int source, int destination, boolean preempt) {
+        for (int node : new int[] {source, destination}) {
+            if (!inventory.hasNode(node)) {
+                return "there is no node " + node;
+            }
+        }
+        return preempt ? "no path has enough room, even if LSPs of greater level give way"
+                : "no path has enough room, and nothing may give way for it";
+    }
+
+    /** Work that gives nothing back. */
+    private interface Change {
+        void run(JNIKAVRIL raw) throws AddDBException;
+    }
+
+    private void change(Supplier<String> what, Change change) {
+        call(what, () -> "the library gives no reason", raw -> {
+            change.run(raw);
+            return null;
+        });
+    }
+
+    /** The session must not be found forgotten while it is at work. */
+    private <T> T call(Supplier<String> what, Supplier<String> why, NativeSession.Call<T> call) {
+        try {
+            return session.call(what, why, call);
+        } finally {
+            Reference.reachabilityFence(this);
+        }
+    }
+}

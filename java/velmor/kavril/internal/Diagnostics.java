@@ -1,0 +1,38 @@
+package velmor.kavril.internal;
+
+/**
+ * Native methods beside those of {@link velmor.repository.KAVRIL.JNIKAVRIL}. The library exports none
+ * of them; it registers them when the first session is opened.
+ */
+public final class Diagnostics {
+
+    private Diagnostics() {
+    }
+
+    /**
+     * Empties the error stack of a session.
+     *
+     * @param sessId number of an open session, or -1 for the stack of a session that could not be
+     *     opened just now
+     * @return the messages that were on it, newest first; null if there is no memory for them
+     */
+    public static native String[] takeMessages(int sessId);
+
+    /**
+     * What {@code jniprintKavrilDB} prints.
+     *
+     * @param sessId number of an open session
+     * @return the text; null if there is no memory for it
+     */
+    public static native String print(int sessId);
+
+    /**
+     * Whether the process works with so many classes and levels, which the last session that was
+     * opened has set.
+     *
+     * @param nbClasses number of classes
+     * @param nbLevels number of preemption levels
+     * @return whether both numbers are those in use
+     */
+    public static native boolean inUse(int nbClasses, int nbLevels);
+}

@@ -1,0 +1,46 @@
+/**
+ * Sessions of the KAVRIL library: a network, the label switched paths (LSPs) in it, and the
+ * computation of primary and backup paths.
+ *
+ * <pre>{@code
+ * try (Session session = Session.builder().build()) {
+ *     for (int node = 0; node < 3; node++) {
+ *         session.addNode(node);
+ *     }
+ *     session.addLink(0, 0, 2, 100);
+ *     session.addLink(1, 0, 1, 100);
+ *     session.addLink(2, 1, 2, 100);
+ *     Placement placed = session.request(7, 0, 2, Traffic.of(40).atLevel(3), RequestOption.ADD);
+ *     List<Backup> backups = session.protect(7, Protection.local().placedAs(8));
+ *     System.out.println(placed.route() + " protected by " + backups.get(0).route());
+ * }
+ * }</pre>
+ *
+ * <h2>Ids, units and ranges</h2>
+ *
+ * <ul>
+ *   <li>Ids are chosen by the caller and used as indexes, so small and dense ids save memory and
+ *       time: nodes 0 to 16382, links 0 to 1048575, LSPs 0 to 16777215.
+ *   <li>Bandwidths and capacities are in one unit of the caller's choice (Mbit/s, say), 0 or more,
+ *       and kept in single precision.
+ *   <li>A class is 0 to 7 and below the session's number of classes, a preemption level 0 (the most
+ *       important) to 7 and below its number of levels.
+ *   <li>Links are directed; there is at most one from one node to another.
+ * </ul>
+ *
+ * <h2>Failures</h2>
+ *
+ * <p>An argument outside its range gives an {@link IllegalArgumentException} that names it, a session
+ * that is closed an {@link IllegalStateException}, and what the network cannot do a
+ * {@link velmor.kavril.KavrilException} that says why. Nothing has changed then, unless the method
+ * says otherwise.
+ *
+ * <h2>Threads and other sessions</h2>
+ *
+ * <p>All methods may be called from all threads; calls wait for each other, over all sessions of the
+ * process. Sessions of {@link velmor.repository.KAVRIL.JNIKAVRIL} may be open beside those of this
+ * package only if they are opened with 8 classes and 8 levels, since the last session that is opened
+ * sets these numbers for all. A session of this package notices that the numbers are others and
+ * refuses to work.
+ */
+package velmor.kavril;

@@ -1,0 +1,82 @@
+#include "jni_diagnostics.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <iterator>
+
+#include "common/setup.h"
+#include "database/database.h"
+#include "jni_support.h"
+
+namespace {
+
+// The current stack's messages, newest first. Null, an exception pending, if there is no
+// memory for them.
+jobjectArray toJava(JNIEnv* env, const ErrorList& stack) {
+    jclass stringClass = env->FindClass("java/lang/String");
+    if (stringClass == nullptr) return nullptr;
+    jobjectArray texts = env->NewObjectArray(stack.top, stringClass, nullptr);
+    env->DeleteLocalRef(stringClass);
+    for (Long i = 0; texts != nullptr && i < stack.top; i++) {
+        jstring text = env->NewStringUTF(stack.list[stack.top - 1 - i].message);
+        if (text == nullptr) return nullptr;
+        env->SetObjectArrayElement(texts, i, text);
+        env->DeleteLocalRef(text);
+    }
+    return texts;
+}
+
+// A session that could not be opened leaves its stack current, with no session loaded.
+bool selectStack(jint sessId) {
+    return sessId < 0 ? currentSessId == -1 : loadSession(sessId) >= 0;
+}
+
+jobjectArray takeMessages(JNIEnv* env, jclass, jint sessId) {
+    const std::lock_guard<std::mutex> lock(libraryLock);
+    if (!selectStack(sessId)) return toJava(env, {});
+    jobjectArray texts = toJava(env, errorManager);
+    errorManager.top = 0;
+    saveCntx(sessId);
+    return texts;
+}
+
+jstring print(JNIEnv* env, jclass, jint sessId) {
+    const std::lock_guard<std::mutex> lock(libraryLock);
+    char* text = nullptr;
+    std::size_t length = 0;
+    std::FILE* stream =
+        loadSession(sessId) >= 0 ? open_memstream(&text, &length) : nullptr;
+    if (stream == nullptr) return nullptr;
+    DBwriteDB(stream, centralDB);
+    jstring result = std::fclose(stream) == 0 ? env->NewStringUTF(text) : nullptr;
+    std::free(text);
+    return result;
+}
+
+jboolean inUse(JNIEnv*, jclass, jint nbClasses, jint nbLevels) {
+    const std::lock_guard<std::mutex> lock(libraryLock);
+    return NBOA == nbClasses && NBPL == nbLevels ? JNI_TRUE : JNI_FALSE;
+}
+
+JNINativeMethod method(const char* name, const char* signature, void* function) {
+    return {const_cast<char*>(name), const_cast<char*>(signature), function};
+}
+
+}  // namespace
+
+void registerDiagnostics(JNIEnv* env) {
+    static std::atomic<bool> done = false;
+    if (done.exchange(true)) return;
+    const JNINativeMethod methods[] = {
+        method("takeMessages", "(I)[Ljava/lang/String;",
+               reinterpret_cast<void*>(takeMessages)),
+        method("print", "(I)Ljava/lang/String;", reinterpret_cast<void*>(print)),
+        method("inUse", "(II)Z", reinterpret_cast<void*>(inUse)),
+    };
+    jclass owner = env->FindClass("velmor/kavril/internal/Diagnostics");
+    if (owner != nullptr)
+        env->RegisterNatives(owner, methods, static_cast<jint>(std::size(methods)));
+    // An application may have the native methods' class alone; it misses nothing.
+    env->ExceptionClear();
+    env->DeleteLocalRef(owner);
+}
