@@ -1,0 +1,241 @@
+package velmor.kavril;
+
+import static org.junit.jupiter.api.Assertions.assertAll;
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
+import static org.junit.jupiter.api.Assertions.assertThrows;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+import static velmor.kavril.RequestOption.ADD;
+import static velmor.kavril.RequestOption.PREEMPT;
+
+import java.util.ArrayList;
+import java.util.List;
+import java.util.OptionalInt;
+import java.util.concurrent.ExecutorService;
+import java.util.concurrent.Executors;
+import java.util.concurrent.Future;
+import org.junit.jupiter.api.AfterEach;
+import org.junit.jupiter.api.Test;
+
+/** What sessions do; {@link MisuseTest} has what they refuse. */
+class SessionTest {
+
+    //   0 --10--> 1 --10--> 2 --10--> 3      and a way around each inner node, all links both ways:
+    //   0 -- 4 -- 2,  1 -- 5 -- 3            of capacity 10
+    private final Session session = Session.builder().weight(Weight.LOAD, 1).build();
+
+    SessionTest() {
+        for (int node = 0; node < 6; node++) {
+            session.addNode(node);
+        }
+        int[][] cables = {{0, 1}, {1, 2}, {2, 3}, {0, 4}, {4, 2}, {1, 5}, {5, 3}};
+        int id = 0;
+        for (int[] cable : cables) {
+            session.addLink(id++, cable[0], cable[1], 10);
+            session.addLink(id++, cable[1], cable[0], 10);
+        }
+    }
+
+    @AfterEach
+    void close() {
+        session.close();
+    }
+
+    private String reserved(int source, int destination) {
+        String text = session.dump();
+        String link = text.substring(text.indexOf("Link " + source + "-" + destination + " "));
+        return link.substring(link.indexOf("rbw[0] = ") + 9, link.indexOf("\n\tCapacity[1]"));
+    }
+
+    @Test
+    void aRequestFindsAndPlacesAsItsOptionsSay() {
+        Traffic traffic = Traffic.of(6).atLevel(3);
+        Placement found = session.request(1, 0, 1, traffic);
+        assertEquals(Route.of(0, 1), found.route());
+        assertFalse(found.isAdded());
+        assertEquals("0.000000", reserved(0, 1));
+
+        assertTrue(session.request(1, 0, 1, traffic, ADD).isAdded());
+        assertEquals("6.000000", reserved(0, 1));
+        // Not enough is left on 0 > 1, and the way over 4 and 2 costs two more links.
+        assertEquals(Route.of(0, 4, 2, 1), session.request(2, 0, 1, traffic, ADD).route());
+        assertThrows(NoRouteException.class, () -> session.request(3, 0, 1, traffic, ADD));
+
+        Placement urgent = session.request(3, 0, 1, traffic.atLevel(2), ADD, PREEMPT);
+        assertEquals(Route.of(0, 1), urgent.route());
+        assertEquals(List.of(1), urgent.preempted());
+        assertEquals("6.000000", reserved(0, 1));
+
+        // Room is made, and not used.
+        assertEquals(List.of(3), session.request(4, 0, 1, traffic.atLevel(1), PREEMPT).preempted());
+        assertEquals("0.000000", reserved(0, 1));
+        assertThrows(RefusedException.class, () -> session.removeLsp(3));
+        session.removeLsp(2);
+        assertEquals("0.000000", reserved(4, 2));
+    }
+
+    @Test
+    void localBackupsTellWhatTheyProtect() {
+        session.addLsp(1, Traffic.of(6).atLevel(4), Route.of(0, 1, 2, 3));
+        List<Backup> computed = session.protect(1, Protection.local());
+        assertEquals(List.of(), session.backupsOf(1));
+        assertEquals("0.000000", reserved(0, 4));
+
+        List<Backup> backups = session.protect(1, Protection.local().placedAs(11, 12, 13).atLevel(2));
+        assertEquals(List.of(11, 12, 13), session.backupsOf(1));
+        assertEquals("6.000000", reserved(0, 4));
+        Route[] routes = {Route.of(0, 4, 2), Route.of(1, 5, 3), Route.of(2, 1, 5, 3)};
+        Route[] links = {Route.of(0, 1), Route.of(1, 2), Route.of(2, 3)};
+        List<List<Integer>> nodes = List.of(List.of(1), List.of(2), List.of());
+        for (int i = 0; i < 3; i++) {
+            assertEquals(routes[i], computed.get(i).route());
+            assertEquals(OptionalInt.empty(), computed.get(i).lspId());
+            Backup backup = backups.get(i);
+            assertEquals(routes[i], backup.route());
+            assertEquals(OptionalInt.of(11 + i), backup.lspId());
+            assertEquals(links[i], backup.protectedRoute());
+            assertEquals(nodes.get(i), backup.protectedNodes());
+            assertEquals(1, backup.primaryId());
+        }
+        // The two over 1 > 5 and 5 > 3 share: no single failure needs both.
+        assertEquals("6.000000", reserved(5, 3));
+
+        // Backups outlive their primary and are to be removed.
+        session.removeLsp(1);
+        assertEquals(List.of(11, 12, 13), session.backupsOf(1));
+        session.backupsOf(1).forEach(session::removeLsp);
+        assertEquals(List.of(), session.backupsOf(1));
+    }
+
+    @Test
+    void aGlobalBackupGoesAroundAllNodesIfItCan() {
+        session.addLsp(1, Traffic.of(6), Route.of(0, 1, 2));
+        session.addLsp(2, Traffic.of(6), Route.of(3, 2, 1));
+        Backup around = session.protect(1, Protection.global().placedAs(11)).get(0);
+        assertEquals(Route.of(0, 4, 2), around.route());
+        assertEquals(Route.of(0, 1, 2), around.protectedRoute());
+        assertEquals(List.of(1), around.protectedNodes());
+        assertEquals(Protection.Kind.GLOBAL, around.kind());
+        Backup other = session.protect(2, Protection.global()).get(0);
+        assertEquals(Route.of(3, 5, 1), other.route());
+
+        session.addBackup(12, 2, Protection.Kind.GLOBAL, Traffic.of(6).atLevel(5), other.route());
+        assertEquals(List.of(12), session.backupsOf(2));
+        assertEquals("6.000000", reserved(5, 1));
+    }
+
+    @Test
+    void whatLspsDependOnStays() {
+        session.addLsp(1, Traffic.of(1), Route.of(0, 1, 2));
+        session.protect(1, Protection.global().placedAs(11));
+        session.removeLsp(1);
+        // The backup's own links, and those of the primary that is gone.
+        for (int[] link : new int[][] {{0, 4}, {1, 2}}) {
+            RefusedException e = assertThrows(RefusedException.class,
+                    () -> session.removeLink(link[0], link[1]));
+            assertTrue(e.getMessage().endsWith("LSPs that are up depend on it: [11]"), e.getMessage());
+        }
+        assertThrows(RefusedException.class, () -> session.removeNode(1));
+        session.removeLsp(11);
+        session.removeLink(0, 1);
+        session.removeNode(4);
+        assertThrows(NoRouteException.class, () -> session.request(2, 0, 1, Traffic.of(1)));
+        session.addNode(4);
+        session.addLink(0, 0, 1, 10);
+        assertEquals(Route.of(0, 1), session.request(2, 0, 1, Traffic.of(1)).route());
+    }
+
+    @Test
+    void sessionsOfDifferentShapesGoTogether() {
+        try (Session wide = Session.builder().classes(8).levels(2).capacityClause(false)
+                .weight(Weight.FORTZ, 2).weight(Weight.DELAY, 0.5)
+                .reroutingCoefficient(7, 1, 3).build()) {
+            wide.addNode(0);
+            wide.addNode(1);
+            wide.addLink(0, 0, 1, 1, 2, 3, 4, 5, 6, 7, 8);
+            wide.request(1, 0, 1, Traffic.of(99).inClass(7).atLevel(1), ADD);
+            session.request(1, 0, 1, Traffic.of(2), ADD);
+            assertTrue(wide.dump().contains("Capacity[7] = 8.000000\n\tpbw[7] = 99.000000"));
+            assertEquals("2.000000", reserved(0, 1));
+        }
+    }
+
+    @Test
+    void threadsTakeTurns() throws Exception {
+        int nbThreads = 4;
+        int nbEach = 200;
+        session.addNode(6);
+        session.addNode(7);
+        session.addLink(20, 6, 7, nbThreads * nbEach);
+        ExecutorService pool = Executors.newFixedThreadPool(nbThreads);
+        List<Future<?>> futures = new ArrayList<>();
+        for (int thread = 0; thread < nbThreads; thread++) {
+            int first = thread * nbEach;
+            futures.add(pool.submit(() -> {
+                try (Session own = Session.builder().build()) {
+                    own.addNode(0);
+                    for (int i = first; i < first + nbEach; i++) {
+                        session.request(i, 6, 7, Traffic.of(1), ADD);
+                        int id = i;
+                        KavrilException e = assertThrows(RefusedException.class,
+                                () -> own.addNode(0));
+                        assertEquals(3, e.trace().size(), () -> "messages of others at " + id);
+                    }
+                }
+            }));
+        }
+        for (Future<?> future : futures) {
+            future.get();
+        }
+        pool.shutdown();
+        assertEquals(nbThreads * nbEach + ".000000", reserved(6, 7));
+    }
+
+    @Test
+    void forgottenSessionsAreClosed() throws InterruptedException {
+        for (int i = 0; i < 127; i++) {
+            Session.builder().build();
+        }
+        RefusedException full = assertThrows(RefusedException.class, () -> {
+            for (int i = 0; i < 2; i++) {
+                Session.builder().build();
+            }
+        });
+        assertTrue(full.getMessage().startsWith("a session cannot be opened: 128 sessions are open"),
+                full.getMessage());
+        long end = System.nanoTime() + 60_000_000_000L;
+        boolean open = false;
+        while (!open && System.nanoTime() < end) {
+            System.gc();
+            Thread.sleep(20);
+            try {
+                Session.builder().build().close();
+                open = true;
+            } catch (RefusedException e) {
+                assertEquals(full.getMessage(), e.getMessage());
+            }
+        }
+        assertTrue(open, "128 forgotten sessions stay open");
+        // This one has not been forgotten.
+        session.addNode(9);
+    }
+
+    @Test
+    void valuesAreComparedAndPrinted() {
+        assertAll(
+                () -> assertEquals("1 > 2 > 3", Route.of(1, 2, 3).toString()),
+                () -> assertEquals(Route.of(1, 2, 3).hashCode(), Route.of(1, 2, 3).hashCode()),
+                () -> assertFalse(Route.of(1, 2).equals(Route.of(2, 1))),
+                () -> assertTrue(Route.of(1, 2, 3).crosses(2, 3)),
+                () -> assertFalse(Route.of(1, 2, 3).crosses(3, 2)),
+                () -> assertEquals(Traffic.of(5).inClass(1).atLevel(2),
+                        Traffic.of(5).atLevel(2).inClass(1)),
+                () -> assertFalse(Traffic.of(5).equals(Traffic.of(5).atLevel(1))),
+                () -> assertEquals("5.0 in class 0 at level 0", Traffic.of(5).toString()));
+        int[] nodes = {1, 2};
+        Route route = Route.of(nodes);
+        nodes[0] = 7;
+        route.nodes()[1] = 7;
+        assertEquals(Route.of(1, 2), route);
+    }
+}
