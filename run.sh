@@ -10,5 +10,5 @@ echo "Building ..." >&2
 scripts/build.sh release -DBUILD_TESTING=OFF operator_jar
 
 lib=build/release/lib
-exec java -cp $lib/operator.jar:$lib/kavril.jar operator.Operator \
+exec java -Djava.library.path=$lib -cp $lib/operator.jar:$lib/kavril.jar operator.Operator \
     examples/data/abilene.txt "$@"

@@ -7,18 +7,24 @@ import java.util.List;
 import java.util.Set;
 import operator.Lsp.Demand;
 import operator.Network.Link;
-import velmor.repository.KAVRIL.JNIKAVRIL;
-import velmor.repository.model.exception.AddDBException;
-import velmor.repository.model.exception.NoRouteToHostException;
-import velmor.repository.model.exception.RoutingException;
+import velmor.kavril.Backup;
+import velmor.kavril.KavrilException;
+import velmor.kavril.Protection;
+import velmor.kavril.RequestOption;
+import velmor.kavril.Route;
+import velmor.kavril.Session;
+import velmor.kavril.Weight;
 
 /** Places, protects and removes LSPs: drives a session of the library and keeps the ledger true. */
-final class Controller {
+final class Controller implements AutoCloseable {
 
     /** What placing an LSP led to. */
     static final class Placement {
         /** The new LSP, null if it was refused. */
         Lsp lsp;
+
+        /** Why it was refused, null if it was not. */
+        String refusal;
 
         /** LSPs that the library preempted for it, primaries and backups. */
         final List<Lsp> preempted = new ArrayList<>();
@@ -27,10 +33,6 @@ final class Controller {
         final List<Lsp> withdrawn = new ArrayList<>();
     }
 
-    private static final int GLOBAL_BACKUP = 1;
-    private static final int LOCAL_BACKUPS = 2;
-    private static final float FORTZ_WEIGHT = 1;
-
     /** The most to take down first: the least important, of those backups, of those the largest. */
     private static final Comparator<Lsp> EXPENDABLE_LAST =
             Comparator.comparingInt((Lsp lsp) -> lsp.service().level)
@@ -38,75 +40,62 @@ final class Controller {
                     .thenComparingInt(Lsp::bandwidth);
 
     final Ledger ledger = new Ledger();
-    private final JNIKAVRIL kavril = new JNIKAVRIL();
     private final Network network;
+    private final Session session;
     private int nextId;
 
+    /** Opens a session and describes the network to it. */
     Controller(Network network) {
         this.network = network;
+        session = Session.builder().classes(Service.NB_CLASSES).levels(Service.NB_LEVELS)
+                .weight(Weight.FORTZ, 1).build();
+        for (int node = 0; node < network.nodes.size(); node++) {
+            session.addNode(node);
+        }
+        for (Link link : network.links) {
+            double[] capacity = new double[Service.NB_CLASSES];
+            for (int oa = 0; oa < capacity.length; oa++) {
+                capacity[oa] = Service.capacity(link, oa);
+            }
+            session.addLink(link.id, link.src, link.dst, capacity);
+        }
+    }
+
+    @Override
+    public void close() {
+        session.close();
     }
 
     Reservations reservations() {
         return new Reservations(network, ledger.all());
     }
 
-    /** Opens the session and describes the network to it. */
-    void open() throws AddDBException {
-        float[][] nothing = new float[Service.NB_CLASSES][Service.NB_LEVELS];
-        kavril.jniinitKavril(Service.NB_CLASSES, Service.NB_LEVELS, false, false, true,
-                0, 0, 0, 0, 0, 0, FORTZ_WEIGHT, nothing);
-        if (kavril.sessId < 0) {
-            throw new CheckFailedException("the library opens no session");
-        }
-        for (int node = 0; node < network.nodes.size(); node++) {
-            kavril.jniaddNode(node);
-        }
-        for (Link link : network.links) {
-            float[] capacity = new float[Service.NB_CLASSES];
-            for (int oa = 0; oa < capacity.length; oa++) {
-                capacity[oa] = Service.capacity(link, oa);
-            }
-            kavril.jniaddLink(link.id, 0, link.src, link.dst, capacity, nothing, null, null, null);
-        }
-    }
-
-    /** Ends the session; the library then prints what went wrong in it to the standard error. */
-    void close() {
-        kavril.jnikillKavril();
-    }
-
-    /** Has the library print its own tables to the standard output. */
-    void printDatabase() {
-        kavril.jniprintKavrilDB();
+    /** The library's own tables. */
+    String tables() {
+        return session.dump();
     }
 
     /** Places an LSP for the demand, preempting less important ones if that is allowed. */
-    Placement place(Demand demand, boolean preempt) throws AddDBException {
+    Placement place(Demand demand, boolean preempt) {
+        RequestOption[] options = preempt
+                ? new RequestOption[] {RequestOption.ADD, RequestOption.PREEMPT}
+                : new RequestOption[] {RequestOption.ADD};
         Placement placement = new Placement();
-        Service service = demand.service;
         int id = nextId++;
-        kavril.lsps = null;
-        int[] path;
+        velmor.kavril.Placement placed;
         try {
-            path = kavril.jnicomputePath(id, demand.src, demand.dst, -1, -1, -1,
-                    service.trafficClass, service.level, demand.bandwidth, null, true, preempt);
-        } catch (NoRouteToHostException e) {
-            return placement;
-        } catch (AddDBException | RoutingException e) {
-            // What would have to give way cannot be found; but if it could not be removed, the new
-            // LSP is up.
-            if (removeIfUp(id)) {
-                throw new CheckFailedException("LSP " + id + " was refused, but it is up");
-            }
+            placed = session.request(id, demand.src, demand.dst, demand.traffic(), options);
+        } catch (KavrilException e) {
+            placement.refusal = e.getMessage();
             return placement;
         }
-        placement.lsp = new Lsp(id, demand, path);
-        checkEnds(path, demand.src, demand.dst);
+        placement.lsp = new Lsp(id, demand, placed.route());
+        checkEnds(placed.route(), demand.src, demand.dst);
         ledger.add(placement.lsp);
-        if (kavril.lsps != null) {
-            for (int preempted : kavril.lsps) {
-                placement.preempted.add(ledger.remove(preempted));
-            }
+        for (int preempted : placed.preempted()) {
+            placement.preempted.add(ledger.remove(preempted));
+        }
+        if (!placement.preempted.isEmpty()) {
             withdrawOrphans(placement.preempted, placement.withdrawn);
             relieve(placement.withdrawn);
         }
@@ -115,41 +104,29 @@ final class Controller {
 
     /** Protects a primary as its service asks. Returns no backups if that is not possible. */
     List<Lsp> protect(Lsp primary) {
-        for (Link link : network.hops(primary.path)) {
+        for (Link link : network.hops(primary.route)) {
             if (!network.hasDetour(link)) {
                 return List.of();
             }
         }
         boolean global = primary.service().globalBackup;
-        int level = primary.service().backupLevel();
-        int[] ids = new int[global ? 1 : primary.path.length - 1];
+        int[] ids = new int[global ? 1 : primary.route.nbLinks()];
         for (int i = 0; i < ids.length; i++) {
             ids[i] = nextId++;
         }
-        int[][] paths;
-        try {
-            // Backups that the library places are of level 0; those of other levels it only finds.
-            paths = kavril.jnicomputeBackupPath(primary.id, ids,
-                    global ? GLOBAL_BACKUP : LOCAL_BACKUPS, level == 0, false);
-            for (int i = 0; level > 0 && i < ids.length; i++) {
-                kavril.jniaddBackupLSP(ids[i], primary.id, paths[i], level,
-                        primary.trafficClass(), primary.bandwidth(), !global);
-            }
-        } catch (NoRouteToHostException e) {
-            return List.of();
-        } catch (AddDBException e) {
-            // The search looks at the backups' own links, the setup also at the primary's, where
-            // others may count on the place that it would leave.
-            for (int id : ids) {
-                removeIfUp(id);
-            }
-            return List.of();
-        }
+        Protection protection = (global ? Protection.global() : Protection.local())
+                .atLevel(primary.service().backupLevel()).placedAs(ids);
         List<Lsp> backups = new ArrayList<>();
-        for (int i = 0; i < ids.length; i++) {
-            checkEnds(paths[i], primary.path[i], global ? primary.tail() : -1);
-            backups.add(new Lsp(ids[i], primary, paths[i],
-                    global ? Lsp.Kind.GLOBAL_BACKUP : Lsp.Kind.LOCAL_BACKUP));
+        try {
+            for (Backup backup : session.protect(primary.id, protection)) {
+                checkEnds(backup.route(), backup.protectedRoute().head(),
+                        global ? primary.route.tail() : -1);
+                backups.add(new Lsp(backup.lspId().getAsInt(), primary, backup.route(),
+                        global ? Lsp.Kind.GLOBAL_BACKUP : Lsp.Kind.LOCAL_BACKUP));
+            }
+        } catch (KavrilException e) {
+            // No way around, or no room beside what others count on: it stays unprotected.
+            return List.of();
         }
         backups.forEach(ledger::add);
         return backups;
@@ -160,12 +137,12 @@ final class Controller {
      * backups of a preempted primary in place. And of local backups the operator wants all or none:
      * a primary with a gap in its protection counts as unprotected, until it is protected anew.
      */
-    private void withdrawOrphans(List<Lsp> gone, List<Lsp> withdrawn) throws AddDBException {
+    private void withdrawOrphans(List<Lsp> gone, List<Lsp> withdrawn) {
         Set<Lsp> primaries = new LinkedHashSet<>();
         gone.forEach(lsp -> primaries.add(lsp.primary));
         for (Lsp primary : primaries) {
             for (Lsp backup : ledger.backupsOf(primary)) {
-                kavril.jniremoveLSP(backup.id);
+                session.removeLsp(backup.id);
                 withdrawn.add(ledger.remove(backup.id));
             }
         }
@@ -175,9 +152,9 @@ final class Controller {
      * Takes down LSPs until no link is booked beyond its capacity. The library counts a preempted
      * LSP's bandwidth as freed in full, which is too much for one that shared it.
      */
-    private void relieve(List<Lsp> withdrawn) throws AddDBException {
+    private void relieve(List<Lsp> withdrawn) {
         for (Lsp lsp = mostExpendable(); lsp != null; lsp = mostExpendable()) {
-            kavril.jniremoveLSP(lsp.id);
+            session.removeLsp(lsp.id);
             withdrawn.add(ledger.remove(lsp.id));
             withdrawOrphans(List.of(lsp), withdrawn);
         }
@@ -187,24 +164,15 @@ final class Controller {
     private Lsp mostExpendable() {
         Reservations reservations = reservations();
         return ledger.all().stream()
-                .filter(lsp -> network.hops(lsp.path).stream().anyMatch(
+                .filter(lsp -> network.hops(lsp.route).stream().anyMatch(
                         link -> reservations.exceedCapacity(link, lsp.trafficClass())))
                 .max(EXPENDABLE_LAST).orElse(null);
     }
 
-    private boolean removeIfUp(int id) {
-        try {
-            kavril.jniremoveLSP(id);
-            return true;
-        } catch (AddDBException e) {
-            return false;
-        }
-    }
-
-    private void checkEnds(int[] path, int src, int dst) {
-        List<Link> hops = network.hops(path);
-        if (hops.isEmpty() || path[0] != src || dst >= 0 && path[path.length - 1] != dst) {
-            throw new CheckFailedException("a path with wrong ends: " + network.text(path));
+    private void checkEnds(Route route, int src, int dst) {
+        List<Link> hops = network.hops(route);
+        if (hops.isEmpty() || route.head() != src || dst >= 0 && route.tail() != dst) {
+            throw new CheckFailedException("a path with wrong ends: " + network.text(route));
         }
     }
 }

@@ -49,7 +49,7 @@ final class FailureDrill {
         Outcome outcome = new Outcome();
         int[][] load = new int[Service.NB_CLASSES][network.links.size()];
         for (Lsp lsp : ledger.primaries()) {
-            List<Link> route = network.hops(lsp.path);
+            List<Link> route = network.hops(lsp.route);
             if (crosses(route, failed)) {
                 route = detour(lsp, failed);
                 if (crosses(route, failed)) {
@@ -84,19 +84,19 @@ final class FailureDrill {
 
     /** The links that the LSP takes when it cannot cross the failed ones; none if unprotected. */
     private List<Link> detour(Lsp lsp, List<Link> failed) {
-        List<Link> hops = network.hops(lsp.path);
+        List<Link> hops = network.hops(lsp.route);
         int broken = 0;
         while (!failed.contains(hops.get(broken))) {
             broken++;
         }
         for (Lsp backup : ledger.backupsOf(lsp)) {
             if (backup.kind == Lsp.Kind.GLOBAL_BACKUP) {
-                return network.hops(backup.path);
+                return network.hops(backup.route);
             }
-            if (backup.path[0] == lsp.path[broken]) {
+            if (backup.route.head() == lsp.route.node(broken)) {
                 List<Link> route = new ArrayList<>(hops.subList(0, broken));
-                route.addAll(network.hops(backup.path));
-                route.addAll(hops.subList(lsp.position(backup.tail()), hops.size()));
+                route.addAll(network.hops(backup.route));
+                route.addAll(hops.subList(lsp.route.indexOf(backup.route.tail()), hops.size()));
                 return route;
             }
         }

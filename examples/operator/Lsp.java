@@ -1,5 +1,8 @@
 package operator;
 
+import velmor.kavril.Route;
+import velmor.kavril.Traffic;
+
 /** An LSP that is up: a primary that serves a demand, or a backup of one. */
 final class Lsp {
 
@@ -18,31 +21,35 @@ final class Lsp {
             this.dst = dst;
             this.bandwidth = bandwidth;
         }
+
+        Traffic traffic() {
+            return Traffic.of(bandwidth).inClass(service.trafficClass).atLevel(service.level);
+        }
     }
 
     final int id;
     final Kind kind;
     final Demand demand;
-    final int[] path;
+    final Route route;
 
     /** The LSP that a backup protects; a primary is its own. */
     final Lsp primary;
 
     /** A primary. */
-    Lsp(int id, Demand demand, int[] path) {
+    Lsp(int id, Demand demand, Route route) {
         this.id = id;
         this.kind = Kind.PRIMARY;
         this.demand = demand;
-        this.path = path;
+        this.route = route;
         this.primary = this;
     }
 
     /** A backup. */
-    Lsp(int id, Lsp primary, int[] path, Kind kind) {
+    Lsp(int id, Lsp primary, Route route, Kind kind) {
         this.id = id;
         this.kind = kind;
         this.demand = primary.demand;
-        this.path = path;
+        this.route = route;
         this.primary = primary;
     }
 
@@ -60,19 +67,5 @@ final class Lsp {
 
     int bandwidth() {
         return demand.bandwidth;
-    }
-
-    /** Place of a node on the path, -1 if the path does not pass it. */
-    int position(int node) {
-        for (int i = 0; i < path.length; i++) {
-            if (path[i] == node) {
-                return i;
-            }
-        }
-        return -1;
-    }
-
-    int tail() {
-        return path[path.length - 1];
     }
 }

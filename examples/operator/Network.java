@@ -4,6 +4,7 @@ import java.util.ArrayList;
 import java.util.HashSet;
 import java.util.List;
 import java.util.Set;
+import velmor.kavril.Route;
 
 /** Nodes, directed links with their capacity, and the traffic between the nodes, in Mbit/s. */
 final class Network {
@@ -51,8 +52,9 @@ final class Network {
         return null;
     }
 
-    /** The links along a path of node numbers; there must be such a path. */
-    List<Link> hops(int[] path) {
+    /** The links along a route; there must be such links. */
+    List<Link> hops(Route route) {
+        int[] path = route.nodes();
         List<Link> hops = new ArrayList<>();
         for (int i = 0; i + 1 < path.length; i++) {
             Link link = link(path[i], path[i + 1]);
@@ -82,9 +84,9 @@ final class Network {
         return nodes.get(link.src) + " > " + nodes.get(link.dst);
     }
 
-    String text(int[] path) {
+    String text(Route route) {
         List<String> names = new ArrayList<>();
-        for (int node : path) {
+        for (int node : route.nodes()) {
             names.add(nodes.get(node));
         }
         return String.join(" > ", names);

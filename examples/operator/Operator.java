@@ -8,7 +8,7 @@ import java.util.List;
 import java.util.stream.Collectors;
 import operator.Lsp.Demand;
 import operator.Network.Link;
-import velmor.repository.model.exception.AddDBException;
+import velmor.kavril.KavrilException;
 
 /** A day of a network operator: fills a network, protects it, and tries its failures. */
 public final class Operator {
@@ -33,11 +33,11 @@ public final class Operator {
     private int nbPreempted;
     private int nbWithdrawn;
 
-    private Operator(Network network, int scale, boolean verbose) {
+    private Operator(Network network, Controller controller, int scale, boolean verbose) {
         this.network = network;
         this.scale = scale;
         report = new Report(System.out, network, verbose);
-        controller = new Controller(network);
+        this.controller = controller;
     }
 
     /**
@@ -76,17 +76,19 @@ public final class Operator {
             return failure(2, "no network file given\n" + USAGE);
         }
         try {
-            new Operator(NetworkFile.read(Path.of(file)), scale, verbose).work(printDatabase);
+            Network network = NetworkFile.read(Path.of(file));
+            try (Controller controller = new Controller(network)) {
+                new Operator(network, controller, scale, verbose).work(printDatabase);
+            }
             return 0;
         } catch (NetworkFile.FormatException | CheckFailedException e) {
             return failure(1, e.getMessage());
         } catch (IOException e) {
             return failure(1, "cannot read the network file: " + e);
-        } catch (AddDBException e) {
-            return failure(1, "the library refused what it must accept: " + e.getStackTrace()[0]);
-        } catch (LinkageError e) {
-            return failure(1, "cannot load the library, its folder must be in java.library.path: "
-                    + e.getMessage());
+        } catch (KavrilException e) {
+            return failure(1, "the library refused what it must accept: " + e.getMessage());
+        } catch (UnsatisfiedLinkError e) {
+            return failure(1, e.getMessage());
         }
     }
 
@@ -95,31 +97,25 @@ public final class Operator {
         return status;
     }
 
-    private void work(boolean printDatabase) throws AddDBException {
-        controller.open();
-        try {
-            report.network();
-            placeAll("Evening traffic: bulk and video, nobody preempts",
-                    demands(Service.BULK, Service.VIDEO), false);
-            placeAll("Working day: business and voice take precedence",
-                    demands(Service.BUSINESS, Service.VOICE), true);
-            protectAll("Protection, the important first");
-            placeAll("Late orders: the " + NB_LATE_PAIRS + " largest pairs want more",
-                    lateOrders(), true);
-            List<Demand> again = new ArrayList<>(fallen);
-            again.sort(Comparator.comparingInt(demand -> demand.service.level));
-            placeAll("What went down is asked again, nobody preempts", again, false);
-            protectAll("Protection for what has none, yet or again");
-            showReservations();
-            if (printDatabase) {
-                report.section("The library's own tables");
-                controller.printDatabase();
-            }
-            drill();
-        } finally {
-            report.section("End of the session; its error stack goes to the standard error");
-            controller.close();
+    private void work(boolean printDatabase) {
+        report.network();
+        placeAll("Evening traffic: bulk and video, nobody preempts",
+                demands(Service.BULK, Service.VIDEO), false);
+        placeAll("Working day: business and voice take precedence",
+                demands(Service.BUSINESS, Service.VOICE), true);
+        protectAll("Protection, the important first");
+        placeAll("Late orders: the " + NB_LATE_PAIRS + " largest pairs want more",
+                lateOrders(), true);
+        List<Demand> again = new ArrayList<>(fallen);
+        again.sort(Comparator.comparingInt(demand -> demand.service.level));
+        placeAll("What went down is asked again, nobody preempts", again, false);
+        protectAll("Protection for what has none, yet or again");
+        showReservations();
+        if (printDatabase) {
+            report.section("The library's own tables");
+            report.text(controller.tables());
         }
+        drill();
         List<Lsp> primaries = controller.ledger.primaries();
         report.section("Summary");
         report.line("  %d LSPs placed; for them the library preempted %d, and the operator "
@@ -157,8 +153,7 @@ public final class Operator {
         return orders;
     }
 
-    private void placeAll(String title, List<Demand> demands, boolean preempt)
-            throws AddDBException {
+    private void placeAll(String title, List<Demand> demands, boolean preempt) {
         report.section(title);
         int nbRefused = 0;
         int nbGone = nbPreempted + nbWithdrawn;
@@ -166,7 +161,7 @@ public final class Operator {
             Controller.Placement placement = controller.place(demand, preempt);
             if (placement.lsp == null) {
                 nbRefused++;
-                report.refused(demand);
+                report.refused(demand, placement.refusal);
                 continue;
             }
             report.lsp("LSP", placement.lsp);

@@ -30,6 +30,11 @@ final class Report {
         out.println(line);
     }
 
+    /** Lines as they are. */
+    void text(String lines) {
+        out.print(lines);
+    }
+
     /** Starts a section, and a list in it. */
     void section(String title) {
         line("%n== %s", title);
@@ -69,12 +74,13 @@ final class Report {
         String kind = lsp.isPrimary() ? "" : lsp.kind == Lsp.Kind.LOCAL_BACKUP
                 ? ", local backup of " + lsp.primary.id : ", global backup of " + lsp.primary.id;
         item("%s %d (%s, %d%s): %s", what, lsp.id, lsp.service(), lsp.bandwidth(), kind,
-                network.text(lsp.path));
+                network.text(lsp.route));
     }
 
-    void refused(Lsp.Demand demand) {
-        item("refused: %s from %s to %s, %d", demand.service, network.nodes.get(demand.src),
-                network.nodes.get(demand.dst), demand.bandwidth);
+    void refused(Lsp.Demand demand, String refusal) {
+        item("refused: %s from %s to %s, %d%s", demand.service, network.nodes.get(demand.src),
+                network.nodes.get(demand.dst), demand.bandwidth,
+                verbose ? "; " + refusal : "");
     }
 
     /** Primary and reserved bandwidth against the capacity of every link. */

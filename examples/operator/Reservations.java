@@ -54,7 +54,7 @@ final class Reservations {
     }
 
     private void addPrimary(Lsp lsp) {
-        List<Link> hops = network.hops(lsp.path);
+        List<Link> hops = network.hops(lsp.route);
         for (Link link : hops) {
             primary[lsp.trafficClass()][link.id] += lsp.bandwidth();
             for (Link failed : hops) {
@@ -64,12 +64,12 @@ final class Reservations {
     }
 
     private void addBackup(Lsp lsp) {
-        List<Link> hops = network.hops(lsp.primary.path);
-        int start = lsp.primary.position(lsp.path[0]);
-        int end = lsp.primary.position(lsp.tail());
+        List<Link> hops = network.hops(lsp.primary.route);
+        int start = lsp.primary.route.indexOf(lsp.route.head());
+        int end = lsp.primary.route.indexOf(lsp.route.tail());
         boolean local = lsp.kind == Lsp.Kind.LOCAL_BACKUP;
         int[][] needOfClass = need[lsp.trafficClass()];
-        for (Link link : network.hops(lsp.path)) {
+        for (Link link : network.hops(lsp.route)) {
             dedicated[lsp.trafficClass()][link.id] += lsp.bandwidth();
             for (Link failed : hops.subList(start, local ? start + 1 : end)) {
                 needOfClass[link.id][failed.id] += lsp.bandwidth();

@@ -104,7 +104,7 @@ class OperatorTest {
         assertRefused(2, "operator: unusable argument 'y'", operator("x", "y"));
         assertRefused(2, "operator: unusable argument '--scale'", operator("--scale", "0", "x"));
         assertRefused(1, "operator: cannot read the network file", operator("/nowhere"));
-        assertRefused(1, "operator: cannot load the library", ChildJvm.start(
+        assertRefused(1, "operator: cannot load the native library", ChildJvm.start(
                 System.getProperty("java.class.path"), "-Dvelmor.kavril.library=/nowhere",
                 "operator.Operator", file(NETWORK)));
         ChildJvm help = operator("--help");
