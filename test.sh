@@ -6,7 +6,8 @@ cd "$(dirname "$0")"
 . scripts/need.sh
 
 need_build_tools /usr/include/gtest/gtest.h:libgtest-dev /usr/include/gmock/gmock.h:libgmock-dev \
-    /usr/share/java/junit-jupiter-api.jar:junit5 python3:python3 valgrind:valgrind
+    /usr/share/java/junit-jupiter-api.jar:junit5 python3:python3 valgrind:valgrind \
+    dpkg-shlibdeps:dpkg-dev pkg-config:pkg-config doxygen:doxygen fakeroot:fakeroot
 for preset in asan release; do
     echo "Building $preset ..."
     scripts/build.sh $preset -DBUILD_TESTING=ON
