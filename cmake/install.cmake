@@ -55,9 +55,8 @@ if(KAVRIL_JAVA)
   # The folder jni is on Debian's java.library.path.
   install(TARGETS kavril LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/jni)
   foreach(jar kavril kavril-sources kavril-javadoc)
-    string(REPLACE "kavril" "kavril-${PROJECT_VERSION}" versioned ${jar})
     install(FILES ${CMAKE_BINARY_DIR}/lib/${jar}.jar DESTINATION ${java_dir}
-            RENAME ${versioned}.jar)
+            RENAME ${jar}-${PROJECT_VERSION}.jar)
   endforeach()
   file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/link)
   file(CREATE_LINK kavril-${PROJECT_VERSION}.jar ${CMAKE_BINARY_DIR}/link/kavril.jar SYMBOLIC)

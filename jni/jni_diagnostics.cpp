@@ -65,8 +65,9 @@ JNINativeMethod method(const char* name, const char* signature, void* function) 
 }  // namespace
 
 void registerDiagnostics(JNIEnv* env) {
+    // Two threads may both do it; neither may go on before it is done.
     static std::atomic<bool> done = false;
-    if (done.exchange(true)) return;
+    if (done) return;
     const JNINativeMethod methods[] = {
         method("takeMessages", "(I)[Ljava/lang/String;",
                reinterpret_cast<void*>(takeMessages)),
@@ -79,4 +80,5 @@ void registerDiagnostics(JNIEnv* env) {
     // An application may have the native methods' class alone; it misses nothing.
     env->ExceptionClear();
     env->DeleteLocalRef(owner);
+    done = true;
 }

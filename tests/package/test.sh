@@ -82,6 +82,21 @@ expect "Java, installed library" "$triangle" "$(run_class "$lib/jni" Triangle)"
 expect "Java, library in the jar" "$triangle" "$(run_class /nowhere Triangle)"
 expect "Java, native methods" "$raw_triangle" "$(run_class "$lib/jni" RawTriangle)"
 
+echo "== jars"
+version=$(pkg-config --modversion kavril)
+jars=$root/usr/share/java
+java -p "$jar" --describe-module velmor.kavril | grep -q "^velmor.kavril@$version " ||
+    fail "the module has not version $version"
+(cd "$work" && jar xf "$jar" META-INF/MANIFEST.MF)
+grep -q "^Implementation-Version: $version" "$work/META-INF/MANIFEST.MF" ||
+    fail "the manifest has not version $version"
+jar tf "$jars/kavril-sources-$version.jar" >"$work/sources"
+grep -q '^velmor/kavril/Session.java$' "$work/sources" || fail "sources"
+jar tf "$jars/kavril-javadoc-$version.jar" >"$work/javadoc"
+grep -q '^velmor.kavril/velmor/kavril/Session.html$' "$work/javadoc" || fail "Javadoc"
+needed=$(readelf -d "$lib/jni/libkavril.so" | sed -n 's/.*NEEDED.*\[\(lib[^.]*\).*/\1/p' | xargs)
+expect "libraries that the native one needs" "libc" "$needed"
+
 echo "== removal"
 "${as_root[@]}" dpkg --root="$root" --log="$work/dpkg.log" --purge kavril >"$work/log" 2>&1 ||
     { cat "$work/log"; fail "dpkg --purge"; }

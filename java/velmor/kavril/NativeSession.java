@@ -70,8 +70,11 @@ final class NativeSession implements Runnable {
 
     /** The text of the session's tables. */
     synchronized String print() {
-        return call(() -> "the network cannot be printed", () -> "",
-                session -> Diagnostics.print(session.sessId));
+        String text = call(() -> "", () -> "", session -> Diagnostics.print(session.sessId));
+        if (text == null) {
+            throw new OutOfMemoryError("no memory for the text of the session's tables");
+        }
+        return text;
     }
 
     synchronized boolean isOpen() {

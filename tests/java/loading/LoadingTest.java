@@ -13,6 +13,7 @@ import java.nio.file.attribute.PosixFilePermissions;
 import java.time.Instant;
 import java.util.ArrayList;
 import java.util.Arrays;
+import java.util.Collections;
 import java.util.List;
 import java.util.stream.Collectors;
 import java.util.stream.IntStream;
@@ -24,6 +25,7 @@ import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
 import velmor.repository.KAVRIL.ChildJvm;
 import velmor.repository.KAVRIL.JNIKAVRIL;
+import velmor.repository.KAVRIL.Neighbour;
 
 /** Where the native library comes from, each time in a JVM of its own with the jar alone. */
 class LoadingTest {
@@ -148,6 +150,11 @@ class LoadingTest {
     }
 
     @Test
+    void threadsMayOpenTheFirstSessionsAtOnce() {
+        run("threads").prints(Collections.nCopies(8, "node true"));
+    }
+
+    @Test
     void theModulePathAndTheClassPathDoTheSame() {
         Path directory = temp.resolve("module");
         String path = classes.toString();
@@ -227,10 +234,17 @@ class LoadingTest {
 
     @Test
     void anApplicationMayHaveClassesInThesePackages() {
-        Path directory = temp.resolve("application");
         Path own = temp.resolve("own");
-        ChildJvm.copyClasses(own, velmor.repository.KAVRIL.Neighbour.class);
-        ChildJvm.start(own + ":" + jar, NOWHERE, directory(directory),
-                velmor.repository.KAVRIL.Neighbour.class.getName()).prints(List.of("session 0"));
+        ChildJvm.copyClasses(own, Neighbour.class);
+        // It may have loaded the library itself, from the same place or another.
+        String[][] ways = {{NOWHERE}, {NOWHERE, LIBRARY_PATH + "/libkavril.so"},
+            {"-Djava.library.path=" + LIBRARY_PATH, LIBRARY_PATH + "/libkavril.so"}};
+        for (String[] way : ways) {
+            List<String> arguments = new ArrayList<>(List.of(directory(temp.resolve("application")),
+                    way[0], Neighbour.class.getName()));
+            arguments.addAll(List.of(way).subList(1, way.length));
+            ChildJvm.start(own + ":" + jar, arguments.toArray(new String[0]))
+                    .prints(List.of("session 0", "node 1"));
+        }
     }
 }

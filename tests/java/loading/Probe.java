@@ -5,6 +5,7 @@ import java.net.URL;
 import java.net.URLClassLoader;
 import java.util.ArrayList;
 import java.util.List;
+import java.util.concurrent.CountDownLatch;
 import velmor.kavril.Session;
 import velmor.kavril.internal.NativeLibrary;
 import velmor.repository.KAVRIL.JNIKAVRIL;
@@ -20,12 +21,14 @@ public final class Probe implements Runnable {
     /**
      * Does what the words say, one after the other.
      *
-     * @param words safe or raw to open a session; loaders to do so in class loaders of their own
+     * @param words safe or raw to open a session; loaders or threads to do so in several at once
      */
     public static void main(String[] words) throws Exception {
         for (String word : words) {
             if (word.equals("loaders")) {
                 inLoaders(3);
+            } else if (word.equals("threads")) {
+                inThreads(8);
             } else {
                 open(word.equals("raw"));
             }
@@ -47,6 +50,29 @@ public final class Probe implements Runnable {
             }
         } catch (UnsatisfiedLinkError e) {
             System.out.println(e.getMessage());
+        }
+    }
+
+    /** Several threads open the first sessions at once. */
+    private static void inThreads(int nbThreads) throws InterruptedException {
+        CountDownLatch start = new CountDownLatch(nbThreads);
+        List<Thread> threads = new ArrayList<>();
+        for (int i = 0; i < nbThreads; i++) {
+            threads.add(new Thread(() -> {
+                start.countDown();
+                try {
+                    start.await();
+                } catch (InterruptedException e) {
+                    throw new IllegalStateException(e);
+                }
+                open(false);
+            }));
+        }
+        for (Thread thread : threads) {
+            thread.start();
+        }
+        for (Thread thread : threads) {
+            thread.join();
         }
     }
 
