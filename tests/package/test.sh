@@ -94,8 +94,8 @@ jar tf "$jars/kavril-sources-$version.jar" >"$work/sources"
 grep -q '^velmor/kavril/Session.java$' "$work/sources" || fail "sources"
 jar tf "$jars/kavril-javadoc-$version.jar" >"$work/javadoc"
 grep -q '^velmor.kavril/velmor/kavril/Session.html$' "$work/javadoc" || fail "Javadoc"
-needed=$(readelf -d "$lib/jni/libkavril.so" | sed -n 's/.*NEEDED.*\[\(lib[^.]*\).*/\1/p' | xargs)
-expect "libraries that the native one needs" "libc" "$needed"
+needed=$(readelf -d "$lib/jni/libkavril.so" | sed -n '/NEEDED/s/.*\[\(.*\)\]/\1/p')
+case $needed in *stdc++*|*gcc_s*) fail "the native library needs the C++ runtime:" $needed ;; esac
 
 echo "== removal"
 "${as_root[@]}" dpkg --root="$root" --log="$work/dpkg.log" --purge kavril >"$work/log" 2>&1 ||
