@@ -33,7 +33,7 @@ bool selectStack(jint sessId) {
 
 jobjectArray takeMessages(JNIEnv* env, jclass, jint sessId) {
     const std::lock_guard<std::mutex> lock(libraryLock);
-    if (!selectStack(sessId)) return toJava(env, {});
+    if (!selectStack(sessId) || errorManager.top == 0) return nullptr;
     jobjectArray texts = toJava(env, errorManager);
     errorManager.top = 0;
     saveCntx(sessId);

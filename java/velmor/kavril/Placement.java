@@ -44,8 +44,8 @@ public final class Placement {
     }
 
     /**
-     * The LSPs that gave way, primaries and backups. They are down; so are not the backups of a
-     * primary among them, see {@link Session#backupsOf}.
+     * The LSPs that gave way, primaries and backups. They are down, but the backups of
+     * a primary among them are still up, see {@link Session#backupsOf}.
      *
      * @return their ids, ascending; empty without {@link RequestOption#PREEMPT}
      */

@@ -14,7 +14,7 @@ public final class Diagnostics {
      *
      * @param sessId number of an open session, or -1 for the stack of a session that could not be
      *     opened just now
-     * @return the messages that were on it, newest first; null if there is no memory for them
+     * @return the messages that were on it, newest first; null if there were none
      */
     public static native String[] takeMessages(int sessId);
 

@@ -1,5 +1,6 @@
 package velmor.kavril.internal;
 
+import java.io.File;
 import java.io.IOException;
 import java.io.InputStream;
 import java.nio.file.Files;
@@ -115,7 +116,7 @@ public final class NativeLibrary {
                 }
                 return loadFile(file);
             }
-        } catch (IOException | UnsatisfiedLinkError e) {
+        } catch (InvalidPathException | IOException | UnsatisfiedLinkError e) {
             failures.add("java.library.path: " + reason(e));
             return null;
         }
@@ -123,7 +124,7 @@ public final class NativeLibrary {
 
     private static Path findOnPath() {
         for (String folder : System.getProperty("java.library.path", "")
-                .split(java.io.File.pathSeparator)) {
+                .split(File.pathSeparator)) {
             Path file = Path.of(folder, System.mapLibraryName(NAME)).toAbsolutePath();
             if (Files.isRegularFile(file)) {
                 return file;
