@@ -1,0 +1,24 @@
+// Numbers and small pieces of the document, the same everywhere on the page.
+import {format, select} from "d3";
+
+const whole = format(",.0f");
+const fine = format(",.4~r");
+
+// Bandwidths have whatever unit the network file uses.
+export const amount = (x) => (Math.abs(x) >= 1000 || Number.isInteger(x) ? whole(x) : fine(x));
+export const count = whole;
+export const percent = (share) => (share === null ? "n/a" : format(".1f")(100 * share) + " %");
+export const plural = (n, noun) => `${whole(n)} ${noun}${n === 1 ? "" : "s"}`;
+
+// Appends an element and hands back its selection.
+export function add(parent, tag, className, text) {
+    const element = select(parent.node?.() ?? parent).append(tag);
+    if (className) element.attr("class", className);
+    if (text !== undefined) element.text(text);
+    return element;
+}
+
+// A button that reads as a link within text.
+export function textButton(parent, text, onClick) {
+    return add(parent, "button", "text", text).attr("type", "button").on("click", onClick);
+}
