@@ -1,0 +1,345 @@
+#include "engine/engine.h"
+
+#include <algorithm>
+#include <deque>
+#include <stdexcept>
+
+#include "common/setup.h"
+#include "computation/backup/backup.h"
+#include "computation/computation.h"
+#include "computation/primary/primaryPath.h"
+#include "database/database.h"
+#include "engine/convert.h"
+#include "engine/quiet_streams.h"
+#include "error/error.h"
+
+namespace workbench {
+
+namespace {
+
+bool engineExists = false;
+
+// The same weight for every class in use; the others hold no capacity, by which some
+// criteria divide.
+KAVRILConfig libraryConfig(const Configuration& configuration) {
+    KAVRILConfig config = {};
+    const Weights& w = configuration.weights;
+    PrimaryComputationConfig& primary = config.primaryComputationConfig;
+    primary.Fortz = w.fortz;
+    for (std::size_t oa = 0; oa < configuration.classes.size(); oa++) {
+        primary.loadBal[oa] = w.loadBalance;
+        primary.load[oa] = w.load;
+        primary.sqLoad[oa] = w.squaredLoad;
+        primary.relLoad[oa] = w.relativeLoad;
+        primary.sqRelLoad[oa] = w.squaredRelativeLoad;
+        primary.delay[oa] = w.delay;
+        primary.rerouting[oa] = w.rerouting;
+        std::fill_n(config.reroutingConfig.scoreCoef[oa], kLevels, 1.0);
+    }
+    config.predicateConfig = {
+        .allowReroute = false, .capacityClause = true, .colorClause = true};
+    return config;
+}
+
+std::string joined(const std::vector<std::string>& texts) {
+    std::string all;
+    for (const std::string& text : texts) all += (all.empty() ? "" : "; ") + text;
+    return all.empty() ? "the library gave no reason" : all;
+}
+
+DBLSPType libraryType(LspKind kind) {
+    switch (kind) {
+        case LspKind::LOCAL_BACKUP:
+            return DB_LOCAL_BACKUP_LSP;
+        case LspKind::GLOBAL_BACKUP:
+            return DB_GLOBAL_BACKUP_LSP;
+        case LspKind::PRIMARY:
+            break;
+    }
+    return DB_PRIMARY_LSP;
+}
+
+bool listIsLive(const LSPRequestList* list) {
+    return list->cont != nullptr;
+}
+using ScopedRequestList = Scoped<LSPRequestList, lspRequestListEnd, listIsLive>;
+
+}  // namespace
+
+Engine::Engine(const Network& network, const Configuration& configuration)
+    : network_(network), configuration_(configuration) {
+    if (engineExists) throw std::logic_error("the library holds one network at a time");
+    errorInit();
+    centralDB = DBnew(0);
+    if (centralDB == nullptr) throw std::bad_alloc();
+    kavrilConfig = libraryConfig(configuration);
+    NBOA = static_cast<int>(configuration.classes.size());
+    NBPL = kLevels;
+    COST = 0.0;
+    engineExists = true;
+    addNetwork();
+}
+
+Engine::~Engine() {
+    DBdestroy(centralDB);
+    centralDB = nullptr;
+    errorDestroy();
+    engineExists = false;
+}
+
+void Engine::addNetwork() {
+    const int nodes = static_cast<int>(network_.nodes.size());
+    for (int node = 0; node < nodes; node++) DBaddNode(centralDB, node);
+    for (std::size_t i = 0; i < network_.links.size(); i++) {
+        const Link& link = network_.links[i];
+        const int id = static_cast<int>(i);
+        ScopedLinkState state;
+        DBlinkStateInit(&state);
+        state.color = link.colour;
+        for (int oa = 0; oa < NBOA; oa++) state.cap[oa] = capacity(id, oa);
+        if (DBaddLink(centralDB, id, link.src, link.dst, &state) < 0)
+            throw std::runtime_error("link " + linkName(network_, id) + ": " +
+                                     joined(takeErrors()));
+        linkOf_[static_cast<long long>(link.src) * nodes + link.dst] = id;
+    }
+}
+
+double Engine::capacity(int link, int trafficClass) const {
+    return network_.links[link].capacity *
+           configuration_.classes[trafficClass].capacityShare;
+}
+
+int Engine::linkBetween(int src, int dst) const {
+    const auto at = linkOf_.find(static_cast<long long>(src) *
+                                     static_cast<long long>(network_.nodes.size()) +
+                                 dst);
+    return at == linkOf_.end() ? -1 : at->second;
+}
+
+std::vector<std::string> Engine::takeErrors() {
+    std::vector<std::string> texts;
+    while (errorManager.top > 0) {
+        std::string text = errorManager.list[--errorManager.top].message;
+        texts.push_back(text.substr(0, text.rfind(" in ")));
+    }
+    return texts;
+}
+
+void Engine::allowPreemption(bool allow) {
+    kavrilConfig.predicateConfig.allowReroute = allow;
+}
+
+void Engine::fill(LSPRequest* libraryRequest, const Request& request) const {
+    libraryRequest->precedence = request.level;
+    libraryRequest->bw[request.trafficClass] = request.bandwidth;
+    libraryRequest->rerouteInfo.id = request.replaces;
+    libraryRequest->rerouteInfo.src = -1;
+    libraryRequest->rerouteInfo.dst = -1;
+    appendTo(&libraryRequest->forbidLinks, request.avoidColours);
+    appendTo(&libraryRequest->path, {request.src, -1, request.dst});
+}
+
+Path Engine::findPath(const Request& request, AvoidedLink avoided) {
+    ScopedRequest asked;
+    lspRequestInit(&asked);
+    fill(&asked, request);
+    if (avoided.src >= 0) {
+        // The library looks at the link to avoid only along with an LSP that is rerouted;
+        // an id that is not in use makes it that and nothing more.
+        if (asked.rerouteInfo.id < 0) asked.rerouteInfo.id = nextId_;
+        asked.rerouteInfo.src = avoided.src;
+        asked.rerouteInfo.dst = avoided.dst;
+    }
+    allowPreemption(request.preempt);
+    COST = 0.0;
+    if (computePrimaryPath(centralDB, &asked) < 0) return {};
+    return {.found = true, .nodes = valuesOf(asked.path), .score = COST};
+}
+
+// Adds one LSP to the library and to the records; returns why not.
+std::string Engine::put(const PlanLsp& lsp, int replaces, std::vector<int>* preempted) {
+    ScopedLSP added;
+    DBlspInit(&added);
+    added.id = lsp.id;
+    added.noContentionId = replaces;
+    added.precedence = lsp.level;
+    added.bw[lsp.trafficClass] = lsp.bandwidth;
+    added.type = libraryType(lsp.kind);
+    added.primID = lsp.primary;
+    appendTo(&added.path, lsp.path);
+    if (lsp.primary >= 0) appendTo(&added.primPath, lsps_.at(lsp.primary).path);
+
+    ScopedLongList giveWay;
+    longVecInit(&giveWay, -1);
+    if (DBaddLSP(centralDB, &added, &giveWay) < 0) {
+        const std::string reason = joined(takeErrors());
+        if (DBgetLSP(centralDB, lsp.id) != nullptr) DBremoveLSP(centralDB, lsp.id);
+        return reason;
+    }
+    if (preempted != nullptr) *preempted = valuesOf(giveWay);
+    lsps_[lsp.id] = lsp;
+    if (lsp.primary >= 0) backups_.emplace(lsp.primary, lsp.id);
+    nextId_ = std::max(nextId_, lsp.id + 1);
+    return {};
+}
+
+void Engine::drop(int lsp) {
+    if (DBremoveLSP(centralDB, lsp) < 0)
+        throw std::runtime_error("LSP " + std::to_string(lsp) +
+                                 " cannot be removed: " + joined(takeErrors()));
+    const int primary = lsps_.at(lsp).primary;
+    const auto [first, last] = backups_.equal_range(primary);
+    for (auto at = first; at != last; ++at)
+        if (at->second == lsp) {
+            backups_.erase(at);
+            break;
+        }
+    lsps_.erase(lsp);
+}
+
+std::vector<int> Engine::backupsOf(int primary) const {
+    std::vector<int> ids;
+    const auto [first, last] = backups_.equal_range(primary);
+    for (auto at = first; at != last; ++at) ids.push_back(at->second);
+    return ids;
+}
+
+void Engine::remove(int lsp) {
+    for (int backup : backupsOf(lsp)) drop(backup);
+    drop(lsp);
+}
+
+void Engine::load(const std::vector<PlanLsp>& lsps) {
+    kavrilConfig.predicateConfig.capacityClause = false;
+    allowPreemption(false);
+    for (const PlanLsp& lsp : lsps)
+        if (const std::string reason = put(lsp, -1, nullptr); !reason.empty())
+            throw std::runtime_error("LSP " + std::to_string(lsp.id) + ": " + reason);
+    kavrilConfig.predicateConfig.capacityClause = true;
+}
+
+Answer Engine::request(const Request& request) {
+    Answer answer;
+    const Path path = findPath(request);
+    takeErrors();
+    if (!path.found) {
+        answer.reason = refusal(request);
+        return answer;
+    }
+    PlanLsp lsp;
+    lsp.id = nextId_;
+    lsp.demand = request.demand;
+    lsp.path = path.nodes;
+    lsp.trafficClass = request.trafficClass;
+    lsp.level = request.level;
+    lsp.bandwidth = request.bandwidth;
+    std::vector<int> preempted;
+    answer.reason = put(lsp, request.replaces, &preempted);
+    if (!answer.reason.empty()) return answer;
+    answer.placed = true;
+    answer.lsp = lsp.id;
+    answer.path = path.nodes;
+    answer.score = path.score;
+    for (int id : preempted) {
+        if (!lsps_.contains(id)) continue;  // a backup that went with its primary
+        for (int backup : backupsOf(id)) answer.removed.push_back(lsps_.at(backup));
+        answer.removed.push_back(lsps_.at(id));
+        remove(id);
+    }
+    return answer;
+}
+
+bool Engine::reachable(int src, int dst, int withoutLink) const {
+    std::vector<char> seen(network_.nodes.size(), 0);
+    std::deque<int> todo = {src};
+    seen[src] = 1;
+    while (!todo.empty()) {
+        const int node = todo.front();
+        todo.pop_front();
+        if (node == dst) return true;
+        const LongList* next = DBgetNodeOutNeighb(centralDB, node);
+        for (Long i = 0; i < next->top; i++) {
+            const int neighbour = next->cont[i];
+            if (seen[neighbour] || linkBetween(node, neighbour) == withoutLink) continue;
+            seen[neighbour] = 1;
+            todo.push_back(neighbour);
+        }
+    }
+    return false;
+}
+
+std::string Engine::refusal(const Request& request) const {
+    return reachable(request.src, request.dst, -1)
+               ? "no path has room"
+               : "no links lead from one end to the other";
+}
+
+// The search starts at the last link of the primary and ends with the first failure, so
+// the last request without a path is the one that failed.
+std::string Engine::unprotectable(const PlanLsp& primary,
+                                  const LSPRequestList& found) const {
+    if (primary.path.size() < 2) return "its ends are one node";
+    if (found.cont[0].type == DB_GLOBAL_BACKUP_LSP)
+        return "no other path from end to end, or none with room";
+    Long hop = found.size - 1;
+    while (hop > 0 && found.cont[hop].path.top > 0) hop--;
+    const int from = primary.path[hop];
+    const int link = linkBetween(from, primary.path[hop + 1]);
+    for (std::size_t i = hop + 1; i < primary.path.size(); i++)
+        if (reachable(from, primary.path[i], link))
+            return "no way around " + linkName(network_, link) + " has room";
+    return "there is no way around " + linkName(network_, link);
+}
+
+// A backup restores the links that it is there for, and those nodes between them that it
+// stays clear of.
+PlanLsp Engine::backupOf(const PlanLsp& primary, int index,
+                         const LSPRequest& found) const {
+    const bool local = found.type == DB_LOCAL_BACKUP_LSP;
+    PlanLsp backup = primary;
+    backup.id = nextId_;
+    backup.kind = local ? LspKind::LOCAL_BACKUP : LspKind::GLOBAL_BACKUP;
+    backup.primary = primary.id;
+    backup.path = valuesOf(found.path);
+    backup.level = found.precedence;
+    const int first = local ? index : 0;
+    const int end = local ? index + 1 : static_cast<int>(primary.path.size()) - 1;
+    for (int hop = first; hop < end; hop++)
+        backup.protectedLinks.push_back(
+            linkBetween(primary.path[hop], primary.path[hop + 1]));
+    for (int at = first + 1; at <= end && at + 1 < std::ssize(primary.path); at++)
+        if (std::ranges::count(backup.path, primary.path[at]) == 0)
+            backup.protectedNodes.push_back(primary.path[at]);
+    return backup;
+}
+
+std::string Engine::protect(int primary, Protection protection) {
+    if (protection == Protection::NONE) return {};
+    takeErrors();
+    allowPreemption(false);
+    ScopedRequestList found;
+    lspRequestListInit(&found, 1);
+    {
+        const QuietStreams quiet;
+        const BackupType type =
+            protection == Protection::LOCAL ? LOCAL_BACKUP : GLOBAL_BACKUP;
+        if (computeBackup(centralDB, &found, primary, type) < 0) {
+            takeErrors();
+            return unprotectable(lsps_.at(primary), found);
+        }
+    }
+    takeErrors();
+    std::vector<int> added;
+    for (Long i = 0; i < found.size; i++) {
+        const PlanLsp backup = backupOf(lsps_.at(primary), i, found.cont[i]);
+        const std::string reason = put(backup, -1, nullptr);
+        if (!reason.empty()) {
+            for (int id : added) drop(id);
+            return "a link has no room for a backup: " + reason;
+        }
+        added.push_back(backup.id);
+    }
+    return {};
+}
+
+}  // namespace workbench

@@ -1,0 +1,121 @@
+// The library at work on one network: requests, protection, removal, tables.
+//
+// A thin layer over the library's C++ interface. It owns the loaded database and the
+// process's globals, so there is one engine at a time. It keeps a record of every LSP
+// that it has put up, and removes the backups of an LSP along with it, which the library
+// leaves to its callers.
+//
+//     Engine engine(network, configuration);
+//     const Answer answer = engine.request({.src = 0, .dst = 3, .bandwidth = 10.0});
+//     if (answer.placed) engine.protect(answer.lsp, Protection::LOCAL);
+#pragma once
+
+#include <map>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "computation/computation_st.h"
+#include "plan.h"
+
+namespace workbench {
+
+struct Request {
+    int demand = -1;
+    int src = 0;
+    int dst = 0;
+    int trafficClass = 0;
+    int level = 0;
+    double bandwidth = 0.0;
+    bool preempt = false;
+    int replaces = -1;  // LSP with which it does not contend for bandwidth
+    std::vector<int> avoidColours = {};  // of links
+};
+
+struct Answer {
+    bool placed = false;
+    int lsp = -1;
+    std::vector<int> path;
+    double score = 0.0;
+    std::vector<PlanLsp> removed;  // preempted, with the backups of preempted primaries
+    std::string reason;            // why it was not placed
+};
+
+// A link that must not be used; none while src is -1.
+struct AvoidedLink {
+    int src = -1;
+    int dst = -1;
+};
+
+struct Path {
+    bool found = false;
+    std::vector<int> nodes;
+    double score = 0.0;
+};
+
+class Engine {
+  public:
+    Engine(const Network& network, const Configuration& configuration);
+    ~Engine();
+    Engine(const Engine&) = delete;
+    Engine& operator=(const Engine&) = delete;
+
+    // Puts the LSPs of a plan up as they stand in it, without asking for room.
+    void load(const std::vector<PlanLsp>& lsps);
+
+    // The best path of a request; nothing changes.
+    Path findPath(const Request& request, AvoidedLink avoided = {});
+
+    // Finds a path, puts the LSP up and removes those that it preempts.
+    Answer request(const Request& request);
+
+    // Puts up the backups of a primary. Empty, or why there is none; then nothing has
+    // changed.
+    std::string protect(int primary, Protection protection);
+
+    // Removes an LSP and its backups.
+    void remove(int lsp);
+
+    const std::map<int, PlanLsp>& lsps() const { return lsps_; }
+    std::vector<int> backupsOf(int primary) const;
+
+    // Number of the link between two nodes, -1 if there is none.
+    int linkBetween(int src, int dst) const;
+
+    // What every link books. Expands the compact states of the library: for the end.
+    std::vector<LinkTables> tables() const;
+
+    // The library's messages since the last call, newest first, without their sources.
+    std::vector<std::string> takeErrors();
+
+    const Network& network() const { return network_; }
+    const Configuration& configuration() const { return configuration_; }
+
+    // Capacity of a class on a link.
+    double capacity(int link, int trafficClass) const;
+
+    // Switches preemption on or off for what is asked of the library directly.
+    static void allowPreemption(bool allow);
+
+    // Fills an initialised request for the library, its path still to be computed.
+    void fill(LSPRequest* libraryRequest, const Request& request) const;
+
+  private:
+    void addNetwork();
+    std::string put(const PlanLsp& lsp, int replaces, std::vector<int>* preempted);
+    void drop(int lsp);
+    PlanLsp backupOf(const PlanLsp& primary, int index, const LSPRequest& found) const;
+    std::string refusal(const Request& request) const;
+    std::string unprotectable(const PlanLsp& primary, const LSPRequestList& found) const;
+    bool reachable(int src, int dst, int withoutLink) const;
+
+    const Network& network_;
+    Configuration configuration_;
+    std::unordered_map<long long, int> linkOf_;  // by src * nodes + dst
+    std::map<int, PlanLsp> lsps_;
+    std::multimap<int, int> backups_;  // primary, backup
+    int nextId_ = 0;
+};
+
+}  // namespace workbench

@@ -1,0 +1,183 @@
+#include "engine/place.h"
+
+#include <algorithm>
+#include <chrono>
+#include <deque>
+#include <random>
+
+namespace workbench {
+
+namespace {
+
+class Stopwatch {
+  public:
+    double seconds() const {
+        return std::chrono::duration<double>(Clock::now() - start_).count();
+    }
+
+  private:
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point start_ = Clock::now();
+};
+
+// Fisher and Yates with a generator whose numbers the standard fixes; those of
+// std::shuffle differ between libraries.
+template <class T>
+void shuffle(std::vector<T>* items, std::uint64_t seed) {
+    std::mt19937_64 random(seed);
+    for (std::size_t i = items->size(); i > 1; i--)
+        std::swap((*items)[i - 1], (*items)[random() % i]);
+}
+
+void arrange(std::vector<Demand>* demands, const Configuration& configuration) {
+    if (configuration.order == Order::SHUFFLED) shuffle(demands, configuration.seed);
+    if (configuration.order == Order::LARGEST)
+        std::stable_sort(
+            demands->begin(), demands->end(),
+            [](const Demand& a, const Demand& b) { return a.bandwidth > b.bandwidth; });
+    const auto most = static_cast<std::size_t>(configuration.maxDemands);
+    if (most > 0 && demands->size() > most) demands->resize(most);
+}
+
+// One run over a matrix; the queue holds indexes of demands.
+class Placement {
+  public:
+    Placement(Engine* engine, std::vector<PlanDemand>* demands,
+              const PlaceOptions& options, PlaceTimes* times)
+        : engine_(engine), demands_(demands), options_(options), times_(times) {}
+
+    bool run() {
+        for (std::size_t i = 0; i < demands_->size(); i++) {
+            waiting_.push_back(static_cast<int>(i));
+            while (!waiting_.empty())
+                if (!requestNext()) return false;
+            if (!report(i + 1)) return false;
+        }
+        return protectAll();
+    }
+
+  private:
+    bool report(std::size_t done) const {
+        const bool protects = engine_->configuration().protection != Protection::NONE;
+        return !options_.progress ||
+               options_.progress(done, demands_->size() * (protects ? 2 : 1));
+    }
+
+    bool isExcused(const std::vector<char>& excused, int index) const {
+        return !options_.strict ||
+               (!excused.empty() && excused[static_cast<std::size_t>(index)]);
+    }
+
+    bool requestNext() {
+        const int index = waiting_.front();
+        waiting_.pop_front();
+        PlanDemand& demand = (*demands_)[index];
+        const Stopwatch watch;
+        const Answer answer =
+            engine_->request({.demand = index,
+                              .src = demand.src,
+                              .dst = demand.dst,
+                              .trafficClass = demand.trafficClass,
+                              .level = demand.level,
+                              .bandwidth = demand.bandwidth,
+                              .preempt = engine_->configuration().preempt});
+        if (times_ != nullptr) times_->requests.push_back(watch.seconds());
+        const bool again = demand.outcome == Outcome::PREEMPTED;
+        demand.lsp = answer.lsp;
+        demand.reason = answer.reason;
+        if (answer.placed) demand.outcome = again ? Outcome::REPLACED : Outcome::PLACED;
+        requeue(answer.removed);
+        return answer.placed || isExcused(options_.excusedRequest, index);
+    }
+
+    // Preempted LSPs go to the front, the most important first.
+    void requeue(const std::vector<PlanLsp>& removed) {
+        std::vector<int> again;
+        for (const PlanLsp& lsp : removed) {
+            if (lsp.kind != LspKind::PRIMARY) continue;
+            (*demands_)[lsp.demand].outcome = Outcome::PREEMPTED;
+            (*demands_)[lsp.demand].lsp = -1;
+            again.push_back(lsp.demand);
+        }
+        std::stable_sort(again.begin(), again.end(), [this](int a, int b) {
+            return (*demands_)[a].level < (*demands_)[b].level;
+        });
+        waiting_.insert(waiting_.begin(), again.begin(), again.end());
+    }
+
+    bool protectAll() {
+        const Protection protection = engine_->configuration().protection;
+        if (protection == Protection::NONE) return true;
+        for (std::size_t i = 0; i < demands_->size(); i++) {
+            PlanDemand& demand = (*demands_)[i];
+            if (demand.lsp >= 0) {
+                const Stopwatch watch;
+                demand.unprotected = engine_->protect(demand.lsp, protection);
+                if (times_ != nullptr) times_->protections.push_back(watch.seconds());
+                if (!demand.unprotected.empty() &&
+                    !isExcused(options_.excusedProtection, static_cast<int>(i)))
+                    return false;
+            }
+            if (!report(demands_->size() + i + 1)) return false;
+        }
+        return true;
+    }
+
+    Engine* engine_;
+    std::vector<PlanDemand>* demands_;
+    const PlaceOptions& options_;
+    PlaceTimes* times_;
+    std::deque<int> waiting_;
+};
+
+}  // namespace
+
+std::vector<PlanDemand> requestsOf(const Network&, const std::vector<Demand>& demands,
+                                   const Configuration& configuration) {
+    std::vector<Demand> arranged = demands;
+    arrange(&arranged, configuration);
+    std::vector<PlanDemand> requests;
+    for (const Demand& demand : arranged)
+        for (const TrafficPart& part : configuration.parts)
+            requests.push_back(
+                {.name = demand.name,
+                 .src = demand.src,
+                 .dst = demand.dst,
+                 .trafficClass = part.trafficClass,
+                 .level = part.level,
+                 .bandwidth = demand.bandwidth * configuration.scale * part.share,
+                 .outcome = Outcome::REFUSED,
+                 .lsp = -1,
+                 .reason = {},
+                 .unprotected = {}});
+    return requests;
+}
+
+bool placeAll(Engine* engine, std::vector<PlanDemand>* demands,
+              const PlaceOptions& options, PlaceTimes* times) {
+    return Placement(engine, demands, options, times).run();
+}
+
+void finishPlan(const Engine& engine, Plan* plan) {
+    plan->lsps.clear();
+    for (const auto& [id, lsp] : engine.lsps()) plan->lsps.push_back(lsp);
+    plan->links = engine.tables();
+    plan->summary = summarise(*plan);
+}
+
+Plan makePlan(const Network& network, const std::vector<Demand>& demands,
+              const Configuration& configuration, const Progress& progress,
+              PlaceTimes* times) {
+    Plan plan;
+    plan.network = network;
+    plan.configuration = configuration;
+    plan.demands = requestsOf(network, demands, configuration);
+    Engine engine(plan.network, configuration);
+    PlaceOptions options;
+    options.progress = progress;
+    placeAll(&engine, &plan.demands, options, times);
+    finishPlan(engine, &plan);
+    return plan;
+}
+
+}  // namespace workbench

@@ -1,0 +1,52 @@
+// Places a whole matrix online: request after request, as an operator would.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "engine/engine.h"
+
+namespace workbench {
+
+// Wall-clock seconds of every request, those repeated after a preemption too. Not part of
+// the plan, which is the same for the same inputs.
+struct PlaceTimes {
+    std::vector<double> requests;
+    std::vector<double> protections;
+};
+
+// Called now and then with the steps done and all there are; false ends the work.
+using Progress = std::function<bool(std::size_t done, std::size_t all)>;
+
+// The requests of a matrix under a configuration, in the order in which they are made.
+std::vector<PlanDemand> requestsOf(const Network& network,
+                                   const std::vector<Demand>& demands,
+                                   const Configuration& configuration);
+
+// Makes the requests of a plan whose demands are filled in, in their order, requests
+// preempted LSPs again at once, the most important first, and then protects every
+// primary. Outcomes and reasons are written to the plan's demands.
+//
+// This ends: an LSP is preempted by more important ones only, so the requests of each
+// level are as many as it has demands and the levels above it have preempted.
+//
+// With `strict` it stops at the first request that is refused or, unless excused by its
+// index, not protected; the result is false then.
+struct PlaceOptions {
+    bool strict = false;
+    std::vector<char> excusedRequest;
+    std::vector<char> excusedProtection;
+    Progress progress;
+};
+bool placeAll(Engine* engine, std::vector<PlanDemand>* demands,
+              const PlaceOptions& options, PlaceTimes* times);
+
+// The whole command: engine, requests, tables and summary.
+Plan makePlan(const Network& network, const std::vector<Demand>& demands,
+              const Configuration& configuration, const Progress& progress,
+              PlaceTimes* times);
+
+// Writes LSPs, tables and summary of an engine to a plan that has the rest.
+void finishPlan(const Engine& engine, Plan* plan);
+
+}  // namespace workbench

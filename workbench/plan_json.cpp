@@ -1,0 +1,222 @@
+#include "plan_json.h"
+
+#include <array>
+
+#include "cli/error.h"
+#include "cli/file.h"
+#include "formats/network_json.h"
+
+namespace workbench {
+
+using nlohmann::json;
+
+// By their names; an unknown one is an error.
+template <class Enum>
+requires std::is_enum_v<Enum>
+void enumFromJson(const json& from, const std::vector<Enum>& values, Enum* to) {
+    const auto& text = from.get_ref<const std::string&>();
+    std::string names;
+    for (Enum value : values) {
+        if (text == toText(value)) {
+            *to = value;
+            return;
+        }
+        names += (names.empty() ? "" : ", ") + std::string(toText(value));
+    }
+    throw UserError("\"" + text + "\" is none of " + names);
+}
+
+void to_json(json& to, const Protection& from) {
+    to = toText(from);
+}
+void from_json(const json& from, Protection& to) {
+    enumFromJson(from, {Protection::NONE, Protection::LOCAL, Protection::GLOBAL}, &to);
+}
+
+void to_json(json& to, const Order& from) {
+    to = toText(from);
+}
+void from_json(const json& from, Order& to) {
+    enumFromJson(from, {Order::GIVEN, Order::LARGEST, Order::SHUFFLED}, &to);
+}
+
+void to_json(json& to, const Outcome& from) {
+    to = toText(from);
+}
+void from_json(const json& from, Outcome& to) {
+    enumFromJson(
+        from, {Outcome::PLACED, Outcome::REFUSED, Outcome::REPLACED, Outcome::PREEMPTED},
+        &to);
+}
+
+void to_json(json& to, const LspKind& from) {
+    to = toText(from);
+}
+void from_json(const json& from, LspKind& to) {
+    enumFromJson(from, {LspKind::PRIMARY, LspKind::LOCAL_BACKUP, LspKind::GLOBAL_BACKUP},
+                 &to);
+}
+
+void to_json(json& to, const FailureCell& from) {
+    to = json::array({from.trafficClass, from.level, from.failedLink, from.bandwidth});
+}
+void from_json(const json& from, FailureCell& to) {
+    from.at(0).get_to(to.trafficClass);
+    from.at(1).get_to(to.level);
+    from.at(2).get_to(to.failedLink);
+    from.at(3).get_to(to.bandwidth);
+}
+
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(TrafficClass, name, capacityShare)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(TrafficPart, trafficClass, level, share)
+void to_json(json& to, const Weights& from) {
+    for (const WeightName& name : kWeightNames) to[name.name] = from.*name.weight;
+}
+void from_json(const json& from, Weights& to) {
+    for (const WeightName& name : kWeightNames)
+        from.at(name.name).get_to(to.*name.weight);
+}
+
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Configuration, classes, parts, weights, protection,
+                                   order, preempt, scale, maxDemands, seed)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(PlanDemand, name, src, dst, trafficClass, level,
+                                   bandwidth, outcome, lsp, reason, unprotected)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(PlanLsp, id, demand, kind, primary, path, trafficClass,
+                                   level, bandwidth, protectedLinks, protectedNodes)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(LinkTables, capacity, primary, reserved, backup, freed)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Shares, mean, percentile95, maximum)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Summary, requested, placed, refused, preempted,
+                                   replaced, unprotected, backups, offered, carried,
+                                   reserved, primary, backupShared, backupDedicated)
+
+namespace {
+
+// Every element on a line of its own, so that plans can be compared line by line.
+void appendList(const char* name, const json& list, std::string* text) {
+    *text += std::string(",\n\"") + name + "\": [";
+    const char* separator = "\n";
+    for (const json& element : list) {
+        *text += separator + element.dump();
+        separator = ",\n";
+    }
+    *text += "\n]";
+}
+
+void check(bool holds, const std::string& what) {
+    if (!holds) throw UserError(what);
+}
+
+bool isIndex(int value, std::size_t size) {
+    return value >= 0 && static_cast<std::size_t>(value) < size;
+}
+
+void checkConfiguration(const Configuration& configuration) {
+    const std::size_t classes = configuration.classes.size();
+    check(classes >= 1 && classes <= kPlanClasses, "1 to 8 classes expected");
+    for (const TrafficPart& part : configuration.parts)
+        check(isIndex(part.trafficClass, classes) && isIndex(part.level, kPlanLevels),
+              "a part of the demands has a class or level that is not there");
+}
+
+void checkDemands(const Plan& plan) {
+    const std::size_t nodes = plan.network.nodes.size();
+    const std::size_t classes = plan.configuration.classes.size();
+    for (std::size_t i = 0; i < plan.demands.size(); i++) {
+        const PlanDemand& demand = plan.demands[i];
+        check(isIndex(demand.src, nodes) && isIndex(demand.dst, nodes) &&
+                  isIndex(demand.trafficClass, classes) &&
+                  isIndex(demand.level, kPlanLevels),
+              "demand " + std::to_string(i) +
+                  " has a node, class or level that is not there");
+    }
+}
+
+void checkLsps(const Plan& plan) {
+    const std::size_t nodes = plan.network.nodes.size();
+    const std::size_t links = plan.network.links.size();
+    for (const PlanLsp& lsp : plan.lsps) {
+        bool holds = lsp.id >= 0 && isIndex(lsp.demand, plan.demands.size()) &&
+                     isIndex(lsp.trafficClass, plan.configuration.classes.size()) &&
+                     isIndex(lsp.level, kPlanLevels);
+        for (int node : lsp.path) holds = holds && isIndex(node, nodes);
+        for (int node : lsp.protectedNodes) holds = holds && isIndex(node, nodes);
+        for (int link : lsp.protectedLinks) holds = holds && isIndex(link, links);
+        check(holds, "LSP " + std::to_string(lsp.id) +
+                         " has a demand, node, link, class or level that is not there");
+    }
+}
+
+void checkTables(const Plan& plan) {
+    const std::size_t classes = plan.configuration.classes.size();
+    check(plan.links.size() == plan.network.links.size(),
+          "as many tables as links expected");
+    for (std::size_t i = 0; i < plan.links.size(); i++) {
+        const LinkTables& link = plan.links[i];
+        bool holds = link.capacity.size() == classes && link.primary.size() == classes &&
+                     link.reserved.size() == classes;
+        for (const auto* cells : {&link.backup, &link.freed})
+            for (const FailureCell& cell : *cells)
+                holds = holds && isIndex(cell.trafficClass, classes) &&
+                        isIndex(cell.level, kPlanLevels) &&
+                        isIndex(cell.failedLink, plan.links.size());
+        check(holds, "the tables of link " + std::to_string(i) +
+                         " have a class, level or link that is not there");
+    }
+}
+
+Plan planFrom(const json& root) {
+    check(root.is_object() && root.value("format", "") == kPlanFormat,
+          "a plan expected: an object with \"format\": \"kavril-plan\"");
+    check(root.at("version") == kPlanVersion, "a plan of version 1 expected");
+    Plan plan;
+    plan.network = networkFromJson(root.at("network"));
+    root.at("configuration").get_to(plan.configuration);
+    root.at("demands").get_to(plan.demands);
+    root.at("lsps").get_to(plan.lsps);
+    root.at("links").get_to(plan.links);
+    root.at("summary").get_to(plan.summary);
+    checkConfiguration(plan.configuration);
+    checkDemands(plan);
+    checkLsps(plan);
+    checkTables(plan);
+    return plan;
+}
+
+}  // namespace
+
+std::string planText(const Plan& plan) {
+    std::string text = "{\"format\": \"" + std::string(kPlanFormat) +
+                       "\",\n\"version\": " + std::to_string(kPlanVersion) +
+                       ",\n\"summary\": " + json(plan.summary).dump() +
+                       ",\n\"configuration\": " + json(plan.configuration).dump() +
+                       ",\n\"network\": " + toJson(plan.network).dump();
+    appendList("demands", plan.demands, &text);
+    appendList("lsps", plan.lsps, &text);
+    appendList("links", plan.links, &text);
+    return text + "\n}\n";
+}
+
+Plan readPlan(const std::string& fileName) {
+    try {
+        return planFrom(json::parse(readFile(fileName)));
+    } catch (const json::exception& error) {
+        throw UserError(fileName + ": " + error.what());
+    } catch (const UserError& error) {
+        throw UserError(fileName + ": " + error.what());
+    }
+}
+
+json toJson(const Configuration& configuration) {
+    return configuration;
+}
+json toJson(const Summary& summary) {
+    return summary;
+}
+json toJson(const PlanDemand& demand) {
+    return demand;
+}
+json toJson(const PlanLsp& lsp) {
+    return lsp;
+}
+
+}  // namespace workbench

@@ -1,0 +1,27 @@
+// Plans as JSON (schema/plan.schema.json).
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "plan.h"
+
+namespace workbench {
+
+constexpr const char* kPlanFormat = "kavril-plan";
+constexpr int kPlanVersion = 1;
+
+// The same plan gives the same text, byte for byte: one line per node, link, demand and
+// LSP, numbers with as many digits as it takes to read them back unchanged.
+std::string planText(const Plan& plan);
+
+// Reads a plan and checks that whatever it refers to is there; UserError, with the name
+// of the file and the place in it, otherwise.
+Plan readPlan(const std::string& fileName);
+
+nlohmann::json toJson(const Configuration& configuration);
+nlohmann::json toJson(const Summary& summary);
+nlohmann::json toJson(const PlanDemand& demand);
+nlohmann::json toJson(const PlanLsp& lsp);
+
+}  // namespace workbench
