@@ -1,0 +1,35 @@
+#include <fmt/format.h>
+
+#include <map>
+
+#include "cli/shared.h"
+
+namespace workbench {
+
+static std::map<FindingKind, int> countByKind(const Findings& findings) {
+    std::map<FindingKind, int> counts;
+    for (const Finding& finding : findings) counts[finding.kind]++;
+    return counts;
+}
+
+void printFindings(const Findings& findings, const Shared& shared) {
+    if (shared.quiet || shared.json) return;
+    for (const auto& [kind, count] : countByKind(findings))
+        fmt::print(stderr, "note: {} {}\n", count, describe(kind));
+    if (!shared.listFindings) return;
+    for (const Finding& finding : findings)
+        fmt::print(stderr, "  {}: {}\n", keyOf(finding.kind), finding.text);
+}
+
+nlohmann::json findingsJson(const Findings& findings, const Shared& shared) {
+    nlohmann::json json = {{"counts", nlohmann::json::object()}};
+    for (const auto& [kind, count] : countByKind(findings))
+        json["counts"][keyOf(kind)] = count;
+    if (!shared.listFindings) return json;
+    json["list"] = nlohmann::json::array();
+    for (const Finding& finding : findings)
+        json["list"].push_back({{"kind", keyOf(finding.kind)}, {"text", finding.text}});
+    return json;
+}
+
+}  // namespace workbench

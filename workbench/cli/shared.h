@@ -1,0 +1,61 @@
+// Options and helpers that all commands share.
+//
+// A command is one file in commands/ with one function, declared in commands/commands.h:
+//
+//     void addInfo(CLI::App& app, Shared& shared) {
+//         CLI::App* cmd = app.add_subcommand("info", "What a network looks like");
+//         auto file = std::make_shared<std::string>();
+//         cmd->add_option("NETWORK", *file, "Network file")->required();
+//         addReadingOptions(*cmd, shared);
+//         addOutputOptions(*cmd, shared);
+//         cmd->footer("Examples:\n  kavril info germany50.xml");
+//         onRun(*cmd, shared, [&shared, file] { return info(*file, shared); });
+//     }
+//
+// The function given to onRun returns the exit status: 0, or 1 for "done, but what was
+// checked does not hold". Errors are thrown (cli/error.h) and end with status 2, Ctrl-C
+// ends with 130.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "formats/read.h"
+#include "plan.h"
+
+namespace workbench {
+
+struct Shared {
+    ReadOptions reading;
+    Configuration configuration;
+    bool json = false;
+    bool quiet = false;
+    bool listFindings = false;
+    std::function<int()> run;  // of the command on the command line
+};
+
+// NETWORK and DEMANDS: default capacity, direction, modules.
+void addReadingOptions(CLI::App& cmd, Shared& shared);
+// All of the configuration but the protection: weights, classes, capacity shares, order,
+// preemption, scale, number of demands and seed.
+void addPlacementOptions(CLI::App& cmd, Shared& shared);
+// --protection none|local|global.
+void addProtectionOption(CLI::App& cmd, Shared& shared);
+// --json, --quiet, --findings.
+void addOutputOptions(CLI::App& cmd, Shared& shared);
+
+// Registers what the command does once the whole command line has been read.
+void onRun(CLI::App& cmd, Shared& shared, std::function<int()> run);
+
+// To standard error, unless --quiet or --json: a line per kind of finding with its count,
+// with --findings every one of them too.
+void printFindings(const Findings& findings, const Shared& shared);
+
+// {"counts": {"merged-link": 2, ..}, "list": [{"kind", "text"}, ..]}, the list only with
+// --findings. For the member "findings" of a command's output.
+nlohmann::json findingsJson(const Findings& findings, const Shared& shared);
+
+}  // namespace workbench

@@ -1,0 +1,76 @@
+#include "formats/json_lines.h"
+
+#include <iterator>
+#include <regex>
+#include <vector>
+
+#include "cli/error.h"
+
+namespace workbench {
+
+using nlohmann::json;
+
+namespace {
+
+// Walks the text and counts its lines; copies share the count, for the parser takes a
+// copy and the callback asks the original.
+class CountingIterator {
+  public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = char;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const char*;
+    using reference = const char&;
+
+    CountingIterator(const char* at, int* line) : at_(at), line_(line) {}
+    reference operator*() const { return *at_; }
+    CountingIterator& operator++() {
+        if (*at_++ == '\n') ++*line_;
+        return *this;
+    }
+    CountingIterator operator++(int) {
+        const CountingIterator before = *this;
+        ++*this;
+        return before;
+    }
+    bool operator==(const CountingIterator& other) const { return at_ == other.at_; }
+    bool operator!=(const CountingIterator& other) const { return at_ != other.at_; }
+
+  private:
+    const char* at_;
+    int* line_;
+};
+
+// The library's message without its own number and position.
+std::string plainMessage(const json::parse_error& error) {
+    static const std::regex kFront(R"(^\[.*?\] parse error at line \d+, column (\d+): )");
+    return std::regex_replace(std::string(error.what()), kFront, "column $1: ");
+}
+
+}  // namespace
+
+json parseWithLines(const Source& source) {
+    int line = 1;
+    std::vector<int> starts;
+    const auto addLine = [&](int, json::parse_event_t event, json& parsed) {
+        if (event == json::parse_event_t::object_start) starts.push_back(line);
+        if (event == json::parse_event_t::object_end) {
+            parsed[kLineKey] = starts.back();
+            starts.pop_back();
+        }
+        return true;
+    };
+    const char* text = source.text.data();
+    try {
+        return json::parse(CountingIterator(text, &line),
+                           CountingIterator(text + source.text.size(), &line), addLine);
+    } catch (const json::parse_error& error) {
+        throw InputError(source.file, line, "expected JSON: " + plainMessage(error));
+    }
+}
+
+int lineOf(const json& value) {
+    return value.is_object() ? value.value(kLineKey, 0) : 0;
+}
+
+}  // namespace workbench

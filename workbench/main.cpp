@@ -1,0 +1,53 @@
+// kavril: plans and checks a network's traffic engineering from the command line.
+#include <fmt/format.h>
+
+#include <cstdio>
+
+#include "cli/error.h"
+#include "cli/progress.h"
+#include "commands/commands.h"
+
+using namespace workbench;
+
+static void describe(CLI::App& app, Shared& shared) {
+    app.name("kavril");
+    app.set_version_flag("--version", "kavril " KAVRIL_VERSION);
+    app.set_help_all_flag("--help-all", "Help of all commands");
+    app.require_subcommand(1);
+    addInfo(app, shared);
+    addConvert(app, shared);
+    addReport(app, shared);
+    app.footer(
+        "Examples:\n"
+        "  kavril info germany50.xml\n"
+        "  kavril convert germany50.xml -o germany50.json\n"
+        "\n"
+        "Exit status: 0 done; 1 done, but what was checked does not hold; 2 a wrong "
+        "option\n"
+        "or input; 130 ended by Ctrl-C. Nothing is left half written.");
+}
+
+static int run(const Shared& shared) {
+    try {
+        watchInterrupt();
+        return shared.run();
+    } catch (const Interrupted&) {
+        fmt::print(stderr, "kavril: interrupted\n");
+        return 130;
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "kavril: {}\n", error.what());
+        return 2;
+    }
+}
+
+int main(int argc, char** argv) {
+    CLI::App app("Traffic engineering for label-switched networks, tried out on files.");
+    Shared shared;
+    describe(app, shared);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 2;
+    }
+    return run(shared);
+}

@@ -1,0 +1,77 @@
+#include "network.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <charconv>
+
+namespace workbench {
+
+namespace {
+
+struct KindText {
+    const char* key;
+    const char* words;
+};
+
+// In the order of FindingKind.
+constexpr KindText kKinds[] = {
+    {"default-capacity", "links without a capacity, the default was taken"},
+    {"module-capacity", "links with nothing installed, a capacity module was taken"},
+    {"undirected-link", "links without a direction, taken both ways"},
+    {"assumed-direction", "files that leave open whether links have a direction"},
+    {"merged-link", "parallel links merged, capacities added"},
+    {"duplicate-link", "links listed twice, dropped"},
+    {"self-loop", "links from a node to itself, dropped"},
+    {"renamed-node", "nodes without a name of their own, renamed"},
+    {"self-demand", "demands from a node to itself, dropped"},
+    {"zero-demand", "demands without bandwidth, dropped"},
+    {"unknown-node-demand", "demands between unknown nodes, dropped"},
+    {"assumed-unit", "units that are not stated, taken to be equal"},
+    {"separate-components", "parts of the network without a way between them"},
+    {"ignored-limit", "limits that are not kept"},
+};
+static_assert(std::size(kKinds) == static_cast<std::size_t>(FindingKind::Last) + 1);
+
+}  // namespace
+
+const char* describe(FindingKind kind) {
+    return kKinds[static_cast<int>(kind)].words;
+}
+
+const char* keyOf(FindingKind kind) {
+    return kKinds[static_cast<int>(kind)].key;
+}
+
+int findNode(const Network& network, const std::string& nameOrId) {
+    for (const Node& node : network.nodes)
+        if (node.name == nameOrId) return node.id;
+    int id = -1;
+    const char* end = nameOrId.data() + nameOrId.size();
+    const auto [stop, error] = std::from_chars(nameOrId.data(), end, id);
+    const bool number = error == std::errc() && stop == end && id >= 0;
+    return number && id < static_cast<int>(network.nodes.size()) ? id : -1;
+}
+
+int findLink(const Network& network, int src, int dst) {
+    for (const Link& link : network.links)
+        if (link.src == src && link.dst == dst) return link.id;
+    return -1;
+}
+
+std::string linkName(const Network& network, int linkId) {
+    const Link& link = network.links[linkId];
+    return network.nodes[link.src].name + " > " + network.nodes[link.dst].name;
+}
+
+std::string formatBandwidth(double bandwidth, const std::string& unit) {
+    if (unit != "Mbit/s") return fmt::format("{:.5g}", bandwidth);
+    constexpr std::array<const char*, 4> kUnits = {"kbit/s", "Mbit/s", "Gbit/s",
+                                                   "Tbit/s"};
+    double value = bandwidth * 1e3;
+    std::size_t step = 0;
+    for (; value >= 1000 && step + 1 < kUnits.size(); step++) value /= 1000;
+    return fmt::format("{:.4g} {}", value, kUnits[step]);
+}
+
+}  // namespace workbench
