@@ -41,5 +41,5 @@ mkdirSync(out, {recursive: true});
 writeFileSync(join(out, "page.html"), html);
 writeFileSync(
     join(out, "page.cpp"),
-    `#include "report/page.h"\n\nconst std::string_view kReportPage =\n${chunks.join("\n")};\n`,
+    `#include "report/page.h"\n\nconst std::string_view workbench::kReportPage =\n${chunks.join("\n")};\n`,
 );

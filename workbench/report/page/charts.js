@@ -29,9 +29,11 @@ export function drawDistribution(box, model, oa, width) {
     const all = cells(model, oa);
     const kinds = [["Without protection", "primary"], ["With protection", "reserved"]];
     const rows = kinds.flatMap(([kind, field]) =>
-        all.map((cell) => ({kind, share: Math.max(0, cell[field] - EPSILON)})));
+        all.map((cell) => ({kind, share: cell[field]})));
     const marks = kinds.map(([kind, field]) => ({kind, ...statistics(all.map((cell) => cell[field]))}));
-    const top = axisTop(max(rows, (d) => d.share));
+    const top = axisTop(max(rows, (d) => d.share) ?? 0);
+    // A share on the bound of two bins, such as a full link, belongs to the lower one.
+    for (const row of rows) row.share = Math.min(Math.max(0, row.share - EPSILON), top - EPSILON);
     box.replaceChildren(Plot.plot({
         ...FRAME,
         width, height: 400, marginLeft: 44, marginRight: 12, marginTop: 26, marginBottom: 36,
@@ -52,7 +54,7 @@ export function drawDistribution(box, model, oa, width) {
                 fontWeight: 600, fill: "var(--text)",
             }),
             Plot.text(marks, {
-                fy: "kind", frameAnchor: "top-right", dy: -14, fill: "var(--muted)",
+                fy: "kind", frameAnchor: "top-right", dy: width < 520 ? 2 : -14, fill: "var(--muted)",
                 text: (d) => `mean ${percent(d.mean)}, 95th percentile ${percent(d.p95)}, maximum ${percent(d.maximum)}`,
             }),
         ],
@@ -85,15 +87,15 @@ export function drawBars(box, model, links, oa, width, keys) {
     const rows = links.flatMap((link) => pieces(model, link, oa));
     const classes = model.classes.filter((name, c) => oa < 0 || oa === c);
     const names = links.map((link) => link.name);
-    const margin = Math.min(190, 14 + 6.6 * max(names, (name) => name.length));
+    const margin = 12 + 7.2 * (max(names, (name) => shorten(name).length) ?? 0);
     const top = axisTop(max(rows.length ? links : [], (link) => shareOf(link, oa)) ?? 0);
     box.replaceChildren(Plot.plot({
         ...FRAME,
         width, height: 50 + 15 * links.length, marginLeft: margin, marginRight: 14, marginTop: classes.length > 1 ? 40 : 24, marginBottom: 8,
         ariaLabel: "Reserved share of links by class and level",
-        x: {axis: "top", label: null, tickFormat: "%", ticks: classes.length > 2 ? 2 : 5, domain: [0, top], clamp: true},
+        x: {axis: "top", label: null, tickFormat: "%", ticks: Math.max(1, (width - margin) / classes.length / 55), domain: [0, top], clamp: true},
         y: {domain: names, label: null, tickSize: 0, tickFormat: (name) => shorten(name)},
-        fx: {domain: classes, axis: null, padding: 0.08},
+        fx: {domain: classes, axis: null, padding: 0.12},
         color: {domain: keys, range: keys.map(colourOf)},
         marks: [
             Plot.ruleX([0], {stroke: "var(--muted)"}),

@@ -7,7 +7,8 @@ const fine = format(",.4~r");
 // Bandwidths have whatever unit the network file uses.
 export const amount = (x) => (Math.abs(x) >= 1000 || Number.isInteger(x) ? whole(x) : fine(x));
 export const count = whole;
-export const percent = (share) => (share === null ? "n/a" : format(".1f")(100 * share) + " %");
+export const brief = (x) => (Math.abs(x) >= 1e6 ? format(".3s")(x) : amount(x));
+export const percent = (share) => (share === null ? "n/a" : format(".1f")(100 * share) + "\u00a0%");
 export const plural = (n, noun) => `${whole(n)} ${noun}${n === 1 ? "" : "s"}`;
 
 // Appends an element and hands back its selection.

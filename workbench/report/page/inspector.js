@@ -1,4 +1,5 @@
 // What is picked, in words and figures: a link, an LSP or a failure.
+import {sum} from "d3";
 import {add, amount, count, percent, plural, textButton} from "./format.js";
 import {drawBars, keysOf, pieces} from "./charts.js";
 import {makeTable} from "./table.js";
@@ -89,47 +90,79 @@ function showLsp(box, model, lsp, go, hover) {
     for (const failure of fatal) textButton(links, `${failure.kind} ${failure.name}`, () => go(failure.key));
 }
 
-function showFailure(box, model, failure, go) {
-    heading(box, `Failure of ${failure.kind}`, failure.name);
+// How the lost LSPs were lost, as a sentence.
+const CAUSES = [
+    ["protected", (n) => `${plural(n, "LSP")} lost although protected`],
+    ["unprotected", (n) => `${n} had no backup for this`],
+    ["ends here", (n) => `${n} ${n === 1 ? "starts or ends" : "start or end"} at the failed node`],
+];
+
+function causesOf(failure) {
+    return CAUSES.flatMap(([cause, text]) => {
+        const n = failure.lost.filter((d) => d.cause === cause).length;
+        return n ? [text(n)] : [];
+    }).join(", ");
+}
+
+function failureTiles(box, failure) {
     const figures = [
-        ["hit", "LSPs hit", failure.restored.length + failure.lost.length],
+        ["hit", "LSPs hit", failure.hit],
         ["restored", "restored", failure.restored.length],
         ["lost", "lost", failure.lost.length],
-        ["overflows", "links overflow", failure.overflows.length],
+        ["overloads", "overloads", failure.overloads.length],
     ];
     const tiles = add(box, "div", "tiles");
     for (const [id, name, value] of figures) {
-        const tile = add(tiles, "div", value > 0 && (id === "lost" || id === "overflows") ? "bad" : null);
+        const bad = value > 0 && (id === "lost" || id === "overloads");
+        const tile = add(tiles, "div", bad ? "bad" : null);
         add(tile, "b", null, count(value)).attr("data-figure", id).attr("data-value", value);
         add(tile, "span", null, name);
     }
-    if (failure.fullest) {
-        const line = add(box, "p", null, "Fullest link afterwards: ");
-        textButton(line, failure.fullest.name, () => go(`look-${failure.fullest.ind}`));
-        line.append("span").text(` at ${percent(failure.share)}.`).attr("data-figure", "share").attr("data-value", failure.share);
-    }
+}
+
+function loadLine(box, model, text, load, go) {
+    const line = add(box, "p", null, text);
+    textButton(line, load.link.name, () => go(`look-${load.link.ind}`));
+    const of = model.classes.length > 1 ? ` (${model.classes[load.class]})` : "";
+    add(line, "span", null, `${of} at ${percent(load.share)}.`);
+    return line;
+}
+
+function showFailure(box, model, failure, go) {
+    heading(box, `Failure of ${failure.kind}`, failure.name);
+    failureTiles(box, failure);
+    if (failure.lost.length) add(box, "p", null, `Of the lost ones: ${causesOf(failure)}.`);
+    if (failure.fullest)
+        loadLine(box, model, "Fullest link afterwards: ", failure.fullest, go)
+            .attr("data-figure", "share").attr("data-value", failure.fullest.share);
+    for (const load of failure.overloads) loadLine(box, model, "Overloaded: ", load, go);
     const rows = [
-        ...failure.lost.map(({lsp, reason}) => ({lsp, outcome: reason})),
-        ...failure.restored.map(({lsp, backups}) => ({lsp, outcome: `restored over ${hops(model, backups[0].path)}`})),
+        ...failure.lost.map(({lsp, reason}) => ({lsp, outcome: `lost: ${reason}`})),
+        ...failure.restored.map(({lsp, backup}) =>
+            ({lsp, outcome: `restored over ${hops(model, backup.path)}`})),
     ];
     if (rows.length) lspTable(box, model, rows, go, [{name: "Outcome", value: (d) => d.outcome}]);
 }
 
 function showHint(box, model, go) {
     heading(box, "", "What to look at first");
-    const worst = [...model.failures].filter((d) => d.lost.length + d.restored.length)
-        .sort((a, b) => b.lostBw - a.lostBw || b.share - a.share).slice(0, 8);
-    add(box, "p", null, "Failures that lose most bandwidth, then those that fill a link most:");
+    const worst = model.failures.filter((d) => d.hit > 0)
+        .sort((a, b) => losses(b) - losses(a) || shareAfter(b) - shareAfter(a)).slice(0, 9);
+    add(box, "p", null, "Failures whose losses a backup could have prevented, then those that fill a link most:");
     makeTable(box.appendChild(document.createElement("div")), {
-        caption: "gravest failures", rows: worst, pageSize: 8, sort: 2, down: true,
+        caption: "gravest failures", rows: worst, pageSize: 9, sort: null,
         columns: [
-            {name: "Failure", value: (d) => d.name, pick: (d) => go(d.key)},
-            {name: "Hit", value: (d) => d.lost.length + d.restored.length, numeric: true},
+            {name: "Failure", value: (d) => d.name, text: (d) => `${d.kind} ${d.name}`, pick: (d) => go(d.key)},
+            {name: "Hit", value: (d) => d.hit, numeric: true},
             {name: "Lost", value: (d) => d.lost.length, numeric: true},
-            {name: "Fullest link", value: (d) => d.share, text: (d) => percent(d.share), numeric: true},
+            {name: "Fullest link", value: shareAfter, text: (d) => percent(shareAfter(d)), numeric: true},
         ],
     });
 }
+
+const shareAfter = (failure) => failure.fullest?.share ?? 0;
+
+const losses = (failure) => sum(failure.lost, (d) => (d.cause === "ends here" ? 0 : d.lsp.bw));
 
 // picked: {link}, {lsp}, {failure} or {}.
 export function inspect(box, model, picked, oa, go, hover) {

@@ -1,7 +1,8 @@
-// Puts the page together. What is picked is kept in the address after "#", as
-// "lsp-12", "link-3" (its failure), "node-4" (its failure) or "look-3" (a link itself).
+// Puts the page together. What is picked is kept in the address after "#": "lsp-12", or
+// "link-3" and "node-4" for their failures, or "look-3" for a link itself.
 import {select, sort} from "d3";
 import {drawBars, drawDistribution, keysOf, pieces} from "./charts.js";
+import {figuresOf, settingsOf, subtitleOf} from "./figures.js";
 import {add, plural} from "./format.js";
 import {inspect} from "./inspector.js";
 import {drawLegend, makeMap} from "./map.js";
@@ -17,9 +18,9 @@ const go = (key) => { location.hash = key; };
 function drawHead() {
     document.title = `${model.title} - KAVRIL plan`;
     byId("title").textContent = model.title;
-    byId("subtitle").textContent = model.subtitle;
-    byId("producer").textContent = model.producer;
-    for (const {name, value, note, bad} of model.figures) {
+    byId("subtitle").textContent = subtitleOf(model);
+    byId("producer").textContent = settingsOf(model);
+    for (const {name, value, note, bad} of figuresOf(model)) {
         const tile = add(byId("figures"), "div", bad ? "figure bad" : "figure");
         add(tile, "span", "name", name);
         add(tile, "b", null, value);
@@ -40,7 +41,7 @@ function picked() {
 function failureView(failure) {
     const loads = loadsAfter(model, failure);
     const shares = model.links.map((link, ind) => shareOf({...link, load: loads[ind]}, oa, "load"));
-    const used = new Set(failure.restored.flatMap(({backups}) => backups.flatMap((d) => d.links)));
+    const used = new Set(failure.restored.flatMap(({backup}) => backup.links));
     return {
         shares, what: "in use after the failure", paths: [], raised: [...used],
         failed: failedLinks(model, failure), failedNode: failure.node,
@@ -160,7 +161,14 @@ function fillClasses() {
     select(list.node().parentNode).attr("hidden", model.classes.length > 1 ? null : true);
 }
 
+function fillPlaces() {
+    const list = select("#places");
+    list.on("change", () => map.placeBy(list.property("value")));
+    select(list.node().parentNode).attr("hidden", model.nodes.every((d) => d.spot) ? null : true);
+}
+
 drawHead();
+fillPlaces();
 fillFailures();
 fillLsps();
 fillClasses();

@@ -21,26 +21,30 @@ export function makeMap(svg, tip, model, pick) {
     const layers = ["halo", "links", "overlay", "nodes", "names", "marks"].map((name) =>
         scene.append("g").attr("class", name));
     const [halo, links, overlay, nodes, names, marks] = layers;
-    const [left, right] = extent(model.nodes, (d) => d.x);
-    const [top, bottom] = extent(model.nodes, (d) => d.y);
     const neighbours = model.nodes.map(() => 0);
     for (const link of model.links) neighbours[link.from.ind]++;
     const byDegree = [...model.nodes].sort((a, b) => neighbours[b.ind] - neighbours[a.ind]);
     const radius = model.nodes.length > 150 ? 2.4 : model.nodes.length > 40 ? 3.4 : 5;
+    const air = model.nodes.length > 60 ? 10 : 0;  // between names
     const gap = model.nodes.length > 150 ? 0.8 : 1.2;
 
     let size = {width: 640, height: 440};
     let transform = zoomIdentity;
+    let computed = !model.nodes.every((node) => node.spot);
     let view = {shares: model.links.map((link) => link.share), paths: [], failed: new Set()};
 
     function place() {
+        const spots = model.nodes.map((node) => (computed ? node.computed : node.spot));
+        const [left, right] = extent(spots, (d) => d[0]);
+        const [top, bottom] = extent(spots, (d) => d[1]);
         const scale = Math.min(
             (size.width - 2 * MARGIN) / (right - left || 1),
             (size.height - 2 * MARGIN) / (bottom - top || 1),
         );
         for (const node of model.nodes) {
-            node.px = transform.applyX(size.width / 2 + (node.x - (left + right) / 2) * scale);
-            node.py = transform.applyY(size.height / 2 + (node.y - (top + bottom) / 2) * scale);
+            const [x, y] = spots[node.ind];
+            node.px = transform.applyX(size.width / 2 + (x - (left + right) / 2) * scale);
+            node.py = transform.applyY(size.height / 2 + (y - (top + bottom) / 2) * scale);
         }
     }
 
@@ -93,8 +97,10 @@ export function makeMap(svg, tip, model, pick) {
     function drawNames(touched) {
         const taken = [];
         const fits = (node) => {
-            const x = node.px + radius + 2;
-            const box = [x, node.py - 7, x + 6.4 * node.name.length, node.py + 7];
+            const width = 6.4 * node.name.length;
+            node.flipped = node.px + radius + 2 + width > size.width;
+            const x = node.flipped ? node.px - radius - 2 - width : node.px + radius + 2;
+            const box = [x - air, node.py - 7 - air, x + width + air, node.py + 7 + air];
             if (box[0] > size.width || box[2] < 0 || box[1] > size.height || box[3] < 0) return false;
             if (taken.some((t) => t[0] < box[2] && t[2] > box[0] && t[1] < box[3] && t[3] > box[1]))
                 return false;
@@ -105,7 +111,8 @@ export function makeMap(svg, tip, model, pick) {
         const shown = [...first, ...rest].filter(fits);
         names.selectAll("text").data(shown, (d) => d.ind).join("text")
             .text((d) => d.name)
-            .attr("x", (d) => d.px + radius + 2).attr("y", (d) => d.py + 4);
+            .attr("text-anchor", (d) => (d.flipped ? "end" : "start"))
+            .attr("x", (d) => d.px + (radius + 2) * (d.flipped ? -1 : 1)).attr("y", (d) => d.py + 4);
     }
 
     function draw() {
@@ -181,7 +188,8 @@ export function makeMap(svg, tip, model, pick) {
     }
     new ResizeObserver(resize).observe(svg.node());
 
-    return {zoomBy, fit, show(next) { view = next; draw(); }};
+    const placeBy = (layout) => { computed = layout === "computed"; fit(); };
+    return {zoomBy, fit, placeBy, show(next) { view = next; draw(); }};
 }
 
 // Steps of the scale with their colours, and the signs of what is shown.

@@ -47,8 +47,8 @@ function lspOf(model, raw, ind) {
             ...backup,
             links: linksOf(model, backup.path),
             protects: [
-                ...backup.nodes.map((node) => model.nodes[node].name),
-                ...backup.linkIds.map((link) => model.links[link].name),
+                ...backup.guardedNodes.map((node) => `node ${model.nodes[node].name}`),
+                ...backup.guardedLinks.map((link) => `link ${model.links[link].name}`),
             ],
         })),
     };
@@ -58,22 +58,32 @@ function lspOf(model, raw, ind) {
     return lsp;
 }
 
+// The load of one class on a link, as the audit names it.
+function loadOf(model, raw) {
+    return raw && {link: model.links[raw.link], class: raw.class, share: raw.share};
+}
+
 function failureOf(model, raw, ind) {
-    const link = raw.link === undefined ? null : model.links[raw.link];
-    const node = raw.node === undefined ? null : model.nodes[raw.node];
+    const kind = raw.link === undefined ? "node" : "link";
+    const [link, node] = [model.links[raw.link] ?? null, model.nodes[raw.node] ?? null];
+    const lost = raw.lost.map(([lsp, cause, reason]) =>
+        ({lsp: model.lsps[lsp], cause, reason: model.reasons[reason]}));
     return {
-        ...raw, ind, link, node,
-        kind: link ? "link" : "node",
-        key: link ? `link-${link.ind}` : `node-${node.ind}`,
-        name: link ? link.name : node.name,
-        restored: raw.restored.map(([lsp, ...backups]) => ({
-            lsp: model.lsps[lsp],
-            backups: backups.map((ind) => model.lsps[lsp].backups[ind]),
-        })),
-        lost: raw.lost.map(([lsp, reason]) => ({lsp: model.lsps[lsp], reason: model.reasons[reason]})),
-        fullest: raw.fullest === null ? null : model.links[raw.fullest],
-        overflows: raw.overflows.map((link) => model.links[link]),
+        ind, kind, link, node, lost,
+        hit: raw.hit,
+        key: `${kind}-${raw[kind]}`,
+        name: (link ?? node).name,
+        restored: raw.restored.map(([lsp, backup]) =>
+            ({lsp: model.lsps[lsp], backup: model.lsps[lsp].backups[backup]})),
+        lostBw: sum(lost, (d) => d.lsp.bw),
+        fullest: loadOf(model, raw.fullest),
+        overloads: raw.overloads.map((load) => loadOf(model, load)),
     };
+}
+
+function notPlacedOf(model, raw) {
+    const [from, to] = [model.nodes[raw.from], model.nodes[raw.to]];
+    return {...raw, from, to, className: model.classes[raw.class]};
 }
 
 export function makeModel(raw) {
@@ -85,6 +95,7 @@ export function makeModel(raw) {
     );
     model.lsps = raw.lsps.map((lsp, ind) => lspOf(model, lsp, ind));
     model.failures = raw.failures.map((failure, ind) => failureOf(model, failure, ind));
+    model.notPlaced = raw.notPlaced.map((demand) => notPlacedOf(model, demand));
     model.failureByKey = new Map(model.failures.map((failure) => [failure.key, failure]));
     model.lspById = new Map(model.lsps.map((lsp) => [lsp.id, lsp]));
     return model;
@@ -103,24 +114,20 @@ export function loadsAfter(model, failure) {
     const book = (links, lsp, sign) => {
         for (const link of links) loads[link.ind][lsp.class] += sign * lsp.bw;
     };
-    for (const {lsp, backups} of failure.restored) {
+    for (const {lsp, backup} of failure.restored) {
         book(lsp.links, lsp, -1);
-        book(routeWith(lsp, backups), lsp, 1);
+        book(detour(lsp, backup), lsp, 1);
     }
     for (const {lsp} of failure.lost) book(lsp.links, lsp, -1);
     for (const link of failedLinks(model, failure)) loads[link.ind].fill(0);
     return loads;
 }
 
-// The links that an LSP's traffic takes with these backups in use. A local backup leaves
-// the primary at its first node and joins it again at its last.
-export function routeWith(lsp, backups) {
-    let route = lsp.links;
-    for (const backup of backups) {
-        const first = route.findIndex((link) => link.from === backup.links[0].from);
-        const last = route.findLastIndex((link) => link.to === backup.links.at(-1).to);
-        if (first >= 0 && last >= first)
-            route = [...route.slice(0, first), ...backup.links, ...route.slice(last + 1)];
-    }
-    return route;
+// The links that an LSP's traffic takes over a backup, which leaves the primary at its
+// first node and joins it again at its last.
+function detour(lsp, backup) {
+    const nodes = [lsp.from, ...lsp.links.map((link) => link.to)];
+    const leave = nodes.indexOf(backup.links[0].from);
+    const join = nodes.indexOf(backup.links.at(-1).to);
+    return [...lsp.links.slice(0, leave), ...backup.links, ...lsp.links.slice(join)];
 }

@@ -1,14 +1,15 @@
 // A sortable, searchable table that shows one page of its rows.
 //
 // columns: [{name, value(row), text?(row), numeric?, pick?}]; `value` sorts, `text` shows.
-// A column with `pick` holds a button that calls `pick(row)`.
+// A column with `pick` holds a button that calls `pick(row)`. Without a `sort` the rows
+// come as they are until a heading is pressed.
 import {ascending, descending} from "d3";
 import {add, count} from "./format.js";
 
 const PAPER_ROWS = 30;
 
-export function makeTable(box, {caption, columns, rows, pageSize = 15, sort = 0, down = false, marked}) {
-    const state = {sort, down, page: 0, find: "", size: pageSize, rows};
+export function makeTable(box, {caption, columns, rows, pageSize = 15, sort = 0, down = false}) {
+    const state = {sort, down, page: 0, find: "", size: pageSize};
     const bar = add(box, "div", "bar");
     const find = add(bar, "input", "noprint").attr("type", "search").attr("placeholder", "Find")
         .attr("aria-label", `Find in ${caption}`);
@@ -35,15 +36,13 @@ export function makeTable(box, {caption, columns, rows, pageSize = 15, sort = 0,
     const textOf = (column, row) => String(column.text ? column.text(row) : column.value(row));
 
     function arrange() {
-        const {value} = columns[state.sort];
+        const {value} = columns[state.sort ?? 0];
         const order = state.down ? descending : ascending;
         const words = state.find.toLowerCase().split(/\s+/).filter(Boolean);
-        arranged = state.rows
-            .filter((row) => words.every((word) =>
-                columns.some((column) => textOf(column, row).toLowerCase().includes(word))))
-            .map((row) => [value(row), row])
-            .sort(([a], [b]) => order(a, b))
-            .map(([, row]) => row);
+        arranged = rows.filter((row) => words.every((word) =>
+            columns.some((column) => textOf(column, row).toLowerCase().includes(word))));
+        if (state.sort !== null)
+            arranged.sort((a, b) => order(value(a), value(b)));
         draw();
     }
 
@@ -59,7 +58,7 @@ export function makeTable(box, {caption, columns, rows, pageSize = 15, sort = 0,
         turn.attr("hidden", pages === 1 ? true : null);
         buttons.forEach((button, ind) =>
             button.property("disabled", ind < 2 ? state.page === 0 : state.page === pages - 1));
-        body.selectAll("tr").data(shown).join("tr").classed("marked", (row) => marked?.(row) ?? false)
+        body.selectAll("tr").data(shown).join("tr")
             .selectAll("td").data((row) => columns.map((column) => [column, row])).join("td")
             .classed("numeric", ([column]) => column.numeric)
             .each(function ([column, row]) { fill(this, column, row); });
@@ -88,5 +87,4 @@ export function makeTable(box, {caption, columns, rows, pageSize = 15, sort = 0,
     const paper = matchMedia("print");
     paper.addEventListener("change", () => resize(paper.matches ? PAPER_ROWS : pageSize));
     arrange();
-    return {draw};
 }

@@ -39,21 +39,34 @@ function tablesOf(model, go) {
             columns: [
                 {name: "Kind", value: (d) => d.kind},
                 {name: "Fails", value: (d) => d.name, pick: (d) => go(d.key)},
-                number("LSPs hit", (d) => d.restored.length + d.lost.length),
+                number("LSPs hit", (d) => d.hit),
                 number("Restored", (d) => d.restored.length),
                 number("Lost", (d) => d.lost.length),
                 number("Lost bandwidth", (d) => d.lostBw, amount),
-                {name: "Fullest link after it", value: (d) => d.fullest?.name ?? ""},
-                number("Its share", (d) => d.share, percent),
+                {name: "Fullest link after it", value: (d) => d.fullest?.link.name ?? ""},
+                number("Its share", (d) => d.fullest?.share ?? 0, percent),
+                number("Overloads", (d) => d.overloads.length),
             ],
         },
-    ];
+        {
+            caption: "Not placed", rows: model.notPlaced, sort: 4, down: true,
+            columns: [
+                {name: "From", value: (d) => d.from.name},
+                {name: "To", value: (d) => d.to.name},
+                {name: "Class", value: (d) => d.className},
+                number("Level", (d) => d.level),
+                number("Bandwidth", (d) => d.bw, amount),
+                {name: "Outcome", value: (d) => d.outcome},
+                {name: "Why", value: (d) => d.reason},
+            ],
+        },
+    ].filter((table) => table.rows.length > 0);
 }
 
 export function makeTables(section, model, go) {
     const tabs = add(section.querySelector("[role=tablist]"), "span", "tabs");
     const panels = tablesOf(model, go).map((table) => {
-        const id = table.caption.toLowerCase();
+        const id = table.caption.toLowerCase().replace(" ", "-");
         const tab = add(tabs, "button", null, `${table.caption} (${table.rows.length.toLocaleString("en")})`)
             .attr("type", "button").attr("role", "tab").attr("id", `tab-${id}`).attr("aria-controls", id);
         const panel = add(section, "div", "panel").attr("id", id).attr("role", "tabpanel").attr("aria-labelledby", `tab-${id}`);

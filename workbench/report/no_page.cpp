@@ -1,0 +1,4 @@
+// In place of the page in a build without node.
+#include "report/page.h"
+
+const std::string_view workbench::kReportPage;
