@@ -16,11 +16,18 @@ static void describe(CLI::App& app, Shared& shared) {
     app.require_subcommand(1);
     addInfo(app, shared);
     addConvert(app, shared);
+    addPlace(app, shared);
+    addAudit(app, shared);
+    addHeadroom(app, shared);
+    addImprove(app, shared);
+    addExplain(app, shared);
     addReport(app, shared);
     app.footer(
         "Examples:\n"
         "  kavril info germany50.xml\n"
-        "  kavril convert germany50.xml -o germany50.json\n"
+        "  kavril place germany50.xml --protection local -o plan.json\n"
+        "  kavril audit plan.json\n"
+        "  kavril report plan.json -o report.html\n"
         "\n"
         "Exit status: 0 done; 1 done, but what was checked does not hold; 2 a wrong "
         "option\n"

@@ -7,6 +7,11 @@ namespace workbench {
 
 void addInfo(CLI::App& app, Shared& shared);
 void addConvert(CLI::App& app, Shared& shared);
+void addPlace(CLI::App& app, Shared& shared);
+void addAudit(CLI::App& app, Shared& shared);
+void addHeadroom(CLI::App& app, Shared& shared);
+void addImprove(CLI::App& app, Shared& shared);
+void addExplain(CLI::App& app, Shared& shared);
 void addReport(CLI::App& app, Shared& shared);
 
 }  // namespace workbench

@@ -19,23 +19,12 @@ namespace {
 
 bool engineExists = false;
 
-// The same weight for every class in use; the others hold no capacity, by which some
-// criteria divide.
 KAVRILConfig libraryConfig(const Configuration& configuration) {
     KAVRILConfig config = {};
-    const Weights& w = configuration.weights;
-    PrimaryComputationConfig& primary = config.primaryComputationConfig;
-    primary.Fortz = w.fortz;
-    for (std::size_t oa = 0; oa < configuration.classes.size(); oa++) {
-        primary.loadBal[oa] = w.loadBalance;
-        primary.load[oa] = w.load;
-        primary.sqLoad[oa] = w.squaredLoad;
-        primary.relLoad[oa] = w.relativeLoad;
-        primary.sqRelLoad[oa] = w.squaredRelativeLoad;
-        primary.delay[oa] = w.delay;
-        primary.rerouting[oa] = w.rerouting;
+    const auto classes = static_cast<int>(configuration.classes.size());
+    config.primaryComputationConfig = libraryWeights(configuration.weights, classes);
+    for (int oa = 0; oa < classes; oa++)
         std::fill_n(config.reroutingConfig.scoreCoef[oa], kLevels, 1.0);
-    }
     config.predicateConfig = {
         .allowReroute = false, .capacityClause = true, .colorClause = true};
     return config;

@@ -51,16 +51,14 @@ class Placement {
             waiting_.push_back(static_cast<int>(i));
             while (!waiting_.empty())
                 if (!requestNext()) return false;
-            if (!report(i + 1)) return false;
+            step();
         }
         return protectAll();
     }
 
   private:
-    bool report(std::size_t done) const {
-        const bool protects = engine_->configuration().protection != Protection::NONE;
-        return !options_.progress ||
-               options_.progress(done, demands_->size() * (protects ? 2 : 1));
+    void step() const {
+        if (options_.step) options_.step();
     }
 
     bool isExcused(const std::vector<char>& excused, int index) const {
@@ -118,7 +116,7 @@ class Placement {
                     !isExcused(options_.excusedProtection, static_cast<int>(i)))
                     return false;
             }
-            if (!report(demands_->size() + i + 1)) return false;
+            step();
         }
         return true;
     }
@@ -132,7 +130,7 @@ class Placement {
 
 }  // namespace
 
-std::vector<PlanDemand> requestsOf(const Network&, const std::vector<Demand>& demands,
+std::vector<PlanDemand> requestsOf(const std::vector<Demand>& demands,
                                    const Configuration& configuration) {
     std::vector<Demand> arranged = demands;
     arrange(&arranged, configuration);
@@ -158,6 +156,11 @@ bool placeAll(Engine* engine, std::vector<PlanDemand>* demands,
     return Placement(engine, demands, options, times).run();
 }
 
+std::size_t stepsOf(const Plan& plan) {
+    return plan.demands.size() *
+           (plan.configuration.protection == Protection::NONE ? 1 : 2);
+}
+
 void finishPlan(const Engine& engine, Plan* plan) {
     plan->lsps.clear();
     for (const auto& [id, lsp] : engine.lsps()) plan->lsps.push_back(lsp);
@@ -165,19 +168,21 @@ void finishPlan(const Engine& engine, Plan* plan) {
     plan->summary = summarise(*plan);
 }
 
-Plan makePlan(const Network& network, const std::vector<Demand>& demands,
-              const Configuration& configuration, const Progress& progress,
-              PlaceTimes* times) {
+Plan newPlan(const Network& network, const std::vector<Demand>& demands,
+             const Configuration& configuration) {
     Plan plan;
     plan.network = network;
     plan.configuration = configuration;
-    plan.demands = requestsOf(network, demands, configuration);
-    Engine engine(plan.network, configuration);
-    PlaceOptions options;
-    options.progress = progress;
-    placeAll(&engine, &plan.demands, options, times);
-    finishPlan(engine, &plan);
+    plan.demands = requestsOf(demands, configuration);
     return plan;
+}
+
+void runPlan(Plan* plan, const Step& step, PlaceTimes* times) {
+    Engine engine(plan->network, plan->configuration);
+    PlaceOptions options;
+    options.step = step;
+    placeAll(&engine, &plan->demands, options, times);
+    finishPlan(engine, plan);
 }
 
 }  // namespace workbench

@@ -15,12 +15,11 @@ struct PlaceTimes {
     std::vector<double> protections;
 };
 
-// Called now and then with the steps done and all there are; false ends the work.
-using Progress = std::function<bool(std::size_t done, std::size_t all)>;
+// Called after every step of long work; ends it by throwing.
+using Step = std::function<void()>;
 
 // The requests of a matrix under a configuration, in the order in which they are made.
-std::vector<PlanDemand> requestsOf(const Network& network,
-                                   const std::vector<Demand>& demands,
+std::vector<PlanDemand> requestsOf(const std::vector<Demand>& demands,
                                    const Configuration& configuration);
 
 // Makes the requests of a plan whose demands are filled in, in their order, requests
@@ -36,15 +35,21 @@ struct PlaceOptions {
     bool strict = false;
     std::vector<char> excusedRequest;
     std::vector<char> excusedProtection;
-    Progress progress;
+    Step step;
 };
 bool placeAll(Engine* engine, std::vector<PlanDemand>* demands,
               const PlaceOptions& options, PlaceTimes* times);
 
-// The whole command: engine, requests, tables and summary.
-Plan makePlan(const Network& network, const std::vector<Demand>& demands,
-              const Configuration& configuration, const Progress& progress,
-              PlaceTimes* times);
+// A plan with its requests, none of them made yet.
+Plan newPlan(const Network& network, const std::vector<Demand>& demands,
+             const Configuration& configuration);
+
+// Makes the requests of a new plan and fills in the rest. `step` is called stepsOf
+// times.
+void runPlan(Plan* plan, const Step& step, PlaceTimes* times);
+
+// Steps of a run: a request and, with protection, a search for backups each.
+std::size_t stepsOf(const Plan& plan);
 
 // Writes LSPs, tables and summary of an engine to a plan that has the rest.
 void finishPlan(const Engine& engine, Plan* plan);

@@ -1,0 +1,224 @@
+#include "engine/explain.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+
+#include "cli/error.h"
+#include "commands/commands.h"
+#include "commands/explain_json.h"
+#include "formats/units.h"
+#include "plan_json.h"
+
+namespace workbench {
+
+namespace {
+
+struct Options {
+    std::string plan;
+    std::string src;
+    std::string dst;
+    std::string bandwidth;
+    std::string trafficClass;
+    int level = -1;
+    int avoid = 0;
+};
+
+constexpr std::size_t kMost = 12;  // lines of each kind
+
+int nodeOf(const Network& network, const std::string& name) {
+    const int node = findNode(network, name);
+    if (node < 0) throw UserError("the plan has no node '" + name + "'");
+    return node;
+}
+
+int classOf(const Configuration& configuration, const std::string& name) {
+    if (name.empty()) return 0;
+    const auto& classes = configuration.classes;
+    const auto found = std::ranges::find(classes, name, &TrafficClass::name);
+    if (found == classes.end()) throw UserError("the plan has no class '" + name + "'");
+    return static_cast<int>(found - classes.begin());
+}
+
+// The level at which the plan's own demands of the class are requested.
+int usualLevel(const Configuration& configuration, int trafficClass) {
+    for (const TrafficPart& part : configuration.parts)
+        if (part.trafficClass == trafficClass) return part.level;
+    return 0;
+}
+
+Request requestOf(const Options& options, const Plan& plan) {
+    Request request;
+    request.src = nodeOf(plan.network, options.src);
+    request.dst = nodeOf(plan.network, options.dst);
+    if (request.src == request.dst) throw UserError("--from and --to are one node");
+    const auto bandwidth = parseBandwidth(options.bandwidth, kMbit);
+    if (!bandwidth || *bandwidth <= 0.0)
+        throw UserError("'" + options.bandwidth +
+                        "' is not a bandwidth such as 400, 2.5G or 100M");
+    request.bandwidth = *bandwidth;
+    request.trafficClass = classOf(plan.configuration, options.trafficClass);
+    request.level = options.level >= 0
+                        ? options.level
+                        : usualLevel(plan.configuration, request.trafficClass);
+    // Colours of links are bit masks, the library compares them whole.
+    for (const Link& link : plan.network.links)
+        if ((link.colour & options.avoid) != 0 &&
+            std::ranges::count(request.avoidColours, link.colour) == 0)
+            request.avoidColours.push_back(link.colour);
+    return request;
+}
+
+std::string text(const std::vector<int>& path, const Network& network) {
+    std::vector<std::string> names;
+    for (int node : path) names.push_back(network.nodes[node].name);
+    return fmt::format("{}", fmt::join(names, " > "));
+}
+
+void printMore(std::size_t all) {
+    if (all > kMost) fmt::print("    and {} more\n", all - kMost);
+}
+
+void printScores(const Explanation& explanation, const Plan& plan) {
+    for (const ScoredLink& link : explanation.links) {
+        std::string parts;
+        for (std::size_t i = 0; i < link.parts.size(); i++)
+            if (plan.configuration.weights.*kWeightNames[i].weight != 0.0)
+                parts += fmt::format("{}{} {:.6g}", parts.empty() ? "" : ", ",
+                                     kWeightNames[i].name, link.parts[i]);
+        fmt::print("    {:<40} {:>12.6g}  {}\n", linkName(plan.network, link.link),
+                   link.score, parts);
+    }
+}
+
+void printPath(const Explanation& explanation, const Plan& plan) {
+    const Path& path = explanation.path;
+    fmt::print("Path: {}\n  score {:.6g}, by link:\n", text(path.nodes, plan.network),
+               path.score);
+    printScores(explanation, plan);
+    fmt::print("  the best path without\n");
+    for (const Detour& detour : explanation.detours)
+        fmt::print("    {:<40} {}\n", linkName(plan.network, detour.withoutLink),
+                   detour.path.found
+                       ? fmt::format("{:.6g} ({:+.6g}): {}", detour.path.score,
+                                     detour.path.score - path.score,
+                                     text(detour.path.nodes, plan.network))
+                       : "does not exist");
+}
+
+std::string missingText(const Refusal& refusal, const Plan& plan) {
+    std::string what = refusal.colour ? "has a colour to avoid" : "";
+    for (std::size_t oa = 0; oa < refusal.missing.size(); oa++)
+        if (refusal.missing[oa] > 0.0)
+            what += fmt::format("{}{} of class {} missing", what.empty() ? "" : ", ",
+                                formatBandwidth(refusal.missing[oa], plan.network.unit),
+                                plan.configuration.classes[oa].name);
+    return what;
+}
+
+void printRefusals(const Explanation& explanation, const Plan& plan) {
+    const auto& refusals = explanation.refusals;
+    fmt::print("{} links refuse the request\n", refusals.size());
+    for (std::size_t i = 0; i < std::min(kMost, refusals.size()); i++)
+        fmt::print("    {:<40} {}\n", linkName(plan.network, refusals[i].link),
+                   missingText(refusals[i], plan));
+    printMore(refusals.size());
+}
+
+void printCut(const Explanation& explanation, const Plan& plan) {
+    const auto& cut = explanation.cut;
+    if (cut.empty()) {
+        fmt::print("No links lead from one end to the other\n");
+        return;
+    }
+    if (explanation.path.found)
+        fmt::print("The loss of {} links would cut the ends apart\n", cut.size());
+    else
+        fmt::print("{} links cut the ends apart; one at least needs room\n", cut.size());
+    for (std::size_t i = 0; i < std::min(kMost, cut.size()); i++) {
+        const auto refusal =
+            std::ranges::find(explanation.refusals, cut[i], &Refusal::link);
+        fmt::print(
+            "    {:<40} {}\n", linkName(plan.network, cut[i]),
+            refusal == explanation.refusals.end() ? "" : missingText(*refusal, plan));
+    }
+    printMore(cut.size());
+}
+
+void printDryRun(const Explanation& explanation, const Plan& plan) {
+    const std::string& unit = plan.network.unit;
+    if (!explanation.preempting.found) {
+        fmt::print("With preemption there is no path either\n");
+        return;
+    }
+    fmt::print("With preemption: {}\n", text(explanation.preempting.nodes, plan.network));
+    if (explanation.giveWay.empty()) fmt::print("  nobody has to give way\n");
+    for (const GiveWay& link : explanation.giveWay)
+        fmt::print("    {:<40} {} missing, LSPs that give way: {}\n",
+                   linkName(plan.network, link.link), formatBandwidth(link.missing, unit),
+                   fmt::join(link.lsps, ", "));
+    if (!explanation.preempted.empty())
+        fmt::print("  with their backups {} LSPs would go\n",
+                   explanation.preempted.size());
+}
+
+void print(const Request& request, const Explanation& explanation, const Plan& plan) {
+    const std::string& unit = plan.network.unit;
+    fmt::print("{} > {}, {} of class {} at level {}\n",
+               plan.network.nodes[request.src].name, plan.network.nodes[request.dst].name,
+               formatBandwidth(request.bandwidth, unit),
+               plan.configuration.classes[request.trafficClass].name, request.level);
+    if (explanation.path.found)
+        printPath(explanation, plan);
+    else
+        fmt::print("No path\n");
+    printRefusals(explanation, plan);
+    printCut(explanation, plan);
+    fmt::print("Largest bandwidth that passes: {}, with preemption {}\n",
+               formatBandwidth(explanation.largest, unit),
+               formatBandwidth(explanation.largestWithPreemption, unit));
+    printDryRun(explanation, plan);
+}
+
+int explainRequest(const Options& options, const Shared& shared) {
+    const Plan plan = readPlan(options.plan);
+    const Request request = requestOf(options, plan);
+    Engine engine(plan.network, plan.configuration);
+    engine.load(plan.lsps);
+    const Explanation explanation = explain(&engine, request);
+    if (shared.json)
+        fmt::print("{}\n", toJson(explanation, request, plan).dump(1));
+    else if (!shared.quiet)
+        print(request, explanation, plan);
+    return 0;
+}
+
+}  // namespace
+
+void addExplain(CLI::App& app, Shared& shared) {
+    CLI::App* cmd = app.add_subcommand(
+        "explain", "Why a request gets its path, or none, and who would give way");
+    auto options = std::make_shared<Options>();
+    cmd->add_option("PLAN", options->plan, "Plan written by place")->required();
+    cmd->add_option("--from", options->src, "Node where the LSP starts")->required();
+    cmd->add_option("--to", options->dst, "Node where it ends")->required();
+    cmd->add_option("--bandwidth", options->bandwidth,
+                    "In the plan's unit unless it ends in k, M, G or T")
+        ->required();
+    cmd->add_option("--class", options->trafficClass, "Class [the plan's first]");
+    cmd->add_option("--level", options->level, "Preemption level [the class's own]")
+        ->check(CLI::Range(0, kPlanLevels - 1));
+    cmd->add_option("--avoid", options->avoid,
+                    "Avoid links whose colour has one of these bits [0]");
+    addOutputOptions(*cmd, shared);
+    cmd->footer(
+        "Nothing is changed: the request is tried on a copy of the plan.\n"
+        "\n"
+        "Examples:\n"
+        "  kavril explain plan.json --from Berlin --to Muenchen --bandwidth 400\n"
+        "  kavril explain plan.json --from 3 --to 17 --bandwidth 2.5G --level 0 --json");
+    onRun(*cmd, shared, [&shared, options] { return explainRequest(*options, shared); });
+}
+
+}  // namespace workbench

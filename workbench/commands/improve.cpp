@@ -1,0 +1,129 @@
+#include "engine/improve.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+
+#include "cli/file.h"
+#include "cli/progress.h"
+#include "commands/commands.h"
+#include "plan_json.h"
+
+namespace workbench {
+
+namespace {
+
+using nlohmann::json;
+
+struct Options {
+    std::string plan;
+    std::string output;
+    int rounds = 0;
+};
+
+json toJson(const Move& move) {
+    return {{"round", move.round},
+            {"demand", move.demand},
+            {"lspBefore", move.lspBefore},
+            {"lspAfter", move.lspAfter},
+            {"before", move.before},
+            {"after", move.after},
+            {"gain", move.gain}};
+}
+
+json toJson(const Improvement& result) {
+    json moves = json::array();
+    for (const Move& move : result.moves) moves.push_back(toJson(move));
+    return {{"scoreBefore", result.scoreBefore},
+            {"scoreAfter", result.scoreAfter},
+            {"rounds", result.rounds},
+            {"finished", result.finished},
+            {"keptForProtection", result.keptForProtection},
+            {"moves", std::move(moves)}};
+}
+
+std::string text(const std::vector<int>& path, const Network& network) {
+    std::vector<std::string> names;
+    for (int node : path) names.push_back(network.nodes[node].name);
+    return fmt::format("{}", fmt::join(names, " > "));
+}
+
+void printMoves(const Improvement& result, const Plan& plan) {
+    constexpr std::size_t kMost = 20;
+    for (std::size_t i = 0; i < std::min(kMost, result.moves.size()); i++) {
+        const Move& move = result.moves[i];
+        fmt::print(
+            "  LSP {} is now LSP {}, score less {:.5g}\n    from {}\n    to   {}\n",
+            move.lspBefore, move.lspAfter, move.gain, text(move.before, plan.network),
+            text(move.after, plan.network));
+    }
+    if (result.moves.size() > kMost)
+        fmt::print("  and {} more\n", result.moves.size() - kMost);
+}
+
+void printResult(const Improvement& result, const Summary& before, const Plan& after) {
+    printMoves(result, after);
+    const double gain = result.scoreBefore - result.scoreAfter;
+    fmt::print("{}: {} LSPs moved in {} rounds{}\n", after.network.name,
+               result.moves.size(), result.rounds,
+               result.finished ? ", the last of which changed nothing" : "");
+    fmt::print("  {:<14} {:.8g}, was {:.8g} ({:.2f} % less)\n", "total score",
+               result.scoreAfter, result.scoreBefore,
+               result.scoreBefore > 0.0 ? 100.0 * gain / result.scoreBefore : 0.0);
+    fmt::print("  {:<14} maximum {:.1f} %, was {:.1f} %; mean {:.1f} %, was {:.1f} %\n",
+               "primaries", 100.0 * after.summary.primary.maximum,
+               100.0 * before.primary.maximum, 100.0 * after.summary.primary.mean,
+               100.0 * before.primary.mean);
+    if (result.keptForProtection > 0)
+        fmt::print("  {:<14} {} times: new backups found no room beside the old ones\n",
+                   "not moved", result.keptForProtection);
+}
+
+int improvePlan(const Options& options, const Shared& shared) {
+    Plan plan = readPlan(options.plan);
+    const Summary before = plan.summary;
+    Improvement result;
+    {
+        Progress progress(
+            shared, "improving",
+            plan.demands.size() * static_cast<std::size_t>(std::max(options.rounds, 1)));
+        result = improve(&plan, options.rounds, [&progress] { progress.advance(); });
+    }
+    if (!options.output.empty()) writeFile(options.output, planText(plan));
+    if (options.output == "-") return 0;
+    if (shared.json)
+        fmt::print("{}\n", toJson(result).dump(1));
+    else if (!shared.quiet)
+        printResult(result, before, plan);
+    return 0;
+}
+
+}  // namespace
+
+void addImprove(CLI::App& app, Shared& shared) {
+    CLI::App* cmd =
+        app.add_subcommand("improve", "Move the LSPs of a plan to better paths");
+    auto options = std::make_shared<Options>();
+    cmd->add_option("PLAN", options->plan, "Plan written by place")->required();
+    cmd->add_option("-o,--output", options->output, "Write the better plan");
+    cmd->add_option("--rounds", options->rounds,
+                    "Rounds over all LSPs at most, 0 until one changes nothing [0]")
+        ->check(CLI::NonNegativeNumber);
+    addOutputOptions(*cmd, shared);
+    cmd->footer(
+        "LSPs are requested again one by one, with the weights of the plan. A new LSP "
+        "is\n"
+        "made, with its backups, before the old one goes, and on links of both the "
+        "bandwidth\n"
+        "counts once. It stays if the total score falls: the sum over all links of what "
+        "the\n"
+        "criteria of the path score measure.\n"
+        "\n"
+        "Examples:\n"
+        "  kavril improve plan.json -o better.json\n"
+        "  kavril improve plan.json --rounds 1 --json");
+    onRun(*cmd, shared, [&shared, options] { return improvePlan(*options, shared); });
+}
+
+}  // namespace workbench

@@ -1,0 +1,170 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+#include "cli/file.h"
+#include "cli/progress.h"
+#include "commands/commands.h"
+#include "engine/place.h"
+#include "plan_json.h"
+
+namespace workbench {
+
+namespace {
+
+using nlohmann::json;
+
+struct Files {
+    std::string network;
+    std::string demands;
+    std::string plan;
+};
+
+// Nearest rank, in milliseconds.
+double percentile(std::vector<double> seconds, double part) {
+    if (seconds.empty()) return 0.0;
+    std::sort(seconds.begin(), seconds.end());
+    const auto rank =
+        static_cast<std::size_t>(std::ceil(part * static_cast<double>(seconds.size())));
+    return 1000.0 * seconds[std::max<std::size_t>(rank, 1) - 1];
+}
+
+using Counts = std::map<std::string, int>;
+
+Counts reasonsOf(const Plan& plan, std::string PlanDemand::*reason) {
+    Counts counts;
+    for (const PlanDemand& demand : plan.demands)
+        if (!(demand.*reason).empty()) counts[demand.*reason]++;
+    return counts;
+}
+
+json timesJson(const std::vector<double>& seconds) {
+    return {{"count", seconds.size()},
+            {"medianMs", percentile(seconds, 0.5)},
+            {"percentile99Ms", percentile(seconds, 0.99)}};
+}
+
+void printJson(const Plan& plan, const PlaceTimes& times, const Findings& findings,
+               const Shared& shared) {
+    json out = {{"summary", toJson(plan.summary)},
+                {"configuration", toJson(plan.configuration)},
+                {"refusedBecause", reasonsOf(plan, &PlanDemand::reason)},
+                {"unprotectedBecause", reasonsOf(plan, &PlanDemand::unprotected)},
+                {"times",
+                 {{"request", timesJson(times.requests)},
+                  {"protection", timesJson(times.protections)}}},
+                {"findings", findingsJson(findings, shared)}};
+    fmt::print("{}\n", out.dump(2));
+}
+
+// The most frequent first.
+void printReasons(const char* what, const Counts& counts) {
+    std::vector<std::pair<std::string, int>> sorted(counts.begin(), counts.end());
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [](const auto& a, const auto& b) { return a.second > b.second; });
+    constexpr std::size_t kMost = 8;
+    for (std::size_t i = 0; i < std::min(kMost, sorted.size()); i++)
+        fmt::print("    {:6} {}: {}\n", sorted[i].second, what, sorted[i].first);
+    if (sorted.size() > kMost)
+        fmt::print("           and {} more reasons\n", sorted.size() - kMost);
+}
+
+void printTimes(const char* what, const std::vector<double>& seconds) {
+    if (!seconds.empty())
+        fmt::print("  {:<14} {} in all; median {:.3g} ms, 99th percentile {:.3g} ms\n",
+                   what, seconds.size(), percentile(seconds, 0.5),
+                   percentile(seconds, 0.99));
+}
+
+void printShares(const char* what, const Shares& shares) {
+    fmt::print("  {:<14} mean {:.1f} %, 95th percentile {:.1f} %, maximum {:.1f} %\n",
+               what, 100.0 * shares.mean, 100.0 * shares.percentile95,
+               100.0 * shares.maximum);
+}
+
+void printSummary(const Plan& plan, const PlaceTimes& times) {
+    const Summary& s = plan.summary;
+    const std::string& unit = plan.network.unit;
+    fmt::print("{}: {} requests, protection {}\n", plan.network.name, s.requested,
+               toText(plan.configuration.protection));
+    fmt::print("  {:<14} {} at once, {} again after preemption\n", "placed", s.placed,
+               s.replaced);
+    fmt::print("  {:<14} {}; preempted and not placed again: {}\n", "refused", s.refused,
+               s.preempted);
+    printReasons("refused", reasonsOf(plan, &PlanDemand::reason));
+    fmt::print("  {:<14} {} offered, {} carried ({:.1f} %)\n", "bandwidth",
+               formatBandwidth(s.offered, unit), formatBandwidth(s.carried, unit),
+               s.offered > 0.0 ? 100.0 * s.carried / s.offered : 100.0);
+    printShares("primaries", s.primary);
+    printShares("reserved", s.reserved);
+    if (plan.configuration.protection != Protection::NONE) {
+        fmt::print("  {:<14} {}; LSPs without protection: {}\n", "backups", s.backups,
+                   s.unprotected);
+        printReasons("unprotected", reasonsOf(plan, &PlanDemand::unprotected));
+        fmt::print(
+            "  {:<14} {} reserved for backups, {} without sharing ({:.1f} %)\n",
+            "sharing", formatBandwidth(s.backupShared, unit),
+            formatBandwidth(s.backupDedicated, unit),
+            s.backupDedicated > 0.0 ? 100.0 * s.backupShared / s.backupDedicated : 100.0);
+    }
+    printTimes("requests", times.requests);
+    printTimes("protecting", times.protections);
+}
+
+int place(const Files& files, const Shared& shared) {
+    Findings findings;
+    const Network network = readNetwork(files.network, shared.reading, findings);
+    const Demands demands = readDemands(
+        files.demands.empty() ? files.network : files.demands, network, findings);
+    printFindings(findings, shared);
+    Plan plan = newPlan(network, demands.demands, shared.configuration);
+    PlaceTimes times;
+    {
+        Progress progress(shared, "placing", stepsOf(plan));
+        runPlan(
+            &plan, [&progress] { progress.advance(); }, &times);
+    }
+    if (!files.plan.empty()) writeFile(files.plan, planText(plan));
+    if (files.plan == "-") return 0;
+    if (shared.json)
+        printJson(plan, times, findings, shared);
+    else if (!shared.quiet)
+        printSummary(plan, times);
+    return 0;
+}
+
+}  // namespace
+
+void addPlace(CLI::App& app, Shared& shared) {
+    CLI::App* cmd = app.add_subcommand(
+        "place", "Place a traffic matrix request by request, and protect it");
+    auto files = std::make_shared<Files>();
+    cmd->add_option("NETWORK", files->network, "Network file")->required();
+    cmd->add_option("DEMANDS", files->demands,
+                    "Traffic matrix; by default the one in the network file");
+    cmd->add_option(
+        "-o,--output", files->plan,
+        "Write the plan: network, LSPs and the bandwidth tables of every link");
+    addReadingOptions(*cmd, shared);
+    addPlacementOptions(*cmd, shared);
+    addProtectionOption(*cmd, shared);
+    addOutputOptions(*cmd, shared);
+    cmd->footer(
+        "Requests are made one by one, as they would come in. LSPs that are preempted "
+        "are\n"
+        "requested again at once. When all requests are done the LSPs are protected, in "
+        "the\n"
+        "same order, without preemption; an LSP of which one link cannot be protected\n"
+        "stays without backups.\n"
+        "\n"
+        "Examples:\n"
+        "  kavril place germany50.xml -o plan.json\n"
+        "  kavril place rf1239.graph rf1239.demands --max-demands 1000 \\\n"
+        "      --protection local -o plan.json\n"
+        "  kavril place abilene.xml --class voice:0:0.2,data:3:0.8 --order largest");
+    onRun(*cmd, shared, [&shared, files] { return place(*files, shared); });
+}
+
+}  // namespace workbench

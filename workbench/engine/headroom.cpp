@@ -1,0 +1,123 @@
+#include "engine/headroom.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "cli/error.h"
+
+namespace workbench {
+
+namespace {
+
+// A matrix that weighs next to nothing: what it cannot have has no place in the network.
+constexpr double kLight = 1e-3;
+
+// Factors beyond are of no use to anyone.
+constexpr double kMostGrowth = 1e12;
+
+class Search {
+  public:
+    Search(const Network& network, const std::vector<Demand>& demands,
+           const Configuration& configuration, const Step& step, Headroom* result)
+        : network_(network),
+          demands_(demands),
+          configuration_(configuration),
+          step_(step),
+          result_(result) {
+        excuseHopeless();
+        options_.strict = true;
+    }
+
+    // Notes what was refused if something was.
+    bool works(double factor) {
+        std::vector<PlanDemand> requests = requestsAt(factor);
+        if (run(&requests)) return true;
+        for (std::size_t i = 0; i < requests.size(); i++) {
+            const PlanDemand& request = requests[i];
+            const std::string& reason =
+                request.reason.empty() ? request.unprotected : request.reason;
+            const bool excused = request.reason.empty() ? options_.excusedProtection[i]
+                                                        : options_.excusedRequest[i];
+            if (reason.empty() || excused) continue;
+            result_->request = static_cast<int>(i);
+            result_->reason = reason;
+        }
+        result_->failsAt = factor;
+        return false;
+    }
+
+  private:
+    std::vector<PlanDemand> requestsAt(double factor) const {
+        Configuration scaled = configuration_;
+        scaled.scale *= factor;
+        return requestsOf(demands_, scaled);
+    }
+
+    bool run(std::vector<PlanDemand>* requests) {
+        Engine engine(network_, configuration_);
+        options_.step = step_;
+        result_->runs++;
+        return placeAll(&engine, requests, options_, nullptr);
+    }
+
+    void excuseHopeless() {
+        std::vector<PlanDemand> requests = requestsAt(lightFactor());
+        run(&requests);
+        for (const PlanDemand& request : requests) {
+            options_.excusedRequest.push_back(request.lsp < 0);
+            options_.excusedProtection.push_back(request.lsp < 0 ||
+                                                 !request.unprotected.empty());
+            result_->neverPlaced += request.lsp < 0 ? 1 : 0;
+            result_->neverProtected += request.unprotected.empty() ? 0 : 1;
+        }
+    }
+
+    double lightFactor() const {
+        double least = std::numeric_limits<double>::infinity();
+        for (const Link& link : network_.links)
+            for (const TrafficClass& oa : configuration_.classes)
+                if (const double room = link.capacity * oa.capacityShare; room > 0.0)
+                    least = std::min(least, room);
+        double total = 0.0;
+        for (const PlanDemand& request : requestsAt(1.0)) total += request.bandwidth;
+        return std::isinf(least) || total <= 0.0 ? 1.0 : kLight * least / total;
+    }
+
+    const Network& network_;
+    const std::vector<Demand>& demands_;
+    const Configuration& configuration_;
+    const Step& step_;
+    Headroom* result_;
+    PlaceOptions options_;
+};
+
+}  // namespace
+
+Headroom findHeadroom(const Network& network, const std::vector<Demand>& demands,
+                      const Configuration& configuration, double precision,
+                      const Step& step) {
+    Headroom result;
+    result.protection = configuration.protection;
+    Search search(network, demands, configuration, step, &result);
+    const auto requests = requestsOf(demands, configuration).size();
+    if (static_cast<std::size_t>(result.neverPlaced) == requests)
+        throw UserError("no request of the matrix has a path, however small it is");
+    double works = 0.0;
+    double fails = 1.0;
+    while (fails < kMostGrowth && search.works(fails)) {
+        works = fails;
+        fails *= 2.0;
+    }
+    while (fails - works > precision * fails) {
+        const double middle = (works + fails) / 2.0;
+        if (search.works(middle))
+            works = middle;
+        else
+            fails = middle;
+    }
+    result.factor = works;
+    return result;
+}
+
+}  // namespace workbench
