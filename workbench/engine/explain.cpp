@@ -53,6 +53,9 @@ std::vector<double> walk(BKTopology* topo, LSPRequest* asked,
     return scores;
 }
 
+// A full link has room for a rounding error, by this part of the largest capacity.
+constexpr double kNoRoom = 1e-9;
+
 // The request as the library knows it, and preemption switched as it says.
 class Asked : public ScopedRequest {
   public:
@@ -90,19 +93,6 @@ Refusal refusalOf(const Engine& engine, const Request& request, const Link& link
         refusal.missing.push_back(
             std::max(0.0, reservedUpTo(trial, oa, lastLevel(request)) - trial.cap[oa]));
     return refusal;
-}
-
-// Rooms of links near a bandwidth found by bisection are what it was looking for.
-double snapped(const Engine& engine, const Request& request, double low, double high) {
-    double best = low;
-    for (const Link& link : engine.network().links) {
-        const DBLinkState* state = DBgetLinkState(centralDB, link.src, link.dst);
-        const double room =
-            state->cap[request.trafficClass] -
-            reservedUpTo(*state, request.trafficClass, lastLevel(request));
-        if (std::abs(room - low) <= high - low) best = std::max(best, room);
-    }
-    return best;
 }
 
 }  // namespace
@@ -167,10 +157,23 @@ double largestBandwidth(Engine* engine, Request request) {
         if (middle <= low || middle >= high) break;
         (passes(middle) ? low : high) = middle;
     }
-    const double exact = snapped(*engine, request, low, high + 1e-9 * high);
-    if (exact > low && passes(exact)) low = exact;
     engine->takeErrors();
-    return low;
+    return low > kNoRoom * high ? low : 0.0;
+}
+
+double snapToRoom(Engine* engine, Request request, double bandwidth) {
+    double best = bandwidth;
+    for (const Link& link : engine->network().links) {
+        const DBLinkState* state = DBgetLinkState(centralDB, link.src, link.dst);
+        const double room =
+            state->cap[request.trafficClass] -
+            reservedUpTo(*state, request.trafficClass, lastLevel(request));
+        if (std::abs(room - bandwidth) <= 1e-9 * bandwidth) best = std::max(best, room);
+    }
+    request.bandwidth = best;
+    const bool passes = best > bandwidth && engine->findPath(request).found;
+    engine->takeErrors();
+    return passes ? best : bandwidth;
 }
 
 std::vector<GiveWay> whoGivesWay(Engine* engine, const Request& request,
@@ -199,59 +202,70 @@ std::vector<GiveWay> whoGivesWay(Engine* engine, const Request& request,
 
 namespace {
 
-void explainPath(Engine* engine, const Request& request, Explanation* explanation) {
-    const Path& path = explanation->path;
-    explanation->links = scoreLinks(engine, request, path.nodes);
-    for (std::size_t i = 0; i + 1 < path.nodes.size(); i++)
-        explanation->detours.push_back(
-            {.withoutLink = engine->linkBetween(path.nodes[i], path.nodes[i + 1]),
-             .path = engine->findPath(request,
-                                      {.src = path.nodes[i], .dst = path.nodes[i + 1]})});
+std::vector<Detour> detoursOf(Engine* engine, const Request& request,
+                              const std::vector<int>& path) {
+    std::vector<Detour> detours;
+    for (std::size_t i = 0; i + 1 < path.size(); i++)
+        detours.push_back(
+            {.withoutLink = engine->linkBetween(path[i], path[i + 1]),
+             .path = engine->findPath(request, {.src = path[i], .dst = path[i + 1]})});
     engine->takeErrors();
+    return detours;
 }
 
 // With a path the links that refuse the request lead nowhere; without one they are what
 // separates the ends, and the others are no part of any answer.
-void findCut(const Engine& engine, const Request& request, Explanation* explanation) {
+std::vector<int> cutOf(const Engine& engine, const Request& request,
+                       const Explanation& explanation) {
     const Network& network = engine.network();
     const auto all = static_cast<int>(network.links.size());
-    const bool found = explanation->path.found;
+    const bool found = explanation.path.found;
     std::vector<int> costs(network.links.size(), found ? 1 : all + 1);
-    for (const Refusal& refusal : explanation->refusals)
+    for (const Refusal& refusal : explanation.refusals)
         costs[refusal.link] = found ? 0 : 1;
-    explanation->cut = minimumCut(network, request.src, request.dst, costs);
+    return minimumCut(network, request.src, request.dst, costs);
 }
 
-void dryRun(Engine* engine, Request request, Explanation* explanation) {
-    request.preempt = true;
-    explanation->preempting = engine->findPath(request);
-    engine->takeErrors();
-    explanation->largestWithPreemption = largestBandwidth(engine, request);
-    if (!explanation->preempting.found) return;
-    explanation->giveWay = whoGivesWay(engine, request, explanation->preempting.nodes);
-    std::vector<int>& all = explanation->preempted;
-    for (const GiveWay& link : explanation->giveWay)
+std::vector<int> withBackups(const Engine& engine, const std::vector<GiveWay>& giveWay) {
+    std::vector<int> all;
+    for (const GiveWay& link : giveWay)
         for (int lsp : link.lsps) {
             all.push_back(lsp);
-            std::ranges::copy(engine->backupsOf(lsp), std::back_inserter(all));
+            std::ranges::copy(engine.backupsOf(lsp), std::back_inserter(all));
         }
     std::ranges::sort(all);
     all.erase(std::ranges::unique(all).begin(), all.end());
+    return all;
 }
 
 }  // namespace
 
+// Searches come first: reading a link's state makes the library keep it in a shape that
+// is slower to search on.
 Explanation explain(Engine* engine, const Request& request) {
     Request plain = request;
     plain.preempt = false;
+    Request preempting = request;
+    preempting.preempt = true;
     Explanation explanation;
     explanation.path = engine->findPath(plain);
+    explanation.preempting = engine->findPath(preempting);
+    const double largest = largestBandwidth(engine, plain);
+    const double largestPreempting = largestBandwidth(engine, preempting);
+    if (explanation.path.found)
+        explanation.detours = detoursOf(engine, plain, explanation.path.nodes);
     engine->takeErrors();
-    if (explanation.path.found) explainPath(engine, plain, &explanation);
+
     explanation.refusals = refusals(engine, plain);
-    findCut(*engine, plain, &explanation);
-    explanation.largest = largestBandwidth(engine, plain);
-    dryRun(engine, plain, &explanation);
+    explanation.cut = cutOf(*engine, plain, explanation);
+    explanation.largest = snapToRoom(engine, plain, largest);
+    explanation.largestWithPreemption = snapToRoom(engine, preempting, largestPreempting);
+    if (explanation.path.found)
+        explanation.links = scoreLinks(engine, plain, explanation.path.nodes);
+    if (explanation.preempting.found)
+        explanation.giveWay =
+            whoGivesWay(engine, preempting, explanation.preempting.nodes);
+    explanation.preempted = withBackups(*engine, explanation.giveWay);
     return explanation;
 }
 

@@ -60,7 +60,10 @@ Explanation explain(Engine* engine, const Request& request);
 std::vector<ScoredLink> scoreLinks(Engine* engine, const Request& request,
                                    const std::vector<int>& path);
 std::vector<Refusal> refusals(Engine* engine, const Request& request);
+// By bisection.
 double largestBandwidth(Engine* engine, Request request);
+// The room of a link that the bisection has just missed, if that passes too.
+double snapToRoom(Engine* engine, Request request, double bandwidth);
 std::vector<GiveWay> whoGivesWay(Engine* engine, const Request& request,
                                  const std::vector<int>& path);
 

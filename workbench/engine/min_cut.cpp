@@ -32,7 +32,12 @@ std::vector<int> minimumCut(const Network& network, int src, int dst,
     Graph graph(network.nodes.size());
     for (const Link& link : network.links)
         addLink(link.src, link.dst, costs[link.id], &graph);
-    boost::edmonds_karp_max_flow(graph, src, dst);
+    std::vector<Traits::edge_descriptor> predecessors(network.nodes.size());
+    boost::edmonds_karp_max_flow(
+        graph, src, dst,
+        boost::color_map(boost::get(boost::vertex_color, graph))
+            .predecessor_map(boost::make_iterator_property_map(
+                predecessors.begin(), boost::get(boost::vertex_index, graph))));
     // The last search of the algorithm has coloured what the source still reaches.
     const auto reached = [&graph](int node) {
         return boost::get(boost::vertex_color, graph, node) !=
