@@ -139,9 +139,11 @@ void printCut(const Explanation& explanation, const Plan& plan) {
     for (std::size_t i = 0; i < std::min(kMost, cut.size()); i++) {
         const auto refusal =
             std::ranges::find(explanation.refusals, cut[i], &Refusal::link);
-        fmt::print(
-            "    {:<40} {}\n", linkName(plan.network, cut[i]),
-            refusal == explanation.refusals.end() ? "" : missingText(*refusal, plan));
+        const std::string name = linkName(plan.network, cut[i]);
+        if (refusal == explanation.refusals.end())
+            fmt::print("    {}\n", name);
+        else
+            fmt::print("    {:<40} {}\n", name, missingText(*refusal, plan));
     }
     printMore(cut.size());
 }
