@@ -19,17 +19,18 @@ constexpr KindText kKinds[] = {
     {"default-capacity", "links without a capacity, the default was taken"},
     {"module-capacity", "links with nothing installed, a capacity module was taken"},
     {"undirected-link", "links without a direction, taken both ways"},
-    {"assumed-direction", "files that leave open whether links have a direction"},
+    {"assumed-direction", "files that do not say whether links have a direction"},
     {"merged-link", "parallel links merged, capacities added"},
     {"duplicate-link", "links listed twice, dropped"},
     {"self-loop", "links from a node to itself, dropped"},
-    {"renamed-node", "nodes without a name of their own, renamed"},
+    {"renamed-node", "names missing, taken or not fit for the format, changed"},
     {"self-demand", "demands from a node to itself, dropped"},
     {"zero-demand", "demands without bandwidth, dropped"},
     {"unknown-node-demand", "demands between unknown nodes, dropped"},
     {"assumed-unit", "units that are not stated, taken to be equal"},
     {"separate-components", "parts of the network without a way between them"},
     {"ignored-limit", "limits that are not kept"},
+    {"lost-attribute", "attributes that the written format cannot hold"},
 };
 static_assert(std::size(kKinds) == static_cast<std::size_t>(FindingKind::Last) + 1);
 

@@ -61,7 +61,7 @@ struct Demands {
     std::vector<Demand> demands;
 };
 
-// What a reader assumed, merged or dropped.
+// What a reader assumed, merged or dropped, or a writer had to change.
 enum class FindingKind {
     DefaultCapacity,     // link without a capacity: the default was taken
     ModuleCapacity,      // nothing installed: a capacity module was taken
@@ -77,7 +77,8 @@ enum class FindingKind {
     AssumedUnit,         // units unstated, taken to be equal
     SeparateComponents,  // not every node reaches every other
     IgnoredLimit,        // a bound of the file that the library has no use for
-    Last = IgnoredLimit
+    LostAttribute,       // the format written has no place for it
+    Last = LostAttribute
 };
 
 struct Finding {
@@ -87,7 +88,7 @@ struct Finding {
 
 using Findings = std::vector<Finding>;
 
-// "parallel links merged, capacities added": the words for a count of this kind.
+// "parallel links merged, capacities added": the words before a count of this kind.
 const char* describe(FindingKind kind);
 
 // "merged-link": the name in JSON.

@@ -15,7 +15,7 @@ static std::map<FindingKind, int> countByKind(const Findings& findings) {
 void printFindings(const Findings& findings, const Shared& shared) {
     if (shared.quiet || shared.json) return;
     for (const auto& [kind, count] : countByKind(findings))
-        fmt::print(stderr, "note: {} {}\n", count, describe(kind));
+        fmt::print(stderr, "note: {}: {}\n", describe(kind), count);
     if (!shared.listFindings) return;
     for (const Finding& finding : findings)
         fmt::print(stderr, "  {}: {}\n", keyOf(finding.kind), finding.text);

@@ -96,8 +96,8 @@ void printWeakPoints(const Network& network) {
     const WeakPoints weak = weakPoints(network);
     fmt::print("bridges       {}\n",
                weak.bridges.empty() ? "none: every link can be protected"
-                                    : fmt::format("{} links, in both directions, that no "
-                                                  "backup can go around",
+                                    : fmt::format("{} pairs of neighbours that no backup "
+                                                  "can go around",
                                                   weak.bridges.size()));
     for (const auto& pair : weak.bridges)
         fmt::print("              {}\n", pairName(network, pair));

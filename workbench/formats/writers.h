@@ -1,0 +1,37 @@
+// The writers of the single formats; formats/write.h is what to call.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "network.h"
+
+namespace workbench {
+
+std::string repetitaNetwork(const Network& network, Findings& findings);
+std::string repetitaDemands(const Demands& demands, Findings& findings);
+
+// A network without its demands, or the demands with the nodes and links that they are
+// for.
+std::string sndlibNativeText(const Network& network, const Demands* demands,
+                             Findings& findings);
+std::string sndlibXmlText(const Network& network, const Demands* demands,
+                          Findings& findings);
+
+std::string graphmlText(const Network& network, Findings& findings);
+
+// The names as words of their own: blanks, parentheses and '#' become '_'; what is then
+// empty or taken is numbered. `what` is for the findings.
+std::vector<std::string> wordsFor(const std::vector<std::string>& names,
+                                  const std::string& what, Findings& findings);
+
+// A bandwidth in the unit of a format that has just one; without a unit of its own it is
+// taken to be in Mbit/s. Whole numbers come out whole.
+double inUnit(double bandwidth, double unit);
+
+// Notes what links have and the format cannot hold.
+void noteLostAttributes(const Network& network, bool keepsMetric, bool keepsDelay,
+                        const char* format, Findings& findings);
+void noteMissingUnit(const std::string& unit, const char* taken, Findings& findings);
+
+}  // namespace workbench
