@@ -93,26 +93,38 @@ export function makeMap(svg, tip, model, pick) {
         return touched;
     }
 
-    // Names that overlap none of those set before; the nodes in view.paths come first.
+    const apart = (a, b) => a[0] >= b[2] || a[2] <= b[0] || a[1] >= b[3] || a[3] <= b[1];
+
+    // Where a name would be on one side of its node, as [left, top, right, bottom].
+    function nameBox(node, side) {
+        const width = 6.4 * node.name.length;
+        const x = side > 0 ? node.px + radius + 2 : node.px - radius - 2 - width;
+        return [x - air, node.py - 7 - air, x + width + air, node.py + 7 + air];
+    }
+
+    // Names that overlap none of those set before, nor, unless they have to be there, a
+    // node; those of the nodes on view.paths come first.
     function drawNames(touched) {
         const taken = [];
+        const screen = [0, 0, size.width, size.height];
+        const hidesNode = (box, node) => model.nodes.some((d) =>
+            d !== node && !apart(box, [d.px - 3, d.py - 3, d.px + 3, d.py + 3]));
         const fits = (node) => {
-            const width = 6.4 * node.name.length;
-            node.flipped = node.px + radius + 2 + width > size.width;
-            const x = node.flipped ? node.px - radius - 2 - width : node.px + radius + 2;
-            const box = [x - air, node.py - 7 - air, x + width + air, node.py + 7 + air];
-            if (box[0] > size.width || box[2] < 0 || box[1] > size.height || box[3] < 0) return false;
-            if (taken.some((t) => t[0] < box[2] && t[2] > box[0] && t[1] < box[3] && t[3] > box[1]))
-                return false;
-            return taken.push(box);
+            const boxes = [1, -1].map((side) => ({side, box: nameBox(node, side)}))
+                .filter(({box}) => box[0] >= -air && box[2] <= size.width + air && !apart(box, screen)
+                    && taken.every((other) => apart(box, other)));
+            const best = boxes.find(({box}) => !hidesNode(box, node)) ?? (touched.has(node) ? boxes[0] : undefined);
+            if (!best) return false;
+            node.side = best.side;
+            return taken.push(best.box);
         };
         const first = byDegree.filter((d) => touched.has(d) || d === view.failedNode);
         const rest = byDegree.filter((d) => !touched.has(d) && d !== view.failedNode);
         const shown = [...first, ...rest].filter(fits);
         names.selectAll("text").data(shown, (d) => d.ind).join("text")
             .text((d) => d.name)
-            .attr("text-anchor", (d) => (d.flipped ? "end" : "start"))
-            .attr("x", (d) => d.px + (radius + 2) * (d.flipped ? -1 : 1)).attr("y", (d) => d.py + 4);
+            .attr("text-anchor", (d) => (d.side > 0 ? "start" : "end"))
+            .attr("x", (d) => d.px + (radius + 2) * d.side).attr("y", (d) => d.py + 4);
     }
 
     function draw() {
