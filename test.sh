@@ -7,9 +7,10 @@ cd "$(dirname "$0")"
 
 need_build_tools /usr/include/gtest/gtest.h:libgtest-dev /usr/include/gmock/gmock.h:libgmock-dev \
     /usr/share/java/junit-jupiter-api.jar:junit5 python3:python3 valgrind:valgrind \
-    dpkg-shlibdeps:dpkg-dev pkg-config:pkg-config doxygen:doxygen fakeroot:fakeroot
+    dpkg-shlibdeps:dpkg-dev pkg-config:pkg-config doxygen:doxygen fakeroot:fakeroot \
+    node:nodejs npm:npm chromium:chromium
 for preset in asan release; do
     echo "Building $preset ..."
-    scripts/build.sh $preset -DBUILD_TESTING=ON
+    scripts/build.sh $preset -DBUILD_TESTING=ON -DKAVRIL_REPORT=ON
     ctest --preset $preset "$@"
 done

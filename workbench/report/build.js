@@ -33,7 +33,7 @@ const html = readFileSync(join(page, "index.html"), "utf8")
     .replace("/*STYLE*/", () => bundle("style.css"))
     .replace("/*SCRIPT*/", () => script);
 
-// A string literal of a few kilobytes per line: compilers bound the length of one.
+// In pieces, for editors that open the source. No piece may hold the end of a literal.
 const chunks = html.match(/[^]{1,8000}/g).map((chunk) => `R"page(${chunk})page"`);
 if (html.includes(')page"')) throw new Error("the page holds the end of its own literal");
 

@@ -130,6 +130,9 @@ std::vector<Point> byGraphviz(const Network& network) {
     setAttribute(graph.get(), AGRAPH, "overlap", "prism");
     setAttribute(graph.get(), AGRAPH, "start", "1");
     setAttribute(graph.get(), AGNODE, "shape", "point");
+    // Measuring a text after a context has been freed reads freed memory in
+    // Graphviz 2.42.
+    setAttribute(graph.get(), AGNODE, "label", "");
     std::vector<Agnode_t*> nodes;
     for (std::size_t i = 0; i < network.nodes.size(); i++)
         nodes.push_back(agnode(graph.get(), std::to_string(i).data(), 1));

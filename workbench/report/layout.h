@@ -1,5 +1,5 @@
-// Where to draw the nodes of a network: at the places that its file gives, or by Graphviz,
-// whose placement is the same on every run.
+// Where to draw the nodes of a network: at the places that its file gives, or by
+// Graphviz, whose placement is the same on every run.
 #pragma once
 
 #include <vector>
@@ -14,8 +14,8 @@ struct Point {
     double y = 0.0;
 };
 
-// From the file's positions, flattened around their middle latitude if they are degrees. A
-// node without one, or at 0, 0, which fills gaps in files of degrees, goes amid its
+// From the file's positions, flattened around their middle latitude if they are degrees.
+// A node without one, or at 0, 0, which fills gaps in files of degrees, goes amid its
 // neighbours. Empty if fewer than half of the nodes have a position or all have the same.
 std::vector<Point> placesFromFile(const Network& network);
 
