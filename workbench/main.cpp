@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "cli/error.h"
+#include "cli/help.h"
 #include "cli/progress.h"
 #include "commands/commands.h"
 
@@ -11,8 +12,14 @@ using namespace workbench;
 
 static void describe(CLI::App& app, Shared& shared) {
     app.name("kavril");
+    app.formatter(std::make_shared<HelpFormatter>());
     app.set_version_flag("--version", "kavril " KAVRIL_VERSION);
-    app.set_help_all_flag("--help-all", "Help of all commands");
+    app.add_flag_callback("--man-page",
+                          [&app] {
+                              fmt::print("{}", manPage(app));
+                              throw CLI::Success();
+                          })
+        ->group("");  // for the build
     app.require_subcommand(1);
     addInfo(app, shared);
     addConvert(app, shared);

@@ -71,6 +71,9 @@ struct Draft {
 // "FILE:LINE: " for findings.
 std::string placeIn(const Draft& draft, int line);
 
+// Text that is not UTF-8 is taken for Latin-1, as old files are.
+Source sourceOf(const std::string& file, const std::string& bytes);
+
 // Tells the format from the content and parses it. Throws InputError.
 Draft parse(const Source& source);
 Draft readDraft(const std::string& path);

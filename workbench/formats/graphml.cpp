@@ -73,11 +73,11 @@ class GraphmlParser {
     // LinkSpeedRaw is bit/s; the others say the same in words.
     std::optional<double> capacity(pugi::xml_node edge) const {
         std::optional<double> value = number(edge, "LinkSpeedRaw");
-        if (value) *value *= kBit;
+        if (value) value = inMbit(*value, kBit);
         if (!value) {
             const auto unit = parseUnit(text(edge, "LinkSpeedUnits"));
             const auto speed = parseNumber(text(edge, "LinkSpeed"));
-            if (speed && unit) value = *speed * *unit;
+            if (speed && unit) value = inMbit(*speed, *unit);
         }
         if (!value) {
             const std::string label = text(edge, "LinkLabel");

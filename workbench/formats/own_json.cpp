@@ -104,8 +104,8 @@ double unitOf(const Members& root, Draft* draft) {
     return *factor;
 }
 
-std::optional<double> times(std::optional<double> value, double factor) {
-    return value ? std::optional(*value * factor) : std::nullopt;
+std::optional<double> scaled(std::optional<double> value, double factor) {
+    return value ? std::optional(inMbit(*value, factor)) : std::nullopt;
 }
 
 void addNode(const Members& node, Draft* draft) {
@@ -129,7 +129,7 @@ void addLink(const Members& link, double unit, Draft* draft) {
         {.name = link.text("name"),
          .src = link.node("src"),
          .dst = link.node("dst"),
-         .capacity = times(link.number("capacity", 0), unit),
+         .capacity = scaled(link.number("capacity", 0), unit),
          .modules = {},
          .way = link.flag("undirected") ? Way::Undirected : Way::Directed,
          .colour = static_cast<int>(
@@ -144,7 +144,7 @@ void addDemand(const Members& demand, double unit, Draft* draft) {
     draft->demands.push_back({.name = demand.text("name"),
                               .src = demand.node("src"),
                               .dst = demand.node("dst"),
-                              .bandwidth = *demand.number("bandwidth", 0) * unit,
+                              .bandwidth = inMbit(*demand.number("bandwidth", 0), unit),
                               .line = demand.line()});
 }
 

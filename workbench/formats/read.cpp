@@ -35,7 +35,6 @@ std::size_t characterLength(std::string_view text) {
     return wrong ? 0 : length;
 }
 
-// Text that is not UTF-8 is taken for Latin-1, as old files are.
 std::string toUtf8(std::string text) {
     if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
     std::size_t at = 0;
@@ -86,6 +85,10 @@ Draft parseText(const Source& source) {
 
 }  // namespace
 
+Source sourceOf(const std::string& file, const std::string& bytes) {
+    return {file, toUtf8(bytes)};
+}
+
 Draft parse(const Source& source) {
     const auto first = source.text.find_first_not_of(" \t\r\n");
     const char letter = first == std::string::npos ? '\0' : source.text[first];
@@ -95,7 +98,7 @@ Draft parse(const Source& source) {
 }
 
 Draft readDraft(const std::string& path) {
-    Draft draft = parse({path, toUtf8(readFile(path))});
+    Draft draft = parse(sourceOf(path, readFile(path)));
     if (draft.name.empty() && path != "-")
         draft.name = std::filesystem::path(path).stem().string();
     return draft;

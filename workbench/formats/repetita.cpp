@@ -18,7 +18,7 @@ class RepetitaParser {
 
     Draft run() {
         while (!words_.atEnd()) {
-            const std::string section = words_.take("a section");
+            const std::string_view section = words_.peek();
             if (section == "NODES")
                 records(
                     "label x y", [this] { addNode(); }, &draft_.hasNetwork);
@@ -30,8 +30,7 @@ class RepetitaParser {
                 records(
                     "label src dest bw", [this] { addDemand(); }, &draft_.hasDemands);
             else
-                words_.fail(
-                    fmt::format("NODES, EDGES or DEMANDS instead of '{:.40}'", section));
+                words_.fail("NODES, EDGES or DEMANDS");
         }
         // All (0, 0): the file has no positions.
         bool placed = false;
@@ -44,12 +43,12 @@ class RepetitaParser {
     }
 
   private:
-    // A section after its name: the number of records, a line of headings, the records.
+    // A section: its name, the number of records, a line of headings, the records.
     template <class Add>
     void records(const char* headings, Add add, bool* present) {
         *present = true;
-        const int count = words_.integer("the number of records");
-        if (count < 0) words_.fail("a number of records of at least 0");
+        words_.take("a section");
+        const int count = words_.natural("the number of records");
         words_.endLine();
         if (words_.atEnd() || words_.peek() != "label")
             words_.fail(fmt::format("the headings '{}'", headings));
@@ -74,10 +73,7 @@ class RepetitaParser {
     }
     NodeRef node(const char* field) {
         stayOnLine(field);
-        const int number = words_.integer(field);
-        if (number < 0)
-            words_.fail(fmt::format("{} of at least 0 on line {}", field, line_));
-        return {.id = "", .number = number};
+        return {.id = "", .number = words_.natural(field)};
     }
 
     void addNode() {
@@ -100,7 +96,7 @@ class RepetitaParser {
                        .delay = {},
                        .line = line_};
         const double capacity = number("a capacity");
-        if (capacity > 0) link.capacity = capacity * kKbit;
+        if (capacity > 0) link.capacity = inMbit(capacity, kKbit);
         link.delay = number("a delay");
         draft_.links.push_back(link);
     }
@@ -111,9 +107,8 @@ class RepetitaParser {
                            .dst = node("the number of a node"),
                            .bandwidth = 0,
                            .line = line_};
-        demand.bandwidth = number("a bandwidth") * kKbit;
-        if (demand.bandwidth < 0)
-            words_.fail(fmt::format("a bandwidth of at least 0 on line {}", line_));
+        stayOnLine("a bandwidth");
+        demand.bandwidth = inMbit(words_.atLeastZero("a bandwidth"), kKbit);
         draft_.demands.push_back(demand);
     }
 

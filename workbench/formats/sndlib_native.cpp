@@ -87,13 +87,6 @@ class SndlibNativeParser {
         return words_.take(expected);
     }
 
-    double atLeastZero(const char* expected) {
-        const auto value = parseNumber(words_.peek());
-        if (!value || *value < 0)
-            words_.fail(fmt::format("{}, a number of at least 0", expected));
-        return words_.number(expected);
-    }
-
     struct Ends {
         std::string src, dst;
     };
@@ -109,14 +102,15 @@ class SndlibNativeParser {
         const std::string id = name("the id of a link");
         const auto [src, dst] = ends();
         SndlibCapacity capacity;
-        capacity.installed = unit_ * atLeastZero("the pre-installed capacity");
+        capacity.installed =
+            inMbit(words_.atLeastZero("the pre-installed capacity"), unit_);
         words_.number("the cost of the pre-installed capacity");
         words_.number("the routing cost");
         words_.number("the setup cost");
         words_.expect("(");
         while (words_.peek() != ")") {
-            capacity.modules.push_back(unit_ *
-                                       atLeastZero("the capacity of a module or ')'"));
+            capacity.modules.push_back(
+                inMbit(words_.atLeastZero("the capacity of a module or ')'"), unit_));
             words_.number("the cost of a module");
         }
         words_.expect(")");
@@ -126,11 +120,11 @@ class SndlibNativeParser {
     void addDemand() {
         const std::string id = name("the id of a demand");
         const auto [src, dst] = ends();
-        const double routingUnit = atLeastZero("the routing unit");
-        const double value = atLeastZero("the demand value");
+        const double routingUnit = words_.atLeastZero("the routing unit");
+        const double value = words_.atLeastZero("the demand value");
         const std::string maxLength = name("the longest path or UNLIMITED");
-        addSndlibDemand(id, src, dst, unit_ * value * routingUnit, maxLength, line_,
-                        &draft_);
+        addSndlibDemand(id, src, dst, inMbit(value * routingUnit, unit_), maxLength,
+                        line_, &draft_);
     }
 
     // demand_id ( path_id ( link_id .. ) .. )

@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include "formats/sndlib.h"
+#include "formats/units.h"
 #include "formats/xml.h"
 
 namespace workbench {
@@ -52,18 +53,19 @@ class SndlibXmlParser {
     void addLink(pugi::xml_node link) {
         SndlibCapacity capacity;
         capacity.installed =
-            unit_ * numberOr(link.child("preInstalledModule"), "capacity", 0);
+            inMbit(numberOr(link.child("preInstalledModule"), "capacity", 0), unit_);
         for (const pugi::xml_node module :
              link.child("additionalModules").children("addModule"))
-            capacity.modules.push_back(unit_ * numberOr(module, "capacity", 0));
+            capacity.modules.push_back(inMbit(numberOr(module, "capacity", 0), unit_));
         addSndlibLink(xml_.attribute(link, "id"), xml_.childText(link, "source"),
                       xml_.childText(link, "target"), capacity, xml_.line(link), &draft_);
     }
 
     void addDemand(pugi::xml_node demand) {
         if (!demand.child("demandValue")) xml_.fail(demand, "<demandValue>");
-        const double bandwidth = unit_ * numberOr(demand, "demandValue", 0) *
-                                 numberOr(demand, "routingUnit", 1);
+        const double bandwidth = inMbit(
+            numberOr(demand, "demandValue", 0) * numberOr(demand, "routingUnit", 1),
+            unit_);
         addSndlibDemand(xml_.attribute(demand, "id"), xml_.childText(demand, "source"),
                         xml_.childText(demand, "target"), bandwidth,
                         textOf(demand.child("maxPathLength")), xml_.line(demand),

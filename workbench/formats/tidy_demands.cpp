@@ -33,7 +33,7 @@ std::string textOf(const NodeRef& ref) {
 }
 
 std::string textOf(const DraftDemand& demand) {
-    return fmt::format("demand {}{}{} -> {}", demand.name, demand.name.empty() ? "" : " ",
+    return fmt::format("demand {}{}{} > {}", demand.name, demand.name.empty() ? "" : " ",
                        textOf(demand.src), textOf(demand.dst));
 }
 

@@ -111,7 +111,7 @@ class Tidier {
     }
 
     std::string nameOf(const DraftLink& link, int src, int dst) const {
-        return fmt::format("link {}{}{} -> {}", link.name, link.name.empty() ? "" : " ",
+        return fmt::format("link {}{}{} > {}", link.name, link.name.empty() ? "" : " ",
                            network_.nodes[src].name, network_.nodes[dst].name);
     }
 

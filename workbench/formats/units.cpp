@@ -70,6 +70,10 @@ std::optional<double> parseNumber(std::string_view text) {
     return trim(text).empty() ? value : std::nullopt;
 }
 
+double inMbit(double value, double unit) {
+    return unit < 1 ? value / std::round(1 / unit) : value * unit;
+}
+
 std::optional<double> parseUnit(std::string_view text) {
     text = trim(text);
     if (text.empty()) return std::nullopt;
@@ -81,9 +85,9 @@ std::optional<double> parseUnit(std::string_view text) {
 std::optional<double> parseBandwidth(std::string_view text, double bareUnit) {
     const auto value = takeNumber(&text);
     if (!value) return std::nullopt;
-    if (trim(text).empty()) return *value * bareUnit;
+    if (trim(text).empty()) return inMbit(*value, bareUnit);
     const auto unit = parseUnit(text);
-    return unit ? std::optional(*value * *unit) : std::nullopt;
+    return unit ? std::optional(inMbit(*value, *unit)) : std::nullopt;
 }
 
 std::string numberText(double value) {

@@ -12,6 +12,9 @@ constexpr double kBit = 1e-6;
 constexpr double kKbit = 1e-3;
 constexpr double kMbit = 1;
 
+// A value of such a unit in Mbit/s; what is a short decimal number stays one.
+double inMbit(double value, double unit);
+
 // The unit as Network and Demands name it.
 inline const char* const kMbitName = "Mbit/s";
 

@@ -59,12 +59,19 @@ double Words::number(const std::string& expected) {
     return *value;
 }
 
-int Words::integer(const std::string& expected) {
+double Words::atLeastZero(const std::string& expected) {
+    const auto value = parseNumber(peek());
+    if (!value || *value < 0) fail(fmt::format("{}, a number of at least 0", expected));
+    return number(expected);
+}
+
+int Words::natural(const std::string& expected) {
     const std::string_view word = peek();
     int value = 0;
     const auto [end, error] =
         std::from_chars(word.data(), word.data() + word.size(), value);
-    if (error != std::errc() || end != word.data() + word.size() || word.empty())
+    if (error != std::errc() || end != word.data() + word.size() || word.empty() ||
+        value < 0)
         fail(expected);
     take(expected);
     return value;

@@ -28,7 +28,8 @@ class Words {
     // Takes just this word.
     void expect(const std::string& word);
     double number(const std::string& expected);
-    int integer(const std::string& expected);
+    double atLeastZero(const std::string& expected);
+    int natural(const std::string& expected);  // an integer of at least 0
     // The rest of the line, as it stands.
     std::string restOfLine();
     // Throws if there is more on the line of the last word.

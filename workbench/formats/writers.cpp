@@ -37,7 +37,7 @@ std::vector<std::string> wordsFor(const std::vector<std::string>& names,
 }
 
 double inUnit(double bandwidth, double unit) {
-    const double value = bandwidth / unit;
+    const double value = unit < 1 ? bandwidth * std::round(1 / unit) : bandwidth / unit;
     const double whole = std::round(value);
     return std::abs(value - whole) <= 1e-9 * std::abs(whole) ? whole : value;
 }
