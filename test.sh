@@ -9,6 +9,7 @@ need_build_tools /usr/include/gtest/gtest.h:libgtest-dev /usr/include/gmock/gmoc
     /usr/share/java/junit-jupiter-api.jar:junit5 python3:python3 valgrind:valgrind \
     dpkg-shlibdeps:dpkg-dev pkg-config:pkg-config doxygen:doxygen fakeroot:fakeroot \
     node:nodejs npm:npm chromium:chromium
+need_workbench_libraries
 for preset in asan release; do
     echo "Building $preset ..."
     scripts/build.sh $preset -DBUILD_TESTING=ON -DKAVRIL_REPORT=ON

@@ -24,6 +24,15 @@ need() {
         install "${missing[@]}" >&2
 }
 
+# What the workbench needs besides.
+need_workbench_libraries() {
+    need pkg-config:pkg-config /usr/include/CLI/CLI.hpp:libcli11-dev \
+        /usr/include/nlohmann/json.hpp:nlohmann-json3-dev \
+        /usr/include/pugixml.hpp:libpugixml-dev /usr/include/fmt/core.h:libfmt-dev \
+        /usr/include/boost/graph/graph_traits.hpp:libboost-dev \
+        /usr/include/graphviz/cgraph.h:libgraphviz-dev
+}
+
 # What every build needs.
 need_build_tools() {
     need c++:g++ cmake:cmake ninja:ninja-build javac:default-jdk-headless "$@"

@@ -22,13 +22,14 @@ std::string entry(const std::string& left, const std::string& description) {
     line.resize(kColumn, ' ');
     std::istringstream words(description);
     for (std::string word; words >> word;) {
-        if (line.size() + word.size() > kWidth) {
+        if (line.size() + 1 + word.size() > kWidth) {
             text += line + "\n";
             line = std::string(kColumn, ' ');
         }
-        line += word + " ";
+        if (line.size() > kColumn) line += ' ';
+        line += word;
     }
-    return text + line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
+    return text + line + "\n";
 }
 
 // Text as man shows it: no hyphenation of options, nothing read as a request.

@@ -178,6 +178,7 @@ void addPlacementOptions(CLI::App& cmd, Shared& shared) {
            "Names: fortz, load-balance, load, squared-load, relative-load, "
            "squared-relative-load, delay, rerouting [fortz=1]")
         ->delimiter(',')
+        ->allow_extra_args(false)
         ->type_name("NAME=WEIGHT")
         ->group(group);
     CLI::Option* classes =
@@ -188,6 +189,7 @@ void addPlacementOptions(CLI::App& cmd, Shared& shared) {
                "most "
                "important; several make up the whole [default:0:1]")
             ->delimiter(',')
+            ->allow_extra_args(false)
             ->type_name("NAME:LEVEL:SHARE")
             ->group(group);
     // Names the classes, so it is read after them.
@@ -199,6 +201,7 @@ void addPlacementOptions(CLI::App& cmd, Shared& shared) {
            "Share of every link's capacity that a class has [its share of the traffic]")
         ->needs(classes)
         ->delimiter(',')
+        ->allow_extra_args(false)
         ->type_name("NAME:SHARE")
         ->group(group);
     static const std::map<std::string, Order> kOrders = {{"given", Order::GIVEN},
@@ -209,17 +212,22 @@ void addPlacementOptions(CLI::App& cmd, Shared& shared) {
         ->transform(CLI::CheckedTransformer(kOrders).description(""))
         ->type_name("ORDER")
         ->group(group);
-    cmd.add_flag("!--no-preemption", configuration->preempt,
-                 "Refuse a request rather than make less important LSPs give way")
+    cmd.add_flag_callback(
+           "--no-preemption", [configuration] { configuration->preempt = false; },
+           "Refuse a request rather than make less important LSPs give way")
         ->group(group);
     cmd.add_option("--scale", configuration->scale, "Factor on every demand [1]")
-        ->check(CLI::PositiveNumber)
+        ->check(CLI::PositiveNumber.description(""))
+        ->type_name("FACTOR")
         ->group(group);
     cmd.add_option("--max-demands", configuration->maxDemands,
                    "Take only so many demands from the front of the matrix, 0 for all")
-        ->check(CLI::NonNegativeNumber)
+        ->check(CLI::NonNegativeNumber.description(""))
+        ->type_name("COUNT")
         ->group(group);
-    cmd.add_option("--seed", configuration->seed, "Of the shuffle [1]")->group(group);
+    cmd.add_option("--seed", configuration->seed, "Of the shuffle [1]")
+        ->type_name("NUMBER")
+        ->group(group);
 }
 
 void addProtectionOption(CLI::App& cmd, Shared& shared) {

@@ -94,9 +94,12 @@ void addConvert(CLI::App& app, Shared& shared) {
     CLI::App* cmd =
         app.add_subcommand("convert", "A network or its demands in another format");
     const auto options = std::make_shared<ConvertOptions>();
-    cmd->add_option("FILE", options->input, "Network or demands")->required();
+    cmd->add_option("FILE", options->input, "Network or demands")
+        ->type_name("FILE")
+        ->required();
     cmd->add_option("-o,--output", options->output,
                     "File to write, - for standard output")
+        ->type_name("FILE")
         ->required();
     static const std::map<std::string, Format> kFormats = {
         {"json", Format::Json},
@@ -113,7 +116,8 @@ void addConvert(CLI::App& app, Shared& shared) {
     cmd->add_flag("--demands", options->demands,
                   "Convert the demands of a file that has a network too");
     cmd->add_option("--network", options->network,
-                    "The network of demands in a file without nodes");
+                    "The network of demands in a file without nodes")
+        ->type_name("FILE");
     addReadingOptions(*cmd, shared);
     addOutputOptions(*cmd, shared);
     cmd->footer(

@@ -147,7 +147,9 @@ void addInfo(CLI::App& app, Shared& shared) {
         "info",
         "Size, capacities and degree of a network, and what no backup can protect");
     const auto file = std::make_shared<std::string>();
-    cmd->add_option("NETWORK", *file, "Network file, - for standard input")->required();
+    cmd->add_option("NETWORK", *file, "Network file, - for standard input")
+        ->type_name("FILE")
+        ->required();
     addReadingOptions(*cmd, shared);
     addOutputOptions(*cmd, shared);
     cmd->footer(
