@@ -234,7 +234,7 @@ std::vector<int> withBackups(const Engine& engine, const std::vector<GiveWay>& g
             std::ranges::copy(engine.backupsOf(lsp), std::back_inserter(all));
         }
     std::ranges::sort(all);
-    all.erase(std::ranges::unique(all).begin(), all.end());
+    all.erase(std::unique(all.begin(), all.end()), all.end());
     return all;
 }
 
