@@ -42,9 +42,9 @@ class CountingIterator {
 };
 
 // The library's message without its own number and position.
-std::string plainMessage(const json::parse_error& error) {
-    static const std::regex kFront(R"(^\[.*?\] parse error at line \d+, column (\d+): )");
-    return std::regex_replace(std::string(error.what()), kFront, "column $1: ");
+std::string plainMessage(const json::exception& error) {
+    static const std::regex kFront(R"(^\[.*?\] (parse error at line \d+, )?)");
+    return std::regex_replace(std::string(error.what()), kFront, "");
 }
 
 }  // namespace
@@ -64,7 +64,7 @@ json parseWithLines(const Source& source) {
     try {
         return json::parse(CountingIterator(text, &line),
                            CountingIterator(text + source.text.size(), &line), addLine);
-    } catch (const json::parse_error& error) {
+    } catch (const json::exception& error) {
         throw InputError(source.file, line, "expected JSON: " + plainMessage(error));
     }
 }

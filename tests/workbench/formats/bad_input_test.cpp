@@ -117,6 +117,8 @@ const BadCase kCases[] = {
      "f:2: expected JSON: column 19: syntax error while parsing object key - unexpected "
      "','; "
      "expected string literal"},
+    {"JsonHugeNumber", "{\n\"version\": 1e999}",
+     "f:2: expected JSON: number overflow parsing '1e999'"},
     {"JsonFormat", "{\n\"format\": \"other\"}",
      "f:1: expected \"format\": \"kavril-network\", \"kavril-demands\" or "
      "\"kavril-plan\""},
