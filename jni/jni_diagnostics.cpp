@@ -67,7 +67,8 @@ JNINativeMethod method(const char* name, const char* signature, void* function) 
 void registerDiagnostics(JNIEnv* env) {
     // Two threads may both do it; neither may go on before it is done.
     static std::atomic<bool> done = false;
-    if (done) return;
+    // Whoever stands in for a virtual machine may not have what this needs.
+    if (done || env->functions->RegisterNatives == nullptr) return;
     const JNINativeMethod methods[] = {
         method("takeMessages", "(I)[Ljava/lang/String;",
                reinterpret_cast<void*>(takeMessages)),
