@@ -8,10 +8,16 @@ cd "$(dirname "$0")"
 need_build_tools /usr/include/gtest/gtest.h:libgtest-dev /usr/include/gmock/gmock.h:libgmock-dev \
     /usr/share/java/junit-jupiter-api.jar:junit5 python3:python3 valgrind:valgrind \
     dpkg-shlibdeps:dpkg-dev pkg-config:pkg-config doxygen:doxygen fakeroot:fakeroot \
-    node:nodejs npm:npm chromium:chromium
+    node:nodejs npm:npm chromium:chromium \
+    /usr/include/benchmark/benchmark.h:libbenchmark-dev
 need_workbench_libraries
-for preset in asan release; do
+test_preset() {
+    local preset=$1
+    shift
     echo "Building $preset ..."
-    scripts/build.sh $preset -DBUILD_TESTING=ON -DKAVRIL_REPORT=ON
-    ctest --preset $preset "$@"
-done
+    scripts/build.sh "$preset" -DBUILD_TESTING=ON "$@"
+    ctest --preset "$preset" "${ctest_options[@]}"
+}
+ctest_options=("$@")
+test_preset asan
+test_preset release -DKAVRIL_REPORT=ON -DKAVRIL_BENCH=ON

@@ -29,9 +29,10 @@ cpack -G DEB --config "$build/CPackConfig.cmake" -B "$work/cpack" >"$work/log" 2
 deb=$(echo "$work"/cpack/*.deb)
 dpkg-deb --field "$deb" Package Version Depends
 
-# A root that has the C library, as any Debian, and nothing else.
+# A root that has what the package depends on, or says so, and nothing else.
 mkdir -p "$root"/var/lib/dpkg/{info,updates,triggers}
-dpkg-query --status libc6 >"$root/var/lib/dpkg/status"
+dpkg-deb --field "$deb" Depends | sed 's/([^)]*)//g; s/,/ /g' | xargs dpkg-query --status \
+    >"$root/var/lib/dpkg/status"
 "${as_root[@]}" dpkg --root="$root" --log="$work/dpkg.log" --install "$deb" >"$work/log" 2>&1 ||
     { cat "$work/log"; fail "dpkg --install"; }
 

@@ -18,7 +18,7 @@ inline void addLink(int src, int dst, double capacity, Network* network) {
         network->nodes.push_back(
             {.id = id,
              .name = id < 26 ? std::string(1, static_cast<char>('A' + id))
-                             : "N" + std::to_string(id),
+                             : std::to_string(id),
              .position = {}});
     }
     Link link = {};

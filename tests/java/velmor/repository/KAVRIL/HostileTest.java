@@ -17,6 +17,7 @@ import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.MethodSource;
+import velmor.kavril.internal.NativeLibrary;
 import velmor.repository.model.exception.AddDBException;
 import velmor.repository.model.exception.NoRouteToHostException;
 import velmor.repository.model.exception.RoutingException;
@@ -75,8 +76,8 @@ class HostileTest {
 
     /** Copies the classes of a caller, with a field renamed in the library's class. */
     private static void copyWithoutField(Path folder, String field) throws IOException {
-        ChildJvm.copyClasses(folder, JNIKAVRIL.class, WithoutFields.class, Hostile.class,
-                Hostile.Line.class, Probe.class, Probe.Action.class, Probe.Computation.class,
+        ChildJvm.copyClasses(folder, JNIKAVRIL.class, NativeLibrary.class, WithoutFields.class,
+                Hostile.class, Hostile.Line.class, Probe.class, Probe.Action.class, Probe.Computation.class,
                 AddDBException.class, NoRouteToHostException.class, RoutingException.class);
         Path file = folder.resolve("velmor/repository/KAVRIL/JNIKAVRIL.class");
         String bytes = Files.readString(file, StandardCharsets.ISO_8859_1);
