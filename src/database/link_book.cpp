@@ -140,8 +140,6 @@ int copyBook(LinkBook* dst, const LinkBook* src) {
     }
     dst->rbwVersion = src->rbwVersion;
     dst->nodesVersion = 0;
-    dst->reserved = src->reserved;
-    dst->overfull = src->overfull;
     dst->grain.lost = true;
     return 0;
 }

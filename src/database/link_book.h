@@ -48,9 +48,7 @@ struct BookClass {
 struct LinkBook {
     std::uint32_t rbwVersion;    // topology for which rbw was computed from this, 0: none
     std::uint32_t nodesVersion;  // topology for which `nodes` hold, 0: none
-    std::uint8_t reserved;  // with rbwVersion: classes with a reservation that is not 0
-    std::uint8_t overfull;  //   and with one that exceeds the capacity in all
-    Grain grain;            // of the entries and of pbw
+    Grain grain;                 // of the entries and of pbw
     BookClass classes[kClasses];
 };
 

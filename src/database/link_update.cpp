@@ -229,24 +229,10 @@ BookChangeVec* roomForTrial(DataBase* dataBase, const DBLabelSwitchedPath* lsp) 
     return changes;
 }
 
-// rbw of an image as it is, and what its book says of it.
-void reserve(DataBase* dataBase, const LinkImage& image) {
-    LinkBook* book = image.book;
-    unsigned reserved = 0;
-    unsigned overfull = 0;
-    for (int oa = 0; oa < kClasses; oa++) {
-        addNeeds(worstNeed(dataBase, image.topology, book, oa).level, image.pbw[oa],
-                 image.rbw[oa]);
-        double total = 0.0;
-        for (double level : image.rbw[oa]) {
-            total += level;
-            if (level != 0.0) reserved |= 1U << oa;
-        }
-        if (total > image.cap[oa]) overfull |= 1U << oa;
-    }
-    book->rbwVersion = image.topology->version;
-    book->reserved = static_cast<std::uint8_t>(reserved);
-    book->overfull = static_cast<std::uint8_t>(overfull);
+// Computes a class of rbw from the tables of an image as they are.
+void reserve(DataBase* dataBase, const LinkImage& image, int oa, double (&rbw)[kLevels]) {
+    addNeeds(worstNeed(dataBase, image.topology, image.book, oa).level, image.pbw[oa],
+             rbw);
 }
 
 // Makes the temporary LSP that stands for a request.
@@ -292,7 +278,10 @@ int updateImage(DataBase* dataBase, const LinkImage& image, Long src, Long dst,
     u.tables = {image.pbw, nullptr, nullptr, &image, nullptr};
     image.book->rbwVersion = 0;
     const int ret = apply(&u, dataBase, src, dst, lsp, op);
-    if (ret > 0) reserve(dataBase, image);
+    if (ret > 0) {
+        for (int oa = 0; oa < kClasses; oa++) reserve(dataBase, image, oa, image.rbw[oa]);
+        image.book->rbwVersion = image.topology->version;
+    }
     return std::min(ret, 0);
 }
 
@@ -310,42 +299,31 @@ int updateLink(DataBase* dataBase, DBLink* link, Long src, Long dst,
     return updateImage(dataBase, imageOf(topology, link), src, dst, lsp, op);
 }
 
-int trialRows(DataBase* dataBase, const LinkImage& image, Long src, Long dst,
-              DBLabelSwitchedPath* lsp, TrialRows* rows) {
-    rows->changed = 0;
+int trialSetup(DataBase* dataBase, const LinkImage& image, Long src, Long dst,
+               DBLabelSwitchedPath* lsp, double (&rbw)[kClasses][kLevels]) {
     BookChangeVec* changes = roomForTrial(dataBase, lsp);
     if (changes == nullptr) return -1;
     double pbw[kClasses][kLevels];
-    for (int oa = 0; oa < kClasses; oa++)
-        if (lsp->bw[oa] != 0.0 || lsp->noContentionId >= 0)
-            std::copy_n(image.pbw[oa], kLevels, pbw[oa]);
+    std::copy_n(&image.pbw[0][0], kClasses * kLevels, &pbw[0][0]);
     Update u = {};
     u.tables = {pbw, nullptr, nullptr, nullptr, changes};
     const int ret = apply(&u, dataBase, src, dst, lsp, SETUP);
-    if (ret <= 0) return ret;
+    if (ret < 0) return -1;
+    const bool isFresh = image.book->rbwVersion == image.topology->version;
     for (int oa = 0; oa < kClasses; oa++) {
         // Beside a partner with less than no bandwidth, no bandwidth adds some.
-        if (lsp->bw[oa] == 0.0 && u.amount()[oa] == 0.0) continue;
-        const bool raises = isBackup(lsp->type) && lsp->bw[oa] > 0.0;
-        const WorstNeed worst = worstNeedAfter(dataBase, image.topology, image.book, oa,
-                                               {changes, lsp->precedence, raises});
-        addNeeds(worst.level, pbw[oa], rows->rbw[oa]);
-        rows->changed |= 1U << oa;
-    }
-    return 1;
-}
-
-int trialSetup(DataBase* dataBase, const LinkImage& image, Long src, Long dst,
-               DBLabelSwitchedPath* lsp, double (&rbw)[kClasses][kLevels]) {
-    TrialRows rows;
-    const int ret = trialRows(dataBase, image, src, dst, lsp, &rows);
-    if (ret < 0) return -1;
-    for (int oa = 0; oa < kClasses; oa++) {
-        const bool changed = (rows.changed >> oa & 1U) != 0;
-        std::copy_n(changed ? rows.rbw[oa] : image.rbw[oa], kLevels, rbw[oa]);
-        if (changed || ret == 0 || isFresh(image)) continue;
-        addNeeds(worstNeed(dataBase, image.topology, image.book, oa).level, image.pbw[oa],
-                 rbw[oa]);
+        const bool isChanged = ret > 0 && (lsp->bw[oa] != 0.0 || u.amount()[oa] != 0.0);
+        if (isChanged) {
+            const bool raises = isBackup(lsp->type) && lsp->bw[oa] > 0.0;
+            const WorstNeed worst =
+                worstNeedAfter(dataBase, image.topology, image.book, oa,
+                               {changes, lsp->precedence, raises});
+            addNeeds(worst.level, pbw[oa], rbw[oa]);
+        } else if (ret == 0 || isFresh) {
+            std::copy_n(image.rbw[oa], kLevels, rbw[oa]);
+        } else {
+            reserve(dataBase, image, oa, rbw[oa]);
+        }
     }
     return 0;
 }

@@ -28,27 +28,9 @@ inline LinkImage imageOf(const DBTopology* topology, DBLink* link) {
     return {topology, position, link->book, state->cap, state->pbw, state->rbw};
 }
 
-// What a trial changes of rbw: the rows of some classes.
-struct TrialRows {
-    unsigned changed;  // bit per class
-    double rbw[kClasses][kLevels];
-};
-
 // Applies the LSP to the image.
 int updateImage(DataBase* dataBase, const LinkImage& image, Long src, Long dst,
                 DBLabelSwitchedPath* lsp, operation op);
-
-// The rows of rbw that a setup of the LSP on the image would change, from those of an
-// image that is up to date (isFresh). 0 if the LSP does not concern it and nothing would
-// change, else 1; -1, with messages, where evalLS would fail.
-int trialRows(DataBase* dataBase, const LinkImage& image, Long src, Long dst,
-              DBLabelSwitchedPath* lsp, TrialRows* rows);
-
-// Whether rbw is what the tables of the image give today, and so are the marks of its
-// book. Else a node or link has come or gone since, or nothing was ever booked.
-inline bool isFresh(const LinkImage& image) {
-    return image.book->rbwVersion == image.topology->version;
-}
 
 // rbw as it would be with the LSP set up on the image, which does not change. -1, with
 // messages, where evalLS would fail.

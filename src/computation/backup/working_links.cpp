@@ -57,43 +57,12 @@ double WorkingLinks::cost(const TopoLink& link, CPDijkNode* tail) {
     }
     trial_.path.cont[trial_.path.top - 1] = link.head;
     const LinkImage working = image(link);
-    return isFresh(working) ? costOfRows(working, link) : costOfTables(working, link);
-}
-
-double WorkingLinks::costOfTables(const LinkImage& image, const TopoLink& link) {
     double rbw[kClasses][kLevels];
-    if (trialSetup(dataBase_, image, link.tail, link.head, &trial_, rbw) < 0)
-        return fail();
-    return costOfReservation(image.rbw, rbw, image.cap, primary_, link.head);
-}
-
-// The same on the rows that change, and the marks of the book for the others.
-double WorkingLinks::costOfRows(const LinkImage& image, const TopoLink& link) {
-    TrialRows rows;
-    if (trialRows(dataBase_, image, link.tail, link.head, &trial_, &rows) < 0)
-        return fail();
-    if ((image.book->overfull & ~rows.changed) != 0) return -1.0;
-    double before = 0.0;
-    double after = 0.0;
-    const unsigned reserved = image.book->reserved | rows.changed;
-    for (int oa = 0; oa < kClasses; oa++) {
-        if ((reserved >> oa & 1U) == 0) continue;
-        const bool changed = (rows.changed >> oa & 1U) != 0;
-        const double* row = changed ? rows.rbw[oa] : image.rbw[oa];
-        double ofClass = 0.0;
-        for (int p = 0; p < kLevels; p++) {
-            before += image.rbw[oa][p];
-            after += row[p];
-            ofClass += row[p];
-        }
-        if (ofClass > image.cap[oa]) return -1.0;
+    if (trialSetup(dataBase_, working, link.tail, link.head, &trial_, rbw) < 0) {
+        PUSH_ERROR(WARNING, "Error while computing new link state");
+        return -1.0;
     }
-    return costOfIncrease(before, after, lengthCost(primary_, link.head));
-}
-
-double WorkingLinks::fail() {
-    PUSH_ERROR(WARNING, "Error while computing new link state");
-    return -1.0;
+    return costOfReservation(working.rbw, rbw, working.cap, primary_, link.head);
 }
 
 void WorkingLinks::book(LSPRequest* req, operation op) {

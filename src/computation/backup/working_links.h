@@ -33,9 +33,6 @@ class WorkingLinks {
     struct Copy;
 
     LinkImage image(const TopoLink& link);
-    double costOfTables(const LinkImage& image, const TopoLink& link);
-    double costOfRows(const LinkImage& image, const TopoLink& link);
-    double fail();
     Copy* copyOf(const TopoLink& link);
     DBLinkState* plainState(const TopoLink& link);
 
