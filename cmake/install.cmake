@@ -31,11 +31,6 @@ set(public_headers
   predicate/predicate.h
   rerouting/rerouting.h)
 
-# Debian looks for libraries below the machine's name, also in /usr/local.
-if(EXISTS /etc/debian_version AND CMAKE_LIBRARY_ARCHITECTURE)
-  set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE} CACHE PATH "Libraries")
-endif()
-include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 set(java_dir ${CMAKE_INSTALL_DATADIR}/java)
 set(cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/KAVRIL)
