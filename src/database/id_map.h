@@ -68,19 +68,51 @@ void eraseValue(IdMap<T>* map, const T* value) {
     map->top--;
 }
 
-// Makes dst, which may hold something, equal to src.
-template <class T>
-int copyMap(IdMap<T>* dst, const IdMap<T>* src) {
-    if (growMap(dst, src->top) < 0) return -1;
-    std::copy_n(src->ids, src->top, dst->ids);
-    std::copy_n(src->cont, src->top, dst->cont);
-    dst->top = src->top;
-    return 0;
-}
-
 template <class T>
 void endMap(IdMap<T>* map) {
     myfree(map->ids);
     myfree(map->cont);
     *map = {};
+}
+
+// Values too large to be moved about are owned by a map of pointers.
+template <class T>
+using RecordMap = IdMap<T*>;
+
+// The record of an id, or null.
+template <class T>
+T* findRecord(const RecordMap<T>* map, Long id) {
+    T** slot = find(map, id);
+    return slot != nullptr ? *slot : nullptr;
+}
+
+// The record of an id, zeroed if it is new; null if there is no memory.
+template <class T>
+T* findOrMake(RecordMap<T>* map, Long id) {
+    T** slot = findOrAdd(map, id);
+    if (slot == nullptr) return nullptr;
+    if (*slot == nullptr) *slot = static_cast<T*>(mycalloc(1, sizeof(T)));
+    if (*slot == nullptr) {
+        eraseValue(map, slot);
+        return nullptr;
+    }
+    return *slot;
+}
+
+template <class T>
+void dropRecord(RecordMap<T>* map, Long id) {
+    T** slot = find(map, id);
+    myfree(*slot);
+    eraseValue(map, slot);
+}
+
+template <class T>
+void clearRecords(RecordMap<T>* map) {
+    while (map->top > 0) myfree(map->cont[--map->top]);
+}
+
+template <class T>
+void endRecords(RecordMap<T>* map) {
+    clearRecords(map);
+    endMap(map);
 }

@@ -28,7 +28,7 @@ void addToNode(const DBTopology* topology, LinkBook* book, BookClass* cls, Long 
                const Balance& before, int level, double x) {
     const Long head = headOf(topology, failure);
     if (head < 0) return;
-    Balance* node = findOrAdd(&cls->nodes, head);
+    Balance* node = findOrMake(&cls->nodes, head);
     if (node == nullptr) {
         book->nodesVersion = 0;
         cls->worst.version = 0;
@@ -40,7 +40,7 @@ void addToNode(const DBTopology* topology, LinkBook* book, BookClass* cls, Long 
         cls->worst.version = 0;
     *node = shifted(*node, level, x);
     if (std::all_of(node->upTo, node->upTo + kLevels, [](double x) { return x == 0.0; }))
-        eraseValue(&cls->nodes, node);
+        dropRecord(&cls->nodes, head);
 }
 
 // The amounts that a book is about; those of its state's pbw are given.
@@ -48,23 +48,23 @@ template <class Act>
 void forEachAmount(const LinkBook* book, const double (*pbw)[kLevels], Act act) {
     for (int oa = 0; oa < kClasses; oa++) {
         for (int p = 0; p < kLevels; p++) act(pbw[oa][p]);
-        const IdMap<BookEntry>& links = book->classes[oa].links;
+        const RecordMap<BookEntry>& links = book->classes[oa].links;
         for (Long i = 0; i < links.top; i++)
             for (int p = 0; p < kLevels; p++) {
-                act(links.cont[i].bbw[p]);
-                act(links.cont[i].fbw[p]);
+                act(links.cont[i]->bbw[p]);
+                act(links.cont[i]->fbw[p]);
             }
     }
 }
 
 int balanceNodes(const DBTopology* topology, BookClass* cls) {
-    cls->nodes.top = 0;
+    clearRecords(&cls->nodes);
     for (Long i = 0; i < cls->links.top; i++) {
         const Long head = headOf(topology, cls->links.ids[i]);
         if (head < 0) continue;
-        Balance* node = findOrAdd(&cls->nodes, head);
+        Balance* node = findOrMake(&cls->nodes, head);
         if (node == nullptr) return -1;
-        const Balance link = balanceUpTo(cls->links.cont[i]);
+        const Balance link = balanceUpTo(*cls->links.cont[i]);
         for (int p = 0; p < kLevels; p++) node->upTo[p] += link.upTo[p];
     }
     return 0;
@@ -92,6 +92,15 @@ int packVectors(LinkBook* book, DBLinkState* state) {
     return forEachVector(state, pack) ? 0 : -1;
 }
 
+int copyEntries(RecordMap<BookEntry>* dst, const RecordMap<BookEntry>* src) {
+    for (Long i = 0; i < src->top; i++) {
+        BookEntry* entry = findOrMake(dst, src->ids[i]);
+        if (entry == nullptr) return -1;
+        *entry = *src->cont[i];
+    }
+    return 0;
+}
+
 }  // namespace
 
 LinkBook* packedBook(DBLink* link) {
@@ -116,9 +125,9 @@ int unpackLink(DBLink* link) {
     LinkBook* book = link->book;
     if (book == nullptr) return 0;
     auto fill = [&](bool freed, int oa, int p, DoubleVec* vec) {
-        const IdMap<BookEntry>* links = &book->classes[oa].links;
+        const RecordMap<BookEntry>* links = &book->classes[oa].links;
         for (Long i = links->top - 1; i >= 0; i--) {
-            const double x = freed ? links->cont[i].fbw[p] : links->cont[i].bbw[p];
+            const double x = freed ? links->cont[i]->fbw[p] : links->cont[i]->bbw[p];
             const Long f = links->ids[i];
             if (x == 0.0) continue;
             if (vec->size <= f && dblVecResize(vec, f + 1) < 0) return false;
@@ -135,7 +144,7 @@ int unpackLink(DBLink* link) {
 
 int copyBook(LinkBook* dst, const LinkBook* src) {
     for (int oa = 0; oa < kClasses; oa++) {
-        if (copyMap(&dst->classes[oa].links, &src->classes[oa].links) < 0) return -1;
+        if (copyEntries(&dst->classes[oa].links, &src->classes[oa].links) < 0) return -1;
         dst->classes[oa].worst = src->classes[oa].worst;
     }
     dst->rbwVersion = src->rbwVersion;
@@ -146,8 +155,8 @@ int copyBook(LinkBook* dst, const LinkBook* src) {
 
 void endBook(LinkBook* book) {
     for (BookClass& cls : book->classes) {
-        endMap(&cls.links);
-        endMap(&cls.nodes);
+        endRecords(&cls.links);
+        endRecords(&cls.nodes);
         cls = {};
     }
 }
@@ -171,7 +180,7 @@ bool isBalanced(const DBTopology* topology, LinkBook* book,
 int bookAdd(const DBTopology* topology, LinkBook* book, bool freed, int oa, int level,
             Long failure, double x) {
     BookClass* cls = &book->classes[oa];
-    BookEntry* entry = findOrAdd(&cls->links, failure);
+    BookEntry* entry = findOrMake(&cls->links, failure);
     if (entry == nullptr) return FAIL_WITH(-1, "Critical lack of memory");
     double* amount = &(freed ? entry->fbw : entry->bbw)[level];
     book->grain.add(*amount, x);
@@ -184,6 +193,6 @@ int bookAdd(const DBTopology* topology, LinkBook* book, bool freed, int oa, int 
         cls->worst.version = 0;
     *amount += x;
     entry->active = isActive(entry);
-    if (isEmpty(entry)) eraseValue(&cls->links, entry);
+    if (isEmpty(entry)) dropRecord(&cls->links, failure);
     return 0;
 }

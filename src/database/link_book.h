@@ -40,8 +40,8 @@ struct WorstNeed {
 };
 
 struct BookClass {
-    IdMap<BookEntry> links;  // by failing link
-    IdMap<Balance> nodes;    // by failing node: sums over the links that enter it
+    RecordMap<BookEntry> links;  // by failing link
+    RecordMap<Balance> nodes;    // by failing node: sums over the links that enter it
     WorstNeed worst;
 };
 

@@ -28,17 +28,46 @@ bool addTo(IdMap<double>* row, Long position, double x) {
     return true;
 }
 
+// More changes are not worth keeping: the rows are made anew then.
+constexpr Long kMostChanges = 1 << 16;
+
+bool keepChange(NeedRows* rows, const RowChange& change) {
+    if (rows->top == rows->size) {
+        const Long size = rows->size == 0 ? 64 : 2 * rows->size;
+        void* changes = size > kMostChanges
+                            ? nullptr
+                            : myrealloc(rows->changes, static_cast<std::size_t>(size) *
+                                                           sizeof(RowChange));
+        if (changes == nullptr) return false;
+        rows->changes = static_cast<RowChange*>(changes);
+        rows->size = size;
+    }
+    rows->changes[rows->top++] = change;
+    return true;
+}
+
+bool enterChanges(NeedRows* rows, const DBTopology* topology) {
+    for (Long i = 0; i < rows->top; i++) {
+        const RowChange& c = rows->changes[i];
+        if (!addTo(&rows->ofLinks[c.oa][c.failure], c.position, c.x) ||
+            !addTo(&rows->ofNodes[c.oa][headOf(topology, c.failure)], c.position, c.x))
+            return false;
+    }
+    rows->top = 0;
+    return true;
+}
+
 bool addBook(NeedRows* rows, const LinkBook* book, Long position) {
     for (int oa = 0; oa < kClasses; oa++) {
         const BookClass& cls = book->classes[oa];
         for (Long i = 0; i < cls.links.top; i++)
             if (cls.links.ids[i] < rows->linkSlots &&
                 !addTo(&rows->ofLinks[oa][cls.links.ids[i]], position,
-                       balanceOf(cls.links.cont[i])))
+                       balanceOf(*cls.links.cont[i])))
                 return false;
         for (Long i = 0; i < cls.nodes.top; i++)
             if (!addTo(&rows->ofNodes[oa][cls.nodes.ids[i]], position,
-                       cls.nodes.cont[i].upTo[kLevels - 1]))
+                       cls.nodes.cont[i]->upTo[kLevels - 1]))
                 return false;
     }
     return true;
@@ -48,7 +77,7 @@ bool addBook(NeedRows* rows, const LinkBook* book, Long position) {
 
 const NeedRows* currentRows(DataBase* dataBase, const DBTopology* topology) {
     NeedRows* rows = &workspaceOf(dataBase)->rows;
-    if (rows->version == topology->version) return rows;
+    if (rows->version == topology->version && enterChanges(rows, topology)) return rows;
     endRows(rows);
     if (!makeTables(rows, topology)) return nullptr;
     const Long links = topology->firstOut[topology->nodeSlots];
@@ -63,11 +92,8 @@ const NeedRows* currentRows(DataBase* dataBase, const DBTopology* topology) {
 void addToRows(DataBase* dataBase, const DBTopology* topology, Long position, int oa,
                Long failure, double x) {
     NeedRows* rows = &workspaceOf(dataBase)->rows;
-    const Long head = headOf(topology, failure);
-    if (rows->version != topology->version || head < 0) return;
-    if (!addTo(&rows->ofLinks[oa][failure], position, x) ||
-        !addTo(&rows->ofNodes[oa][head], position, x))
-        loseRows(dataBase);
+    if (rows->version != topology->version || headOf(topology, failure) < 0) return;
+    if (!keepChange(rows, {position, failure, oa, x})) loseRows(dataBase);
 }
 
 void loseRows(DataBase* dataBase) {
@@ -83,5 +109,6 @@ void endRows(NeedRows* rows) {
         end(rows->ofLinks[oa], rows->linkSlots);
         end(rows->ofNodes[oa], rows->nodeSlots);
     }
+    myfree(rows->changes);
     *rows = {};
 }

@@ -11,6 +11,14 @@
 #include "database/id_map.h"
 #include "database/topology.h"
 
+// A booking that the rows do not have yet.
+struct RowChange {
+    Long position;
+    Long failure;
+    int oa;
+    double x;
+};
+
 // By failure; a row's ids are positions of links among the topology's out-links.
 struct NeedRows {
     std::uint32_t version;  // of the topology that they hold for, 0: none
@@ -18,13 +26,17 @@ struct NeedRows {
     Long nodeSlots;
     IdMap<double>* ofLinks[kClasses];
     IdMap<double>* ofNodes[kClasses];
+    Long size;  // of `changes`
+    Long top;
+    RowChange* changes;  // to come
 };
 
-// The rows, made anew after the topology has changed; null, without a message, if there
-// is no memory. All books have to be balanced.
+// The rows as they are now, made anew after the topology has changed; null, without a
+// message, if there is no memory. All books have to be balanced.
 const NeedRows* currentRows(DataBase* dataBase, const DBTopology* topology);
 
-// Says that x has been booked on the stored link at a position among the out-links.
+// Says that x has been booked on the stored link at a position among the out-links. That
+// is entered into the rows when they are next asked for.
 void addToRows(DataBase* dataBase, const DBTopology* topology, Long position, int oa,
                Long failure, double x);
 

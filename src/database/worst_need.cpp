@@ -44,7 +44,7 @@ class Needs {
         const BookEntry* entries[kMany];
         Long nb = 0;
         for (; ids != end && nb < kMany; ids++) {
-            const BookEntry* entry = find(&cls_->links, *ids);
+            const BookEntry* entry = findRecord(&cls_->links, *ids);
             if (entry == nullptr && !isChanged(*ids)) continue;
             failures[nb] = *ids;
             entries[nb++] = entry;
@@ -54,7 +54,7 @@ class Needs {
         for (int p = firstLevel(entries, nb, ids == end); p < kLevels; p++) {
             for (Long i = 0; i < nb; i++) add(&sums, failures[i], entries[i], p);
             for (const Long* id = ids; id != end; id++)
-                add(&sums, *id, find(&cls_->links, *id), p);
+                add(&sums, *id, findRecord(&cls_->links, *id), p);
             if (sums.need() > worst[p]) worst[p] = sums.need();
         }
     }
@@ -124,7 +124,7 @@ WorstNeed computeWorst(DataBase* dataBase, const DBTopology* topology,
     Stamps* met = &workspaceOf(dataBase)->stamps[MET_NODES];
     if (clearStamps(met, topology->nodeSlots) < 0) met = nullptr;
     for (Long i = 0; i < cls->links.top; i++)
-        if (cls->links.cont[i].active)
+        if (cls->links.cont[i]->active)
             raiseByFailure(needs, topology, cls->links.ids[i], met, worst.level);
     for (Long i = 0; trial != nullptr && i < trial->changes->top; i++)
         if (!isRepeated(trial->changes, i))
@@ -138,10 +138,10 @@ WorstNeed computeWorst(const DBTopology* topology, const BookClass* cls) {
     WorstNeed worst = {};
     worst.version = topology->version;
     for (Long i = 0; i < cls->links.top && cls->links.ids[i] < topology->linkLimit; i++)
-        if (cls->links.cont[i].active && headOf(topology, cls->links.ids[i]) >= 0)
-            raiseTo(worst.level, balanceUpTo(cls->links.cont[i]));
+        if (cls->links.cont[i]->active && headOf(topology, cls->links.ids[i]) >= 0)
+            raiseTo(worst.level, balanceUpTo(*cls->links.cont[i]));
     for (Long i = 0; i < cls->nodes.top && cls->nodes.ids[i] < topology->nodeLimit; i++)
-        raiseTo(worst.level, cls->nodes.cont[i]);
+        raiseTo(worst.level, *cls->nodes.cont[i]);
     return worst;
 }
 
@@ -152,13 +152,13 @@ WorstNeed computeWorstOfOthers(const DBTopology* topology, const BookClass* cls,
     worst.version = topology->version;
     for (Long i = 0; i < cls->links.top && cls->links.ids[i] < topology->linkLimit; i++) {
         const Long failure = cls->links.ids[i];
-        if (cls->links.cont[i].active && headOf(topology, failure) >= 0 &&
+        if (cls->links.cont[i]->active && headOf(topology, failure) >= 0 &&
             find(&shifts.links, failure) == nullptr)
-            raiseTo(worst.level, balanceUpTo(cls->links.cont[i]));
+            raiseTo(worst.level, balanceUpTo(*cls->links.cont[i]));
     }
     for (Long i = 0; i < cls->nodes.top && cls->nodes.ids[i] < topology->nodeLimit; i++)
         if (find(&shifts.nodes, cls->nodes.ids[i]) == nullptr)
-            raiseTo(worst.level, cls->nodes.cont[i]);
+            raiseTo(worst.level, *cls->nodes.cont[i]);
     return worst;
 }
 
@@ -184,19 +184,19 @@ bool gatherShifts(const DBTopology* topology, const LinkBook& book, int oa,
     return true;
 }
 
-Balance balanceOr0(const IdMap<BookEntry>& links, Long failure) {
-    const BookEntry* entry = find(&links, failure);
+Balance balanceOr0(const RecordMap<BookEntry>& links, Long failure) {
+    const BookEntry* entry = findRecord(&links, failure);
     return entry != nullptr ? balanceUpTo(*entry) : Balance{};
 }
-Balance balanceOr0(const IdMap<Balance>& nodes, Long node) {
-    const Balance* balance = find(&nodes, node);
+Balance balanceOr0(const RecordMap<Balance>& nodes, Long node) {
+    const Balance* balance = findRecord(&nodes, node);
     return balance != nullptr ? *balance : Balance{};
 }
 
 // Calls act(balance, shift) for the failures below a limit that a trial shifts, until it
 // is false.
 template <class T, class Act>
-bool forEachShift(const IdMap<double>& shifts, const IdMap<T>& balances, Long limit,
+bool forEachShift(const IdMap<double>& shifts, const RecordMap<T>& balances, Long limit,
                   Act act) {
     for (Long i = 0; i < shifts.top && shifts.ids[i] < limit; i++)
         if (!act(balanceOr0(balances, shifts.ids[i]), shifts.cont[i])) return false;
@@ -263,8 +263,8 @@ bool isAmongWorst(const DBTopology* topology, const BookClass* cls, Long failure
                 return true;
         return false;
     };
-    const BookEntry* entry = find(&cls->links, failure);
+    const BookEntry* entry = findRecord(&cls->links, failure);
     if (entry != nullptr && reaches(balanceUpTo(*entry))) return true;
-    const Balance* node = find(&cls->nodes, headOf(topology, failure));
+    const Balance* node = findRecord(&cls->nodes, headOf(topology, failure));
     return node != nullptr && reaches(*node);
 }

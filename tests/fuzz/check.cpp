@@ -96,11 +96,11 @@ Tables failureTables(const DBLink* link) {
     addVectors(&tables.bbw, link->state.bbw);
     addVectors(&tables.fbw, link->state.fbw);
     for (std::size_t oa = 0; link->book != nullptr && oa < kClasses; oa++) {
-        const IdMap<BookEntry>& entries = link->book->classes[oa].links;
+        const RecordMap<BookEntry>& entries = link->book->classes[oa].links;
         for (Long i = 0; i < entries.top; i++)
             for (std::size_t p = 0; p < kLevels; p++) {
-                tables.bbw[entries.ids[i]][oa][p] += entries.cont[i].bbw[p];
-                tables.fbw[entries.ids[i]][oa][p] += entries.cont[i].fbw[p];
+                tables.bbw[entries.ids[i]][oa][p] += entries.cont[i]->bbw[p];
+                tables.fbw[entries.ids[i]][oa][p] += entries.cont[i]->fbw[p];
             }
     }
     dropZeros(&tables.bbw);
