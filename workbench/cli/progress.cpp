@@ -42,10 +42,14 @@ void Progress::advance(std::size_t steps) {
 
 void Progress::draw() {
     constexpr std::size_t kWidth = 30;
-    const std::size_t filled =
-        total_ == 0 ? 0 : std::min(kWidth, kWidth * done_ / total_);
-    fmt::print(stderr, "\r\033[K{} [{}{}] {} of {}", what_, std::string(filled, '#'),
-               std::string(kWidth - filled, '.'), done_, total_);
+    fmt::print(stderr, "\r\033[K{} ", what_);
+    if (total_ > 0 && done_ <= total_) {
+        const std::size_t filled = kWidth * done_ / total_;
+        fmt::print(stderr, "[{}{}] {} of {}", std::string(filled, '#'),
+                   std::string(kWidth - filled, '.'), done_, total_);
+    } else {
+        fmt::print(stderr, "... {}", done_);
+    }
     std::fflush(stderr);
     drawn_ = true;
 }

@@ -21,7 +21,8 @@ void watchInterrupt();
 void checkInterrupt();
 
 // A bar on standard error while that is a terminal and neither --quiet nor --json is
-// given; nothing otherwise. It is wiped when the object goes.
+// given; nothing otherwise. It is wiped when the object goes. Where nobody can say how
+// many steps there will be, total is 0, or too small, and steps are only counted.
 //
 //     Progress progress(shared, "placing", demands.size());
 //     for (...) { ...; progress.advance(); }
