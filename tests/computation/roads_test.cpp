@@ -17,7 +17,6 @@ constexpr Long kNodes = 7;
 
 // Bandwidths, and with them whether sums are exact: quarters, single precision, double
 // precision, and magnitudes that no sum can hold together.
-using Amount = double (*)(std::mt19937*);
 double quarter(std::mt19937* random) {
     return 0.25 * static_cast<double>((*random)() % 48);
 }
@@ -29,6 +28,14 @@ double precise(std::mt19937* random) {
 }
 double uneven(std::mt19937* random) {
     return (*random)() % 4 == 0 ? 1e-16 * single(random) : single(random);
+}
+
+struct Amount {
+    const char* name;
+    double (*draw)(std::mt19937*);
+};
+void PrintTo(const Amount& amount, std::ostream* out) {
+    *out << amount.name;
 }
 
 // What a request came to: the answer, its path, and the messages, newest first.
@@ -116,7 +123,7 @@ class Road {
 class Roads : public KavrilTest, public testing::WithParamInterface<Amount> {
   protected:
     Long below(Long n) { return static_cast<Long>(random_() % static_cast<unsigned>(n)); }
-    double amount() { return GetParam()(&random_); }
+    double amount() { return GetParam().draw(&random_); }
 
     // Does something in both networks, which has to come to the same.
     template <class Act>
@@ -250,6 +257,10 @@ TEST_P(Roads, LeadToTheSamePathsListsMessagesAndTables) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Amounts, Roads,
-                         testing::Values(quarter, single, precise, uneven));
+                         testing::Values(Amount{"Quarters", quarter},
+                                         Amount{"SinglePrecision", single},
+                                         Amount{"DoublePrecision", precise},
+                                         Amount{"Uneven", uneven}),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace

@@ -1,5 +1,6 @@
 // Real files, where they are present: KAVRIL_DATA, or ../shared/data beside the project.
 #include <gtest/gtest.h>
+#include <cctype>
 
 #include <cstdlib>
 #include <filesystem>
@@ -25,6 +26,10 @@ struct DataCase {
     const char* demands;
     std::size_t used;  // demands that ask for something
 };
+
+void PrintTo(const DataCase& data, std::ostream* out) {
+    *out << data.network;
+}
 
 const DataCase kCases[] = {
     {"repetita/Abilene.graph", 11, 28, "repetita/Abilene.0000.demands", 110},
@@ -77,7 +82,15 @@ TEST_P(RealFile, HasTheSizeThatIsKnown) {
     EXPECT_EQ(GetParam().used, demands.demands.size());
 }
 
-INSTANTIATE_TEST_SUITE_P(Data, RealFile, testing::ValuesIn(kCases));
+// The file of the network, and a number, as a name of a test.
+std::string nameOf(const testing::TestParamInfo<DataCase>& info) {
+    std::string name = info.param.network;
+    for (char& c : name)
+        if (std::isalnum(static_cast<unsigned char>(c)) == 0) c = '_';
+    return name + '_' + std::to_string(info.index);
+}
+
+INSTANTIATE_TEST_SUITE_P(Data, RealFile, testing::ValuesIn(kCases), nameOf);
 
 // Nothing in the folders is left unread.
 TEST(RealFiles, BothSndlibNotationsAgreeAndEverythingElseIsRead) {

@@ -13,7 +13,13 @@ const BARS = 24;
 
 const byId = (id) => document.getElementById(id);
 const model = makeModel(JSON.parse(byId("data").textContent));
-const go = (key) => { location.hash = key; };
+let shown = null;  // the hash that is on show
+
+// At once: the browser tells of a new hash only later.
+const go = (key) => {
+    location.hash = key;
+    showPicked();
+};
 
 function drawHead() {
     document.title = `${model.title} - KAVRIL plan`;
@@ -83,6 +89,7 @@ function showMap(what, hovered) {
 }
 
 function showPicked() {
+    shown = location.hash;
     const what = picked();
     byId("pickFailure").value = what.failure?.key ?? "";
     if (!what.lsp) byId("pickLsp").value = "";
@@ -179,7 +186,7 @@ select("#zoomIn").on("click", () => map.zoomBy(1.5));
 select("#zoomOut").on("click", () => map.zoomBy(1 / 1.5));
 select("#zoomFit").on("click", map.fit);
 select("#clear").on("click", () => go(""));
-addEventListener("hashchange", showPicked);
+addEventListener("hashchange", () => { if (location.hash !== shown) showPicked(); });
 addEventListener("keydown", (event) => { if (event.key === "Escape") go(""); });
 let width = innerWidth;
 addEventListener("resize", () => {
