@@ -238,8 +238,8 @@ void printBars(const std::vector<Result>& results) {
     }
     const struct {
         const char* what;
-        double bar, aim, measured;
-    } bars[] = {
+        double limit, aim, measured;
+    } figures[] = {
         {"primary request, times the floor", 3.0, 1.0, request},
         {"placing, per hop, times that of the smallest", 1.3, 1.0, place / firstPlace},
         {"local protection, per search, times the floor", 3.0, 1.0, local},
@@ -248,10 +248,10 @@ void printBars(const std::vector<Result>& results) {
         {"GiB resident with 2,000 nodes and 20,000 LSPs", 2.0, 0.5, memory},
         {"plain request, times the fast one (at least)", 500.0, 5000.0, plain},
     };
-    std::puts("\n| from 315 nodes on | bar | aim | measured |\n|---|--:|--:|--:|");
-    for (const auto& b : bars)
-        if (!std::isnan(b.measured))
-            std::printf("| %s | %g | %g | %.2f |\n", b.what, b.bar, b.aim, b.measured);
+    std::puts("\n| from 315 nodes on | limit | aim | measured |\n|---|--:|--:|--:|");
+    for (const auto& f : figures)
+        if (!std::isnan(f.measured))
+            std::printf("| %s | %g | %g | %.2f |\n", f.what, f.limit, f.aim, f.measured);
 }
 
 Options parse(int argc, char** argv) {
