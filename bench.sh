@@ -36,7 +36,7 @@ echo "Building ..." >&2
 mkdir -p build
 {
     cmake -S . -B build/bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DKAVRIL_JAVA=OFF \
-        -DKAVRIL_BENCH=ON -DBUILD_TESTING=OFF &&
+        -DKAVRIL_WORKBENCH=OFF -DKAVRIL_BENCH=ON -DBUILD_TESTING=OFF &&
         cmake --build build/bench
 } >build/bench.log 2>&1 || {
     cat build/bench.log >&2
