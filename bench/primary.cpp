@@ -1,5 +1,6 @@
 // Rows on primaries.
 
+#include "admission/lsp_setup.h"
 #include "computation/primary/primaryPath.h"
 
 #include <cmath>
@@ -8,7 +9,6 @@
 #include <utility>
 
 #include "common/setup.h"
-#include "database/stored_link.h"
 #include "error/error.h"
 #include "predicate/predicate.h"
 #include "rows.h"
@@ -127,7 +127,7 @@ void requireAdmitted(Rig& rig, const Path& path, LSPRequest* req, int oa) {
             freeBandwidth(dataBase, ends, oa) >= req->bw[oa])
             continue;
         double gain[kClasses];
-        DBLinkState* state = fullState(dataBase, ends.src, ends.dst);
+        DBLinkState* state = DBgetLinkState(dataBase, ends.src, ends.dst);
         require(isValidRequestLink(dataBase, ends.src, ends.dst, state, req, gain),
                 "the path crosses a link that refuses it");
         packedBook(findLink(&dataBase->linkTab, ends.src, ends.dst));  // as it was

@@ -1,4 +1,5 @@
 #include "state.h"
+#include "admission/lsp_setup.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "admission/lsp_setup.h"
 #include "common/setup.h"
 #include "computation/backup/backup.h"
 #include "computation/computation.h"

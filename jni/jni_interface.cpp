@@ -2,6 +2,7 @@
 //
 // Units, ranges and exceptions are told once, for the callers, in the Java class.
 
+#include "admission/lsp_setup.h"
 #include "velmor_repository_KAVRIL_JNIKAVRIL.h"
 
 #include "common/setup.h"

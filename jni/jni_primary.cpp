@@ -1,5 +1,6 @@
 // Native method that computes primary paths.
 
+#include "admission/lsp_setup.h"
 #include "common/setup.h"
 #include "computation/computation.h"
 #include "computation/primary/primaryPath.h"

@@ -8,7 +8,7 @@
 #include <mutex>
 
 #include "common/types.h"
-#include "session.h"
+#include "session/session.h"
 
 constexpr const char* kAddDBException =
     "velmor/repository/model/exception/AddDBException";

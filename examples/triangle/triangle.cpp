@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <initializer_list>
 
+#include "admission/lsp_setup.h"
 #include "common/setup.h"
 #include "computation/backup/backup.h"
 #include "computation/computation.h"

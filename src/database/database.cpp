@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "database/workspace.h"
+#include "database/live/live.h"
 #include "error/error.h"
 
 #define ERROR_SOURCE "database/database.c"
@@ -45,18 +45,21 @@ DataBase* DBnew(Long id) {
     auto* dataBase = static_cast<DataBase*>(mycalloc(1, sizeof(DataBase)));
     if (dataBase == nullptr) return FAIL_WITH(nullptr, "Critical lack of memory");
     dataBase->id = id;
-    if (initContainers(dataBase) < 0) {
-        endContainers(dataBase);
-        myfree(dataBase);
-        return nullptr;
-    }
-    return dataBase;
+    dataBase->live = newLive();
+    if (dataBase->live != nullptr && initContainers(dataBase) == 0) return dataBase;
+    if (dataBase->live == nullptr)
+        PUSH_ERROR(CRITICAL, "Critical lack of memory");
+    else
+        endLive(dataBase->live);
+    endContainers(dataBase);
+    myfree(dataBase);
+    return nullptr;
 }
 
 int DBdestroy(DataBase* dataBase) {
     if (dataBase == nullptr) return FAIL_WITH(-1, "Bad argument (NULL)");
     endContainers(dataBase);
-    endWorkspace(dataBase);
+    endLive(dataBase->live);
     myfree(dataBase);
     return 0;
 }
@@ -88,7 +91,7 @@ int DBaddNode(DataBase* dataBase, Long id) {
         return FAIL_WITH(-1, "Unable to insert a new node in the general node container");
     }
     dataBase->nbNodes++;
-    topologyChanged(dataBase);
+    nodeJoins(dataBase, id);
     return 0;
 }
 

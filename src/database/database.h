@@ -1,7 +1,8 @@
 // The network database of a session: nodes, links and LSPs, and the bandwidth that LSPs
 // occupy on links.
 //
-// The database owns everything put into it. Ids are the caller's and index tables
+// The database owns everything put into it. What it hands out is to be read: only the
+// functions whose names begin with DB change it. Ids are the caller's and index tables
 // directly, so they should be small. Operations that touch several links go on past a
 // failing one and say at the end that they are "uncomplete"; nothing is rolled back.
 #pragma once
@@ -12,7 +13,6 @@
 #include "database/database_st.h"
 #include "database/database_util.h"
 #include "database/link_update.h"
-#include "database/lsp_setup.h"
 #include "database/reserved_bandwidth.h"
 
 DataBase* DBnew(Long id);
@@ -48,7 +48,8 @@ Long DBgetLinkID(DataBase* dataBase, Long src, Long dst);
 Long DBgetLinkSrc(DataBase* dataBase, Long id);
 Long DBgetLinkDst(DataBase* dataBase, Long id);
 
-// The link's own records, or null.
+// The link's own records, or null: to be read, not written. A state that has been asked
+// for shows what the link carries, its failure tables too, for as long as the link lives.
 DBLSPList* DBgetLinkLSPs(DataBase* dataBase, Long src, Long dst);
 DBLinkState* DBgetLinkState(DataBase* dataBase, Long src, Long dst);
 

@@ -1,4 +1,7 @@
 // Records of the network database.
+//
+// They are to be read: what changes them are the functions whose names begin with DB,
+// which keep everything that is derived from them in step.
 #pragma once
 
 #include "common/common.h"
@@ -45,15 +48,16 @@ struct DBNode {
     LongList outNeighb;  // nodes that this one has a link to, ascending
 };
 
-struct LinkBook;
-struct DBWorkspace;
+struct Ledger;
+struct Live;
 
+// The vectors bbw and fbw of a stored link's state are to be read through DBgetLinkState
+// (database.h): the library keeps what they hold in the ledger until somebody asks.
 struct DBLink {
     Long id;
     DBLinkState state;
     DBLSPList lspList;
-    LinkBook* book;  // failure tables, packed (link_book.h); null while state has them
-    bool handedOut;  // a caller has a pointer to state: it must have them
+    Ledger* ledger;  // of a stored link: its failure tables, packed
 };
 
 // Nodes by id, owned; null marks a free id.
@@ -84,7 +88,6 @@ struct DataBase {
     DBLinkTab linkTab;
     LongVec
         linkSrcVec;  // source node + 1 by link id, 0 for a free id; top: highest id + 1
-    LongVec linkDstVec;     // destination node + 1 by link id
-    std::uint32_t version;  // changes whenever a node or link comes or goes
-    DBWorkspace* work;      // what is kept between calls (workspace.h)
+    LongVec linkDstVec;  // destination node + 1 by link id
+    Live* live;          // what is derived from all this
 };

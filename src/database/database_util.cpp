@@ -2,7 +2,7 @@
 
 #define ERROR_SOURCE "database/database_util.c"
 #include "common/vec.h"
-#include "database/link_book.h"
+#include "database/live/ledger.h"
 
 namespace {
 
@@ -156,9 +156,8 @@ int DBlinkEnd(DBLink* link) {
     if (link == nullptr) return FAIL_WITH(-1, "Bad argument (NULL)");
     DBlinkStateEnd(&link->state);
     DBlspListEnd(&link->lspList);
-    if (link->book != nullptr) endBook(link->book);
-    myfree(link->book);
-    link->book = nullptr;
+    endLedger(link->ledger);
+    link->ledger = nullptr;
     return 0;
 }
 

@@ -65,6 +65,11 @@ int DBlinkTabRemove(DBLinkTab* tab, Long src, Long dst);
 // keeps as many as are complete.
 int DBlinkTabResize(DBLinkTab* tab, Long newsize);
 
+// The end node of a link id, from one of the tables that translate ids; -1 for a free id.
+inline Long endOf(const LongVec* ends, Long id) {
+    return id >= 0 && id < ends->size ? ends->cont[id] - 1 : -1;
+}
+
 // The record at an id or a pair of ids; null, without a message, if there is none.
 DBNode* findNode(const DBNodeVec* vec, Long id);
 DBLabelSwitchedPath* findLSP(const DBLSPVec* vec, Long id);

@@ -3,9 +3,7 @@
 #include <algorithm>
 
 #include "database/database.h"
-#include "database/need_rows.h"
-#include "database/stored_link.h"
-#include "database/workspace.h"
+#include "database/live/live.h"
 #include "error/error.h"
 
 #define ERROR_SOURCE "database/database.c"
@@ -40,6 +38,22 @@ DBLink* makeLink(Long id, DBLinkState* initLinkState) {
     return link;
 }
 
+int reserveNeighbour(LongList* list) {
+    return list->top < list->size ? 0 : longVecResize(list, 2 * list->size);
+}
+
+// Makes room for all that is to change once the link is in the table, so that nothing can
+// fail from then on.
+int makeRoomForLink(DataBase* dataBase, DBLink* link, Long src, Long dst) {
+    if (reserveNeighbour(&dataBase->nodeVec.cont[src]->outNeighb) < 0 ||
+        reserveNeighbour(&dataBase->nodeVec.cont[dst]->inNeighb) < 0 ||
+        reserveId(dataBase, link->id) < 0)
+        return -1;
+    return prepareLink(dataBase, link, src, dst)
+               ? 0
+               : FAIL_WITH(-1, "Critical lack of memory");
+}
+
 // Checks the ends and puts the link into the table, which then owns it.
 int storeLink(DataBase* dataBase, DBLink* link, Long src, Long dst) {
     if (findNode(&dataBase->nodeVec, src) == nullptr ||
@@ -47,17 +61,16 @@ int storeLink(DataBase* dataBase, DBLink* link, Long src, Long dst) {
         return FAIL_WITH(-1, "Source or destination node doesn't exist");
     if (findLink(&dataBase->linkTab, src, dst) != nullptr)
         return FAIL_WITH(-1, "Unable to insert a new node in the general node container");
-    if (reserveId(dataBase, link->id) < 0)
+    if (makeRoomForLink(dataBase, link, src, dst) < 0)
         return FAIL_WITH(-1, "Link addition uncomplete");
-    if (DBlinkTabSet(&dataBase->linkTab, link, src, dst) < 0)
-        return FAIL_WITH(-1, "Unable to insert a new node in the general node container");
-    return 0;
+    if (DBlinkTabSet(&dataBase->linkTab, link, src, dst) == 0) return 0;
+    abandonLink(dataBase, link);
+    return FAIL_WITH(-1, "Unable to insert a new node in the general node container");
 }
 
-int addNeighbour(LongList* list, Long id) {
-    const int ret = longVecPushBack(list, id);
+void addNeighbour(LongList* list, Long id) {
+    longVecPushBack(list, id);
     longListSort(list);
-    return ret;
 }
 
 // Removes the first entry `id`, or entry 0 if there is none.
@@ -113,17 +126,16 @@ int DBaddLink(DataBase* dataBase, Long id, Long src, Long dst,
         return -1;
     }
 
-    int ret = 0;
-    if (addNeighbour(&dataBase->nodeVec.cont[src]->outNeighb, dst) < 0) ret = -1;
-    if (addNeighbour(&dataBase->nodeVec.cont[dst]->inNeighb, src) < 0) ret = -1;
+    addNeighbour(&dataBase->nodeVec.cont[src]->outNeighb, dst);
+    addNeighbour(&dataBase->nodeVec.cont[dst]->inNeighb, src);
     dataBase->linkSrcVec.cont[id] = src + 1;
     dataBase->linkDstVec.cont[id] = dst + 1;
     const Long top = std::max(id + 1, dataBase->linkSrcVec.top);
     dataBase->linkSrcVec.top = top;
     dataBase->linkDstVec.top = top;
     dataBase->nbLinks++;
-    topologyChanged(dataBase);
-    return ret == 0 ? 0 : FAIL_WITH(-1, "Link addition uncomplete");
+    linkJoins(dataBase, link);
+    return 0;
 }
 
 Long DBgetLinkID(DataBase* dataBase, Long src, Long dst) {
@@ -146,34 +158,17 @@ DBLSPList* DBgetLinkLSPs(DataBase* dataBase, Long src, Long dst) {
     return link != nullptr ? &link->lspList : nullptr;
 }
 
-namespace {
-
-// Makes a stored link plain, for somebody who reads its tables or writes them.
-int openLink(DataBase* dataBase, DBLink* link) {
-    linkChanged(dataBase, link);
-    loseRows(dataBase);
-    return unpackLink(link);
-}
-
-}  // namespace
-
-DBLinkState* fullState(DataBase* dataBase, Long src, Long dst) {
-    DBLink* link = existingLink(dataBase, src, dst);
-    if (link == nullptr || openLink(dataBase, link) < 0) return nullptr;
-    return &link->state;
-}
-
 DBLinkState* DBgetLinkState(DataBase* dataBase, Long src, Long dst) {
-    DBLinkState* state = fullState(dataBase, src, dst);
-    if (state != nullptr) findLink(&dataBase->linkTab, src, dst)->handedOut = true;
-    return state;
+    DBLink* link = existingLink(dataBase, src, dst);
+    return link != nullptr && mirrorLink(dataBase, link) == 0 ? &link->state : nullptr;
 }
 
 int DBsetLinkState(DataBase* dataBase, Long src, Long dst, DBLinkState* newLS) {
     if (newLS == nullptr) return FAIL_WITH(-1, "Bad argument (NULL)");
     DBLink* link = existingLink(dataBase, src, dst);
-    if (link == nullptr || openLink(dataBase, link) < 0) return -1;
-    if (DBlinkStateCopy(&link->state, newLS) < 0)
+    if (link == nullptr || mirrorLink(dataBase, link) < 0) return -1;
+    const int copied = DBlinkStateCopy(&link->state, newLS);
+    if (stateReplaced(dataBase, link) < 0 || copied < 0)
         return FAIL_WITH(-1, "Impossible to set linkstate on link (src = %d, dst = %d)",
                          src, dst);
     return 0;
@@ -186,8 +181,13 @@ int DBremoveLink(DataBase* dataBase, Long src, Long dst) {
     DBLink* link = findLink(&dataBase->linkTab, src, dst);
     if (source == nullptr || destination == nullptr || link == nullptr)
         return FAIL_WITH(-1, "Link doesn't exist or database unconsistancy");
+    if (!prepareLeave(dataBase, link)) {
+        PUSH_ERROR(CRITICAL, "Critical lack of memory");
+        return FAIL_WITH(-1, "Link removal uncomplete");
+    }
 
     const Long id = link->id;
+    linkLeaves(dataBase, link);
     int ret = 0;
     if (removeNeighbour(&source->outNeighb, dst) < 0) ret = -1;
     if (removeNeighbour(&destination->inNeighb, src) < 0) ret = -1;
@@ -197,7 +197,7 @@ int DBremoveLink(DataBase* dataBase, Long src, Long dst) {
     LongVec* srcVec = &dataBase->linkSrcVec;
     while (srcVec->top > 0 && srcVec->cont[srcVec->top - 1] == 0) srcVec->top--;
     dataBase->nbLinks--;
-    topologyChanged(dataBase);
+    countsChanged(dataBase);
     return ret == 0 ? 0 : FAIL_WITH(-1, "Link removal uncomplete");
 }
 
@@ -205,6 +205,10 @@ int DBremoveNode(DataBase* dataBase, Long id) {
     if (dataBase == nullptr) return FAIL_WITH(-1, "Bad argument (NULL)");
     DBNode* node = findNode(&dataBase->nodeVec, id);
     if (node == nullptr) return FAIL_WITH(-1, "Trying to remove an inexistent node");
+    if (!prepareCounts(dataBase)) {
+        PUSH_ERROR(CRITICAL, "Critical lack of memory");
+        return FAIL_WITH(-1, "Node removal uncomplete");
+    }
 
     auto removeFrom = [&](Long src) { return DBremoveLink(dataBase, src, id); };
     auto removeTo = [&](Long dst) { return DBremoveLink(dataBase, id, dst); };
@@ -215,6 +219,6 @@ int DBremoveNode(DataBase* dataBase, Long id) {
     // One less than the links that were removed, and nbNodes stays: the reserved
     // bandwidth counts its failures against both.
     dataBase->nbLinks--;
-    topologyChanged(dataBase);
+    nodeLeaves(dataBase);
     return ret == 0 ? 0 : FAIL_WITH(-1, "Node removal uncomplete");
 }

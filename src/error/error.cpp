@@ -30,7 +30,8 @@ bool grow() {
 void store(GravityLevel level, const char* message) {
     ErrorElem* elem = &errorManager.list[errorManager.top++];
     elem->gravity = level;
-    std::snprintf(elem->message, sizeof elem->message, "%s", message);
+    std::strncpy(elem->message, message, sizeof elem->message - 1);
+    elem->message[sizeof elem->message - 1] = '\0';
 }
 
 void push(GravityLevel level, const char* message) {
@@ -81,9 +82,23 @@ void addErrorAt(GravityLevel level, const char* source, int line, const char* ms
 void printErrorStack() {
     static const char* const tags[] = {"[INFO] ", "[WARNING] ", "[CRITICAL] ",
                                        "[PANIC] "};
+    // Standard error is not buffered: a system call per message would take half a minute
+    // for a million of them.
+    char lines[1 << 14];
+    std::size_t length = 0;
+    auto add = [&](const char* text) {
+        const std::size_t bytes = std::strlen(text);
+        std::memcpy(lines + length, text, bytes);
+        length += bytes;
+    };
     for (Long i = errorManager.top - 1; i >= 0; i--) {
         const ErrorElem* elem = &errorManager.list[i];
-        const bool known = elem->gravity >= INFO && elem->gravity <= PANIC;
-        std::fprintf(stderr, "%s%s\n", known ? tags[elem->gravity] : "", elem->message);
+        if (elem->gravity >= INFO && elem->gravity <= PANIC) add(tags[elem->gravity]);
+        add(elem->message);
+        add("\n");
+        if (length + 2 * sizeof(ErrorElem) > sizeof lines || i == 0) {
+            std::fwrite(lines, 1, length, stderr);
+            length = 0;
+        }
     }
 }

@@ -30,6 +30,6 @@ bool isValidRequestLink(DataBase* dataBase, Long src, Long dst, DBLinkState* ls,
 bool isValidLSPLink(DataBase* dataBase, Long src, Long dst, DBLinkState* ls,
                     DBLabelSwitchedPath* lsp, double* gain);
 
-// The same for the stored link between the two, without a copy of its state.
-bool isValidStoredLink(DataBase* dataBase, DBLink* link, Long src, Long dst,
-                       DBLabelSwitchedPath* lsp, double* gain);
+// The capacity clause on its bare inputs.
+bool fitsCapacity(const double (&rbw)[kClasses][kLevels], const double (&cap)[kClasses],
+                  int precedence, double* gain);

@@ -12,9 +12,9 @@ namespace {
 
 constexpr double kEps = 1e-10;  // amounts below count as zero
 
-// How often LSPs may be taken that were taken before: one that is tiny against the need
-// would be taken until memory ends.
-constexpr int kMaxAgain = 10000;
+// How often LSPs may be taken that were taken before. One that is tiny against the need,
+// 1e-3 against 1e6, is taken until it has freed enough, but not until memory ends.
+constexpr int kMaxAgain = 1 << 24;
 
 bool listIsLive(const DBLSPList* list) {
     return list->cont != nullptr;
@@ -71,7 +71,7 @@ int chooseInLevel(Choice* choice, int level) {
         if (choice->isExhausted()) return fail();
         // May run on into the next level.
         if (choice->need >= choice->candidate(choice->next)->bw[choice->oa]) {
-            if (takeOne(choice, choice->next++) < 0) return -1;
+            if (takeOne(choice, choice->next++) < 0) return fail();
             continue;
         }
         // The last of those that suffice is the smallest. If the next candidate is of
@@ -81,8 +81,12 @@ int chooseInLevel(Choice* choice, int level) {
                choice->candidate(j)->bw[choice->oa] >= choice->need &&
                choice->candidate(j)->precedence == level)
             j++;
-        if (j == choice->next && ++again > kMaxAgain) return fail();
-        if (takeOne(choice, j - 1) < 0) return -1;
+        const double before = choice->need;
+        const bool isAgain = j == choice->next;
+        if (isAgain && ++again > kMaxAgain) return fail();
+        if (takeOne(choice, j - 1) < 0) return fail();
+        // What changes nothing would be taken for ever.
+        if (isAgain && choice->need == before) return fail();
         choice->next = j;
     }
     return 0;

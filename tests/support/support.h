@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "admission/lsp_setup.h"
 #include "common/setup.h"
 #include "computation/computation.h"
 #include "database/database.h"
@@ -122,8 +123,3 @@ class Net {
   private:
     DataBase* db_;
 };
-
-// Fails unless pbw, bbw, fbw, rbw and the LSP list of every link are what the LSPs that
-// are up amount to, computed from nothing. A cell may differ by that share of the link's
-// capacity; the largest share is returned.
-double expectTablesMatch(DataBase* db, double tolerance = 0.0);

@@ -1,4 +1,5 @@
 #include "engine/engine.h"
+#include "admission/lsp_setup.h"
 
 #include <algorithm>
 #include <deque>

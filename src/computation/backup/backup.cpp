@@ -1,58 +1,63 @@
 #include "computation/backup/backup.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include "computation/backup/backup_request.h"
-#include "computation/backup/exact_search.h"
+#include "computation/backup/node_queue.h"
 #include "computation/backup/working_links.h"
 #include "computation/computation.h"
 #include "database/database.h"
-#include "database/workspace.h"
 #include "error/error.h"
 
 #define ERROR_SOURCE "computation/backup/backup.c"
 
 namespace {
 
+constexpr double kNotReached = -1.0;
+
+// The queue of dijkstra.h, for keys that are not numbers: they keep no order, so that
+// what comes out depends on its tree.
+class TreeQueue {
+  public:
+    explicit TreeQueue(Array<CPDijkNode>* nodes) : nodes_(nodes) { CPinitPQ(&queue_); }
+    ~TreeQueue() { CPendPQ(&queue_); }
+    TreeQueue(const TreeQueue&) = delete;
+    TreeQueue& operator=(const TreeQueue&) = delete;
+
+    void clear() { CPendPQ(&queue_); }
+    bool isEmpty() const { return queue_.top == nullptr; }
+    void push(double key, Long node) { CPinsertPQ(&queue_, &(*nodes_)[node], key); }
+    Long pop() { return static_cast<Long>(CPpopTop(&queue_) - nodes_->cont); }
+
+  private:
+    Array<CPDijkNode>* nodes_;
+    CPPrioQueue queue_;
+};
+
 // Everything one call works with.
 class BackupSearch {
   public:
-    BackupSearch(DataBase* dataBase, const DBTopology* topology,
-                 DBLabelSwitchedPath* primary, BackupType type)
+    BackupSearch(DataBase* dataBase, DBLabelSwitchedPath* primary, BackupType type)
         : dataBase_(dataBase),
-          topology_(topology),
-          work_(workspaceOf(dataBase)),
+          graph_(&dataBase->live->graph),
           primary_(primary),
           type_(type),
-          exact_(dataBase, topology, primary),
-          links_(dataBase, topology, primary, type) {
-        CPinitPQ(&queue_);
-    }
-    ~BackupSearch() { CPendPQ(&queue_); }
-    BackupSearch(const BackupSearch&) = delete;
-    BackupSearch& operator=(const BackupSearch&) = delete;
+          links_(dataBase, primary, type) {}
 
-    // `requests` are those that the call will write to.
-    int init(const LSPRequestList* requests) {
-        if (longVecInit(&found_, -1) < 0)
+    int init() {
+        if (!links_.init() || longVecInit(&found_, -1) < 0)
             return FAIL_WITH(-1, "Cannot allocate a required structure");
-        isExact_ = type_ != NO_BACKUP && type_ <= GLOBAL_BACKUP && !hasPaths(requests) &&
-                   exact_.prepare();
-        if (!isExact_) {
-            nodes_ = scratchArray<CPDijkNode>(&work_->scratches[BACKUP_NODES],
-                                              topology_->nodeSlots);
-            if (nodes_ == nullptr || links_.init() < 0)
-                return FAIL_WITH(-1, "Cannot allocate a required structure");
-        }
-        for (Long id = 0; topology_->nbFree > 0 && id < topology_->linkSlots; id++) {
-            const TopoLink& link = topology_->byId[id];
-            if (link.link == nullptr)
-                PUSH_ERROR(
-                    INFO,
-                    "Warning there is no link numbered %d : src = %d, dst = %d ....", id,
-                    link.tail, link.head);
-        }
+        const Long nodes = graph_->nodeSlots();
+        if (!nodes_.fill(nodes, {}) || !lastOnPrimary_.fill(nodes, -1) ||
+            !isForbidden_.fill(graph_->out.top, false) ||
+            !queue_.init(graph_->out.top + 1))
+            return FAIL_WITH(-1, "Cannot allocate a required structure");
+        for (Long i = 0; i < primary_->path.top; i++)
+            if (const Long node = primary_->path.cont[i]; node >= 0 && node < nodes)
+                lastOnPrimary_[node] = i;
+        reportFreeIds();
         return 0;
     }
 
@@ -62,14 +67,15 @@ class BackupSearch {
         const Long nbBackups = path->top - 1;
         if (fillRequests(reqList, nbBackups) < 0) return -1;
         for (Long j = nbBackups - 1; j >= 0; j--) {
-            if (clearForbidden() < 0 || forbidLinksInto(path->cont[j + 1]) < 0) return -1;
-            protect(j, j + 1);
+            const bool isProtectable = links_.startAt(path->cont[j]);
+            clearForbidden();
+            if (forbidLinksInto(path->cont[j + 1]) < 0) return -1;
             // Nothing gets around the last node of the primary.
             bool isFound =
-                !(isExact_ && j + 1 == nbBackups) && search(path->cont[j], j + 1);
+                !(isProtectable && j + 1 == nbBackups) && search(path->cont[j], j + 1);
             if (!isFound) {
-                if (clearForbidden() < 0) return -1;
-                forbidHop(j);
+                clearForbidden();
+                forbid(path->cont[j], path->cont[j + 1]);
                 isFound = search(path->cont[j], j + 1);
             }
             if (!isFound) {
@@ -83,20 +89,20 @@ class BackupSearch {
 
     // One backup from end to end.
     int protectGlobally(LSPRequestList* reqList) {
-        const Long last = primary_->path.top - 1;
+        const LongList* path = &primary_->path;
+        const Long last = path->top - 1;
         if (fillRequests(reqList, 1) < 0) return -1;
-        if (clearForbidden() < 0) return -1;
+        if (last >= 0) links_.startAt(path->cont[0]);
         for (Long i = 1; i < last; i++)
-            if (forbidLinksInto(primary_->path.cont[i]) < 0) return -1;
-        if (last >= 1) forbidHop(last - 1);
-        protect(0, last);
-        bool isFound = searchGlobally();
+            if (forbidLinksInto(path->cont[i]) < 0) return -1;
+        if (last >= 1) forbid(path->cont[last - 1], path->cont[last]);
+        bool isFound = last >= 0 && search(path->cont[0], last);
         if (!isFound) {
             std::printf("Switching from node to link protection for lsp number: %d\n",
                         primary_->id);
-            if (clearForbidden() < 0) return -1;
-            for (Long hop = 0; hop < last; hop++) forbidHop(hop);
-            isFound = searchGlobally();
+            clearForbidden();
+            for (Long i = 0; i < last; i++) forbid(path->cont[i], path->cont[i + 1]);
+            isFound = last >= 0 && search(path->cont[0], last);
         }
         if (!isFound) {
             std::printf("Oups ... no path found ...\n");
@@ -107,21 +113,15 @@ class BackupSearch {
     }
 
   private:
-    // Whether there are paths to be taken back before new ones are written.
-    static bool hasPaths(const LSPRequestList* requests) {
-        return std::any_of(requests->cont, requests->cont + requests->size,
-                           [](const LSPRequest& req) { return req.path.top > 0; });
-    }
-
-    // The node's record in the current search; null for a node that has been removed.
-    CPDijkNode* searchNode(Long id) {
-        DBNode* node = findNode(&dataBase_->nodeVec, id);
-        if (node == nullptr) return nullptr;
-        if (!isMarked(&work_->stamps[REACHED_NODES], id)) {
-            mark(&work_->stamps[REACHED_NODES], id);
-            nodes_[id] = {nullptr, node, -1.0, false};
-        }
-        return &nodes_[id];
+    void reportFreeIds() const {
+        const LongVec* sources = &dataBase_->linkSrcVec;
+        if (dataBase_->live->nbUsed == sources->top) return;
+        for (Long id = 0; id < sources->top; id++)
+            if (sources->cont[id] == 0)
+                PUSH_ERROR(
+                    INFO,
+                    "Warning there is no link numbered %d : src = %d, dst = %d ....", id,
+                    -1, -1);
     }
 
     int fillRequests(LSPRequestList* reqList, Long size) {
@@ -131,21 +131,11 @@ class BackupSearch {
         return 0;
     }
 
-    int clearForbidden() {
-        if (clearStamps(&work_->stamps[FORBIDDEN_LINKS], topology_->linkSlots) < 0)
-            return FAIL_WITH(-1, "Cannot allocate a required structure");
-        return 0;
-    }
+    void clearForbidden() { std::fill(isForbidden_.begin(), isForbidden_.end(), false); }
 
-    // Forbids a link if it exists.
-    void forbid(Long src, Long dst) {
-        const Long id = DBgetLinkID(dataBase_, src, dst);
-        if (id >= 0) mark(&work_->stamps[FORBIDDEN_LINKS], id);
-    }
-
-    // Forbids the link from node `hop` of the primary to the next.
-    void forbidHop(Long hop) {
-        forbid(primary_->path.cont[hop], primary_->path.cont[hop + 1]);
+    void forbid(Long tail, Long head) {
+        if (findLink(&dataBase_->linkTab, tail, head) != nullptr)
+            isForbidden_[positionOf(graph_, tail, head)] = true;
     }
 
     int forbidLinksInto(Long node) {
@@ -156,92 +146,80 @@ class BackupSearch {
         return 0;
     }
 
-    // Says from which hops of the primary the next searches protect.
-    void protect(Long first, Long last) {
-        if (isExact_) exact_.protect(first, last);
-    }
-
-    bool searchGlobally() {
-        const LongList* path = &primary_->path;
-        return path->top > 0 && search(path->cont[0], path->top - 1);
-    }
-
     // Searches from start for the nearest of the primary's nodes from index firstGoal on;
     // the path found stands in found_.
     bool search(Long start, Long firstGoal) {
         found_.top = 0;
-        if (isExact_) return exact_.search(start, firstGoal, &found_);
-        const CPDijkNode* end = searchByTrials(start, firstGoal);
-        return end != nullptr && pushChain(&found_, end) == 0;
+        if (findNode(&dataBase_->nodeVec, start) == nullptr) return false;
+        bool areNumbers = true;
+        Long goal = searchWith(&queue_, start, firstGoal, &areNumbers);
+        if (!areNumbers) {
+            TreeQueue tree(&nodes_);
+            goal = searchWith(&tree, start, firstGoal, nullptr);
+        }
+        for (Long n = goal; n >= 0; n = idOf(nodes_[n].from))
+            if (longVecPushBack(&found_, n) < 0) return false;
+        std::reverse(found_.cont, found_.cont + found_.top);
+        return goal >= 0;
     }
 
-    // Dijkstra; returns the goal's search node, or null. Ends: links are relaxed once per
-    // node, when it is marked.
-    CPDijkNode* searchByTrials(Long start, Long firstGoal) {
-        CPendPQ(&queue_);
-        if (clearStamps(&work_->stamps[REACHED_NODES], topology_->nodeSlots) < 0)
-            return nullptr;
-        CPDijkNode* node = searchNode(start);
-        if (node == nullptr) return nullptr;
-        node->val = 0.0;
-        if (CPinsertPQ(&queue_, node, 0.0) < 0) return nullptr;
-        while ((node = CPpopTop(&queue_)) != nullptr) {
+    Long idOf(const CPDijkNode* node) const {
+        return node != nullptr ? static_cast<Long>(node - nodes_.cont) : -1;
+    }
+
+    // Dijkstra; returns the goal, or -1. Ends: links are relaxed once per node, when it
+    // is marked. Gives up, where that may be told, at the first key that is not a number.
+    template <class Queue>
+    Long searchWith(Queue* queue, Long start, Long firstGoal, bool* areNumbers) {
+        std::fill(nodes_.begin(), nodes_.end(),
+                  CPDijkNode{nullptr, nullptr, kNotReached, false});
+        queue->clear();
+        nodes_[start].val = 0.0;
+        queue->push(0.0, start);
+        while (!queue->isEmpty()) {
+            const Long n = queue->pop();
+            CPDijkNode* node = &nodes_[n];
             if (node->marked) continue;
             node->marked = true;
-            if (isGoal(node->node->id, firstGoal)) return node;
-            relaxNeighbours(node);
+            if (lastOnPrimary_[n] >= firstGoal) return n;
+            for (Long i = graph_->first[n]; i < graph_->first[n + 1]; i++) {
+                const Long head = graph_->out[i].head;
+                CPDijkNode* next = &nodes_[head];
+                if (next->marked || isForbidden_[i]) continue;
+                const double cost = links_.cost(i, n);
+                if (cost < 0.0) continue;
+                const double val = node->val + cost;
+                if (next->val != kNotReached && !(val > 0.0 && next->val > val)) continue;
+                if (areNumbers != nullptr && std::isnan(val)) {
+                    *areNumbers = false;
+                    return -1;
+                }
+                next->val = val;
+                next->from = node;
+                queue->push(val, head);
+            }
         }
-        return nullptr;
-    }
-
-    bool isGoal(Long node, Long firstGoal) const {
-        const LongList* path = &primary_->path;
-        const Long* end = path->cont + path->top;
-        return std::find(static_cast<const Long*>(path->cont + firstGoal), end, node) !=
-               end;
-    }
-
-    void relaxNeighbours(CPDijkNode* node) {
-        const Long id = node->node->id;
-        if (links_.setTail(node) < 0) return;
-        for (Long i = topology_->firstOut[id]; i < topology_->firstOut[id + 1]; i++) {
-            const TopoLink& link = topology_->out[i];
-            CPDijkNode* next = searchNode(link.head);
-            if (next->marked || isMarked(&work_->stamps[FORBIDDEN_LINKS], link.id))
-                continue;
-            const double cost = links_.cost(link, node);
-            if (cost < 0.0) continue;
-            const double val = node->val + cost;
-            if (next->val != -1.0 && !(val > 0.0 && next->val > val)) continue;
-            next->val = val;
-            next->from = node;
-            CPinsertPQ(&queue_, next, val);
-        }
+        return -1;
     }
 
     // Writes the path found into the request; searches to come see its bandwidth.
     int record(LSPRequest* req) {
-        if (!isExact_) links_.book(req, REMOVE);
+        if (links_.book(req, REMOVE) < 0) return -1;
         if (longVecCopy(&req->path, &found_) < 0) return -1;
-        if (isExact_)
-            exact_.book(&found_);
-        else
-            links_.book(req, SETUP);
-        return 0;
+        return links_.book(req, SETUP);
     }
 
     DataBase* dataBase_;
-    const DBTopology* topology_;
-    DBWorkspace* work_;
+    Graph* graph_;
     DBLabelSwitchedPath* primary_;
     BackupType type_;
-    ScopedLongList found_;
-    ExactSearch exact_;
-    bool isExact_ = false;
-    // What searches by trials need.
     WorkingLinks links_;
-    CPDijkNode* nodes_ = nullptr;  // by node id; valid where the search has been
-    CPPrioQueue queue_;
+    ScopedLongList found_;
+    ScopedArray<CPDijkNode> nodes_;  // by node
+    ScopedArray<Long>
+        lastOnPrimary_;              // likewise: last index on the primary's path, or -1
+    ScopedArray<bool> isForbidden_;  // by position in the graph
+    NodeQueue queue_;
 };
 
 }  // namespace
@@ -251,10 +229,8 @@ int computeBackup(DataBase* dataBase, LSPRequestList* reqList, Long lspID,
     if (dataBase == nullptr || reqList == nullptr) return FAIL_WITH(-1, "Wrong argument");
     DBLabelSwitchedPath* primary = DBgetLSP(dataBase, lspID);
     if (primary == nullptr) return FAIL_WITH(-1, "Cannot find lsp ID %d", lspID);
-    const DBTopology* topology = currentTopology(dataBase);
-    if (topology == nullptr) return FAIL_WITH(-1, "Cannot allocate a required structure");
-    BackupSearch search(dataBase, topology, primary, type);
-    if (search.init(reqList) < 0) return -1;
+    BackupSearch search(dataBase, primary, type);
+    if (search.init() < 0) return -1;
     switch (type) {
         case NO_BACKUP:
             PUSH_ERROR(INFO, "Oups no backup were requested");

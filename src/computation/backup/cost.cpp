@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "admission/link_eval.h"
 #include "computation/backup/backup.h"
 #include "computation/backup/backup_request.h"
 #include "computation/computation.h"

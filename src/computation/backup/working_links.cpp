@@ -1,129 +1,251 @@
 #include "computation/backup/working_links.h"
 
 #include <algorithm>
+#include <utility>
 
-#include "computation/backup/backup.h"
 #include "computation/backup/backup_request.h"
 #include "database/database.h"
-#include "database/workspace.h"
+#include "database/reserved_bandwidth.h"
 #include "error/error.h"
 
 #define ERROR_SOURCE "computation/backup/backup.c"
 
-// What a booked backup changes of a packed link.
-struct WorkingLinks::Copy {
-    LinkBook book;
-    double rbw[kClasses][kLevels];
-};
+namespace {
+
+// Sums up what a class reserves, on top of `total` if that is asked for, too.
+double addUp(const double (&rbw)[kLevels], double* total) {
+    double reserved = 0.0;
+    for (double level : rbw) {
+        reserved += level;
+        *total += level;
+    }
+    return reserved;
+}
+
+}  // namespace
 
 WorkingLinks::~WorkingLinks() {
-    for (Long i = 0; i < copied_.top; i++) {
-        Copy** copy = &copies_[copied_.cont[i]];
-        endBook(&(*copy)->book);
-        myfree(*copy);
-        *copy = nullptr;  // the array is used again
+    for (Overlay* overlay : overlays_) {
+        endArray(&overlay->changes);
+        myfree(overlay);
     }
-    for (Long id = 0; lsList_ != nullptr && id < topology_->linkSlots; id++)
-        if (lsList_[id] != nullptr && DBlinkStateDestroy(lsList_[id]) < 0)
-            PUSH_ERROR(CRITICAL, "Something went wrong while clearing a structure");
-    myfree(lsList_);
+    endArray(&trial_.changes);
 }
 
-int WorkingLinks::init() {
-    copies_ = scratchArray<Copy*>(&workspaceOf(dataBase_)->scratches[BACKUP_LINKS],
-                                  topology_->linkSlots);
-    if (copies_ == nullptr || longVecInit(&copied_, -1) < 0 || DBlspInit(&trial_) < 0)
-        return -1;
+bool WorkingLinks::init() {
+    if (!refreshViews(dataBase_, live_, 0, 0, kLevels - 1) || DBlspInit(&backup_) < 0 ||
+        !overlayAt_.fill(live_->graph.out.top, -1) ||
+        !isOnPrimary_.fill(live_->graph.nodeSlots(), false) ||
+        longVecCopy(&backup_.primPath, &primary_->path) < 0)
+        return false;
     LSPRequest request = {};
     fillBackupRequest(&request, primary_, type_);
-    trial_.precedence = request.precedence;
-    trial_.type = request.type;
-    trial_.primID = request.primID;
-    std::copy_n(request.bw, kClasses, trial_.bw);
-    return longVecCopy(&trial_.primPath, &primary_->path);
-}
-
-int WorkingLinks::setTail(const CPDijkNode* node) {
-    trial_.path.top = 0;
-    if (pushChain(&trial_.path, node) < 0) return -1;
-    return longVecPushBack(&trial_.path, node->node->id);  // room for the head
-}
-
-double WorkingLinks::cost(const TopoLink& link, CPDijkNode* tail) {
-    if (packedBook(link.link) == nullptr) {
-        if (plainState(link) == nullptr) return -1.0;
-        return computeCost(dataBase_, lsList_, link.tail, link.head, tail, primary_,
-                           type_);
+    backup_.precedence = trial_.level = request.precedence;
+    backup_.type = request.type;
+    backup_.primID = request.primID;
+    std::copy_n(request.bw, kClasses, backup_.bw);
+    for (int oa = 0; oa < kClasses; oa++) {
+        if (request.bw[oa] == 0.0) continue;
+        asked_ |= 1U << oa;
+        if (!(request.bw[oa] > 0.0)) isOdd_ = true;
     }
-    trial_.path.cont[trial_.path.top - 1] = link.head;
-    const LinkImage working = image(link);
-    double rbw[kClasses][kLevels];
-    if (trialSetup(dataBase_, working, link.tail, link.head, &trial_, rbw) < 0) {
-        PUSH_ERROR(WARNING, "Error while computing new link state");
-        return -1.0;
-    }
-    return costOfReservation(working.rbw, rbw, working.cap, primary_, link.head);
+    hasOneLength_ = primary_->primPath.top == 0;
+    if (hasOneLength_) lengthCost_ = lengthCost(primary_, -1);
+    const LongList* path = &primary_->path;
+    for (Long i = 0; i < path->top; i++)
+        if (path->cont[i] >= 0 && path->cont[i] < isOnPrimary_.top)
+            isOnPrimary_[path->cont[i]] = true;
+    return true;
 }
 
-void WorkingLinks::book(LSPRequest* req, operation op) {
-    if (longVecCopy(&trial_.path, &req->path) < 0) return;
-    for (Long i = 0; i < req->path.top - 1; i++) {
-        const Long src = req->path.cont[i];
-        const Long dst = req->path.cont[i + 1];
-        const Long id = DBgetLinkID(dataBase_, src, dst);
-        if (id < 0) continue;
-        const TopoLink& link = topology_->byId[id];
-        if (packedBook(link.link) == nullptr) {
-            DBLinkState* ls = plainState(link);
-            if (ls != nullptr) evalLS(dataBase_, src, dst, ls, ls, req, op);
-        } else if (copyOf(link) != nullptr) {
-            updateImage(dataBase_, image(link), src, dst, &trial_, op);
+bool WorkingLinks::startAt(Long node) {
+    const LongList* path = &primary_->path;
+    first_ = indexOf(path, node);
+    last_ = type_ == LOCAL_BACKUP ? first_ + 1 : path->top - 1;
+    isProtectable_ = true;
+    for (Long i = first_; i < last_; i++)
+        if (findLink(&dataBase_->linkTab, path->cont[i], path->cont[i + 1]) == nullptr)
+            isProtectable_ = false;
+    isSimple_ = !isOdd_;
+    for (Long i = first_ + 1; i < last_; i++)
+        if (indexOf(path, path->cont[i + 1], first_ + 1) != i + 1) isSimple_ = false;
+    return isProtectable_;
+}
+
+int WorkingLinks::failUnprotectable() const {
+    const LongList* path = &primary_->path;
+    for (Long i = first_; i < last_; i++) {
+        const Long tail = path->cont[i];
+        const Long head = path->cont[i + 1];
+        if (findLink(&dataBase_->linkTab, tail, head) != nullptr) continue;
+        failForLink(tail, head);
+        break;
+    }
+    PUSH_ERROR(WARNING, "Error while computing new link state");
+    return -1;
+}
+
+// Whether the primary keeps flowing on the link when what a local backup protects fails:
+// the backup then takes back what would be free there, besides its own bandwidth.
+bool WorkingLinks::alsoFrees(Long tail, Long head) const {
+    if (type_ != LOCAL_BACKUP || !isOnPrimary_[tail]) return false;
+    const LongList* path = &primary_->path;
+    const Long hop = hopIndex(path, tail, head);
+    return hop >= 0 && !(first_ <= hop && hop < indexOf(path, head, first_));
+}
+
+// Whether any failure protected from has cells on the link.
+bool WorkingLinks::isTouched(const Ledger* ledger) const {
+    const LongList* path = &primary_->path;
+    for (Long i = first_; i < last_; i++)
+        if (live_->concerned[path->cont[i + 1]].has(ledger->slot)) return true;
+    return false;
+}
+
+// What a failure without cells needs with the backup.
+void WorkingLinks::raiseUntouched(const double* bw, bool alsoFrees, int oa,
+                                  Need* worst) const {
+    if (first_ == last_) return;
+    const double need = alsoFrees ? bw[oa] + bw[oa] : bw[oa];
+    for (int p = trial_.level; p < kLevels; p++)
+        if (need > worst->at[p]) worst->at[p] = need;
+}
+
+// Makes trial_ of an overlay's changes and those of the backup tried.
+bool WorkingLinks::gatherTrial(const Overlay* overlay, bool alsoFrees) {
+    Array<FailureChange>* changes = &trial_.changes;
+    const Long before = overlay != nullptr ? overlay->changes.top : 0;
+    if (!makeRoom(changes, before + 2 * (last_ - first_))) return false;
+    if (before > 0) std::copy_n(overlay->changes.cont, before, changes->cont);
+    changes->top = before;
+    const LongList* path = &primary_->path;
+    for (Long i = first_; i < last_; i++) {
+        const Long tail = path->cont[i];
+        const Long head = path->cont[i + 1];
+        const Long id = findLink(&dataBase_->linkTab, tail, head)->id;
+        append(changes, FailureChange{id, tail, head, 0, false, 1.0, backup_.bw});
+        if (alsoFrees)
+            append(changes, FailureChange{id, tail, head, 0, true, -1.0, backup_.bw});
+    }
+    sortChanges(changes);
+    return true;
+}
+
+bool WorkingLinks::worstWithTrial(const DBLink* link, const Overlay* overlay,
+                                  bool alsoFrees, int oa, Need* worst) {
+    const Ledger* ledger = link->ledger;
+    const LedgerClass* cls = ledger->classes[oa];
+    if (overlay == nullptr && isSimple_ && !isTouched(ledger)) {
+        *worst = cls != nullptr ? cls->worst : Need{};
+        raiseUntouched(backup_.bw, alsoFrees, oa, worst);
+        return true;
+    }
+    return gatherTrial(overlay, alsoFrees) &&
+           worstAfter(cls, oa, trial_, countedIn(live_), &live_->scratch, worst);
+}
+
+double WorkingLinks::lengthCostTo(Long head) const {
+    return hasOneLength_ ? lengthCost_ : lengthCost(primary_, head);
+}
+
+// The cost with the worst needs that the classes asked for would have.
+double WorkingLinks::costOf(const DBLink* link, const Overlay* overlay, const Need* worst,
+                            Long head) const {
+    const Ledger* ledger = link->ledger;
+    const unsigned occupied = ledger->occupied | asked_;
+    double before = 0.0;
+    double after = 0.0;
+    for (int oa = 0; occupied >> oa != 0; oa++) {
+        if ((occupied >> oa & 1U) == 0) continue;
+        addUp(overlay != nullptr ? overlay->rbw[oa] : link->state.rbw[oa], &before);
+        const LedgerClass* cls = ledger->classes[oa];
+        const Need& now = (asked_ >> oa & 1U) != 0 ? worst[oa]
+                          : cls != nullptr         ? cls->worst
+                                                   : Need{};
+        double rbw[kLevels];
+        addNeeds(now.at, link->state.pbw[oa], rbw);
+        if (addUp(rbw, &after) > link->state.cap[oa]) return -1.0;
+    }
+    return costOfIncrease(before, after, lengthCostTo(head));
+}
+
+double WorkingLinks::cost(Long position, Long tail) {
+    if (!isProtectable_) return failUnprotectable();
+    const OutLink& out = live_->graph.out[position];
+    const DBLink* link = out.link;
+    const Ledger* ledger = link->ledger;
+    const LinkView& view = live_->views.links[position];
+    if ((view.overfull[kLevels - 1] & ~(ledger->occupied | asked_)) != 0) return -1.0;
+    const Overlay* overlay =
+        overlayAt_[position] >= 0 ? overlays_[overlayAt_[position]] : nullptr;
+    const bool frees = alsoFrees(tail, out.head);
+    Need worst[kClasses];
+    bool isSame = overlay == nullptr && ledger->stale == 0 && !view.isOdd;
+    for (int oa = 0; asked_ >> oa != 0; oa++) {
+        if ((asked_ >> oa & 1U) == 0) continue;
+        if (!worstWithTrial(link, overlay, frees, oa, &worst[oa])) {
+            PUSH_ERROR(WARNING, "Error while computing new link state");
+            return -1.0;
         }
+        const LedgerClass* cls = ledger->classes[oa];
+        for (int p = 0; p < kLevels && isSame; p++)
+            isSame = worst[oa].at[p] == (cls != nullptr ? cls->worst.at[p] : 0.0);
     }
+    // Where the backup finds all it needs reserved, nothing is to be added up.
+    if (isSame)
+        return view.overfull[kLevels - 1] != 0
+                   ? -1.0
+                   : costOfIncrease(0.0, 0.0, lengthCostTo(out.head));
+    return costOf(link, overlay, worst, out.head);
 }
 
-LinkImage WorkingLinks::image(const TopoLink& link) {
-    LinkImage image = imageOf(topology_, link.link);
-    if (Copy* copy = copies_[link.id]; copy != nullptr) {
-        image.position = -1;
-        image.book = &copy->book;
-        image.rbw = copy->rbw;
-    }
-    return image;
-}
-
-WorkingLinks::Copy* WorkingLinks::copyOf(const TopoLink& link) {
-    Copy** slot = &copies_[link.id];
-    if (*slot != nullptr) return *slot;
-    auto* copy = static_cast<Copy*>(mycalloc(1, sizeof(Copy)));
-    if (copy == nullptr)
+WorkingLinks::Overlay* WorkingLinks::overlayOf(Long position, const DBLink* link) {
+    if (overlayAt_[position] >= 0) return overlays_[overlayAt_[position]];
+    auto* overlay = static_cast<Overlay*>(mycalloc(1, sizeof(Overlay)));
+    if (overlay == nullptr || !append(&overlays_, overlay)) {
+        myfree(overlay);
         return FAIL_WITH(nullptr, "Cannot duplicate all the link-states");
-    const DBLinkState* state = &link.link->state;
-    std::copy_n(&state->rbw[0][0], kClasses * kLevels, &copy->rbw[0][0]);
-    if (copyBook(&copy->book, link.link->book) < 0 ||
-        longVecPushBack(&copied_, link.id) < 0) {
-        endBook(&copy->book);
-        myfree(copy);
-        return FAIL_WITH(nullptr, "Something went wrong while copying");
     }
-    *slot = copy;
-    return copy;
+    overlayAt_[position] = overlays_.top - 1;
+    std::copy_n(&link->state.rbw[0][0], kClasses * kLevels, &overlay->rbw[0][0]);
+    for (int oa = 0; oa < kClasses; oa++)
+        if (const LedgerClass* cls = link->ledger->classes[oa]; cls != nullptr)
+            overlay->worst[oa] = cls->worst;
+    return overlay;
 }
 
-DBLinkState* WorkingLinks::plainState(const TopoLink& link) {
-    if (lsList_ == nullptr)
-        lsList_ = static_cast<DBLinkState**>(mycalloc(
-            static_cast<std::size_t>(topology_->linkSlots), sizeof(DBLinkState*)));
-    if (lsList_ == nullptr)
-        return FAIL_WITH(nullptr, "Cannot allocate a required structure");
-    DBLinkState** slot = &lsList_[link.id];
-    if (*slot != nullptr) return *slot;
-    DBLinkState* copy = DBlinkStateNew();
-    if (copy == nullptr)
-        return FAIL_WITH(nullptr, "Cannot duplicate all the link-states");
-    if (DBlinkStateCopy(copy, &link.link->state) < 0) {
-        DBlinkStateDestroy(copy);
-        return FAIL_WITH(nullptr, "Something went wrong while copying");
+int WorkingLinks::book(const LSPRequest* req, operation op) {
+    Booker booker;
+    if (longVecCopy(&backup_.path, const_cast<LongList*>(&req->path)) < 0 ||
+        booker.init(dataBase_, &backup_, &primary_->path) < 0)
+        return -1;
+    for (Long i = 0; i + 1 < req->path.top; i++) {
+        const Long tail = req->path.cont[i];
+        const Long head = req->path.cont[i + 1];
+        const DBLink* link = findLink(&dataBase_->linkTab, tail, head);
+        if (link == nullptr) continue;
+        const int ret = booker.gather(tail, head, op);
+        if (ret == 0) continue;
+        Overlay* overlay = overlayOf(positionOf(&live_->graph, tail, head), link);
+        if (overlay == nullptr) return -1;
+        for (FailureChange change : booker.booking.changes) {
+            change.amounts = backup_.bw;
+            if (!append(&overlay->changes, change))
+                return FAIL_WITH(-1, "Something went wrong while copying");
+        }
+        sortChanges(&overlay->changes);
+        if (ret < 0) continue;
+        std::swap(trial_.changes, overlay->changes);
+        bool isDone = true;
+        for (int oa = 0; oa < kClasses; oa++) {
+            if ((asked_ >> oa & 1U) != 0)
+                isDone &=
+                    worstAfter(link->ledger->classes[oa], oa, trial_, countedIn(live_),
+                               &live_->scratch, &overlay->worst[oa]);
+            addNeeds(overlay->worst[oa].at, link->state.pbw[oa], overlay->rbw[oa]);
+        }
+        std::swap(trial_.changes, overlay->changes);
+        if (!isDone) return FAIL_WITH(-1, "Something went wrong while copying");
     }
-    return *slot = copy;
+    return 0;
 }

@@ -1,48 +1,77 @@
-// The link states that one backup computation works on: those of the database, with the
-// backups that were chosen so far booked on copies of the links they touch.
+// The links as one backup computation sees them: those of the database with the backups
+// that it has chosen so far, and what one backup more would cost there.
+//
+// Private to the library. Costs and messages are those of computeCost on working copies
+// of the link states, to the last bit, without the copies: a backup changes nothing on a
+// link but what the failures need that it protects from, and only these are summed up
+// anew.
 #pragma once
 
+#include "common/scoped.h"
 #include "computation/backup/backup_st.h"
-#include "computation/backup/dijkstra.h"
 #include "computation/computation_st.h"
+#include "database/live/live.h"
 #include "database/lsp.h"
-#include "database/stored_link.h"
 
 class WorkingLinks {
   public:
-    WorkingLinks(DataBase* dataBase, const DBTopology* topology,
-                 DBLabelSwitchedPath* primary, BackupType type)
-        : dataBase_(dataBase), topology_(topology), primary_(primary), type_(type) {}
+    WorkingLinks(DataBase* dataBase, DBLabelSwitchedPath* primary, BackupType type)
+        : dataBase_(dataBase), live_(dataBase->live), primary_(primary), type_(type) {}
     ~WorkingLinks();
     WorkingLinks(const WorkingLinks&) = delete;
     WorkingLinks& operator=(const WorkingLinks&) = delete;
 
-    // -1 if there is no memory.
-    int init();
+    // False if there is no memory.
+    bool init();
 
-    // Starts the relaxations from a search node.
-    int setTail(const CPDijkNode* node);
+    // Says where the next backups start: which links of the primary they protect follows
+    // from that. False if one of these does not exist.
+    bool startAt(Long node);
 
-    // computeCost of a link that leaves that node, on the working states.
-    double cost(const TopoLink& link, CPDijkNode* tail);
+    // Cost of the link at a position of the graph for a backup that comes by its tail; -1
+    // if it is not to be used.
+    double cost(Long position, Long tail);
 
-    // Applies a backup to the working states of the links on its path.
-    void book(LSPRequest* req, operation op);
+    // Books a backup on the links of its path, or takes it off.
+    int book(const LSPRequest* req, operation op);
 
   private:
-    struct Copy;
+    // What chosen backups change of a link.
+    struct Overlay {
+        Array<FailureChange> changes;
+        Need worst[kClasses];
+        double rbw[kClasses][kLevels];
+    };
+    using Rbw = double[kClasses][kLevels];
 
-    LinkImage image(const TopoLink& link);
-    Copy* copyOf(const TopoLink& link);
-    DBLinkState* plainState(const TopoLink& link);
+    Overlay* overlayOf(Long position, const DBLink* link);
+    bool gatherTrial(const Overlay* overlay, bool alsoFrees);
+    bool isTouched(const Ledger* ledger) const;
+    bool alsoFrees(Long tail, Long head) const;
+    void raiseUntouched(const double* bw, bool alsoFrees, int oa, Need* worst) const;
+    bool worstWithTrial(const DBLink* link, const Overlay* overlay, bool alsoFrees,
+                        int oa, Need* worst);
+    double costOf(const DBLink* link, const Overlay* overlay, const Need* worst,
+                  Long head) const;
+    double lengthCostTo(Long head) const;
+    int failUnprotectable() const;
 
     DataBase* dataBase_;
-    const DBTopology* topology_;
+    Live* live_;
     DBLabelSwitchedPath* primary_;
     BackupType type_;
-    ScopedLSP trial_;          // a backup whose path ends with the link under evaluation
-    Copy** copies_ = nullptr;  // by link id; null where nothing is booked
-    ScopedLongList copied_;    // ids of the links with a copy
-    // Plain states of links that cannot be packed, by link id; made on demand.
-    DBLinkState** lsList_ = nullptr;
+    ScopedLSP backup_;
+    unsigned asked_ = 0;  // classes with bandwidth, as bits
+    bool isOdd_ = false;  // an amount that is not a number or less than nothing
+    bool hasOneLength_ = false;
+    double lengthCost_ = 0.0;  // of any link, if it has
+    // Hops of the primary that the next backups protect: from first to last - 1.
+    Long first_ = 0;
+    Long last_ = 0;
+    bool isProtectable_ = false;
+    bool isSimple_ = false;          // each enters another node, and amounts are not odd
+    ScopedArray<bool> isOnPrimary_;  // by node
+    Booking trial_ = {};
+    ScopedArray<Long> overlayAt_;  // by position: index among the overlays, -1 for none
+    ScopedArray<Overlay*> overlays_;
 };

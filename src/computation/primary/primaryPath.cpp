@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "common/setup.h"
-#include "computation/primary/fast_search.h"
+#include "computation/primary/path_search.h"
 #include "error/error.h"
 
 #define ERROR_SOURCE "computation/primary/primaryPath.c"
@@ -86,13 +86,15 @@ int computePrimaryPath(DataBase* dataBase, LSPRequest* req) {
         return FAIL_WITH(-1, "Bad argument (NULL)");
     if (checkEnds(req) < 0) return FAIL_WITH(-1, "Unable to get requested source");
     double cost = 0.0;
-    switch (findPathFast(dataBase, req, &cost)) {
-        case FastResult::FOUND:
+    switch (findPath(dataBase, req, &cost)) {
+        case SearchResult::FOUND:
             COST += cost;
             return 0;
-        case FastResult::UNREACHABLE:
+        case SearchResult::UNREACHABLE:
             return FAIL_WITH(-1, "Unable to update requested path");
-        case FastResult::NOT_APPLICABLE:
+        case SearchResult::FAILED:
+            return FAIL_WITH(-1, "Bellman-Kalaba failure");
+        case SearchResult::NOT_APPLICABLE:
             return computeOnTopology(dataBase, req);
     }
     return -1;

@@ -34,6 +34,27 @@ bool addLoadBalance(double* score, double weight, const ClassLoad& l, double sum
 
 }  // namespace
 
+bool addTerms(const DBLinkState* ls, const LSPRequest* req, const double* sums,
+              double nbLinks, double* score) {
+    const PrimaryComputationConfig& config = kavrilConfig.primaryComputationConfig;
+    for (int oa = 0; oa < kClasses; oa++) {
+        const ClassLoad l = {loadOf(ls, oa), ls->cap[oa], req->bw[oa]};
+        *score += config.Fortz * congestionIncrease(l);
+        if (inUse(config.loadBal[oa]) &&
+            !addLoadBalance(score, config.loadBal[oa], l, sums[oa], nbLinks))
+            return false;
+        if (inUse(config.load[oa])) *score += config.load[oa] * l.bw;
+        if (inUse(config.sqLoad[oa]))
+            *score += config.sqLoad[oa] * squaredLoadIncrease(l);
+        if (inUse(config.relLoad[oa])) *score += config.relLoad[oa] * l.bw / l.capacity;
+        if (inUse(config.sqRelLoad[oa]))
+            *score +=
+                config.sqRelLoad[oa] * squaredLoadIncrease(l) / (l.capacity * l.capacity);
+        if (inUse(config.delay[oa])) *score += delayIncrease(l) * config.delay[oa];
+    }
+    return true;
+}
+
 int initScore(Long src, BKTopology* topo) {
     if (topo == nullptr) return FAIL_WITH(-1, "Bad argument (NULL)");
     if (!anyInUse(kavrilConfig.primaryComputationConfig.loadBal)) return 0;
@@ -54,23 +75,10 @@ double makeScore(BKTopology* topo, LSPRequest* req, Long src, Long, BKConnect* c
         return FAIL_WITH(kInfinity, "Bad argument (NULL)");
     const PrimaryComputationConfig& config = kavrilConfig.primaryComputationConfig;
     const BKNodeInfo& from = topoNode(topo, src)->info;
-    const auto nbLinks = static_cast<double>(topo->nbLinks);
     DBLinkState* ls = connect->linkState;
     double score = from.cost;
-    for (int oa = 0; oa < kClasses; oa++) {
-        const ClassLoad l = {loadOf(ls, oa), ls->cap[oa], req->bw[oa]};
-        score += config.Fortz * congestionIncrease(l);
-        if (inUse(config.loadBal[oa]) &&
-            !addLoadBalance(&score, config.loadBal[oa], l, from.sum[oa], nbLinks))
-            return kInfinity;
-        if (inUse(config.load[oa])) score += config.load[oa] * l.bw;
-        if (inUse(config.sqLoad[oa])) score += config.sqLoad[oa] * squaredLoadIncrease(l);
-        if (inUse(config.relLoad[oa])) score += config.relLoad[oa] * l.bw / l.capacity;
-        if (inUse(config.sqRelLoad[oa]))
-            score +=
-                config.sqRelLoad[oa] * squaredLoadIncrease(l) / (l.capacity * l.capacity);
-        if (inUse(config.delay[oa])) score += delayIncrease(l) * config.delay[oa];
-    }
+    if (!addTerms(ls, req, from.sum, static_cast<double>(topo->nbLinks), &score))
+        return kInfinity;
     double rerouting = 0.0;
     for (int oa = 0; oa < kClasses; oa++)
         if (inUse(config.rerouting[oa]))

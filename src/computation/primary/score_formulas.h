@@ -4,6 +4,8 @@
 // prepared for a whole search, so that both give the same numbers to the last bit.
 #pragma once
 
+#include "common/congestion.h"
+#include "computation/computation_st.h"
 #include "database/database_st.h"
 
 // A weight that is NaN counts as in use.
@@ -23,24 +25,6 @@ struct ClassLoad {
     double capacity;
     double bw;  // asked for
 };
-
-// A load x on a link of capacity c costs slope * x + intercept * c.
-struct Segment {
-    double slope;
-    double intercept;
-};
-
-// Chosen by utilisation. The slope 10 of the published function is out of reach, since
-// its bound is 0 instead of 0.9: utilisations from 2/3 to 1 cost with slope 70. The last
-// intercept is this system's own. All values are of single precision, widened.
-inline Segment segmentAt(double utilisation) {
-    if (utilisation < 1.0F / 3.0F) return {1.0, 0.0};
-    if (utilisation < 2.0F / 3.0F) return {3.0, -2.0F / 3.0F};
-    if (utilisation < 0.0) return {10.0, -16.0F / 3.0F};
-    if (utilisation < 1.0) return {70.0, -178.0F / 3.0F};
-    if (utilisation < 1.1F) return {500.0, -1468.0F / 3.0F};
-    return {5000.0, -19468.0F / 3.0F};
-}
 
 // Both loads are priced with the segment of the load before the request.
 inline double congestionIncrease(const ClassLoad& l) {
@@ -76,3 +60,9 @@ inline double addSums(double score, double weight, double newSum, double sum,
     return score + newSum * ((-1.0 / nbLinks) * weight * newSum) +
            (weight * (1.0 / nbLinks)) * sum * sum;
 }
+
+// Adds to the score of a link's tail what the request adds on the link, rerouting prices
+// apart: all classes and criteria in their order. `sums` are the tail's, by class. False
+// if the load balance makes the score infinite, whatever else there is.
+bool addTerms(const DBLinkState* ls, const LSPRequest* req, const double* sums,
+              double nbLinks, double* score);

@@ -28,12 +28,11 @@ unsigned classesToRead(const LSPRequest* req) {
     return classes;
 }
 
-int ScoreTerms::init(DBWorkspace* work, const LinkSummaries& summaries,
-                     const LSPRequest* req) {
+bool ScoreTerms::init(const Live* live, Long nbLinks, const LSPRequest* req) {
     const PrimaryComputationConfig& config = weights();
     req_ = req;
-    summaries_ = &summaries;
-    nbLinks_ = static_cast<double>(summaries.topology->nbLinks);
+    views_ = &live->views;
+    nbLinks_ = static_cast<double>(nbLinks);
     for (int oa = 0; oa < kClasses; oa++) {
         if (req->bw[oa] != 0.0) addStep(CONGESTION, oa, config.Fortz);
         addStep(BALANCE, oa, config.loadBal[oa]);
@@ -44,11 +43,8 @@ int ScoreTerms::init(DBWorkspace* work, const LinkSummaries& summaries,
         addStep(DELAY, oa, config.delay[oa]);
     }
     isSingle_ = stride_ == 1;
-    const Long nodes = summaries.topology->nodeSlots;
-    terms_ = scratchArray<double>(&work->scratches[PRIMARY_TERMS],
-                                  summaries.nbLinks * stride_);
-    sums_ = scratchArray<double>(&work->scratches[PRIMARY_SUMS], 2 * nbSums_ * nodes);
-    return terms_ != nullptr && sums_ != nullptr ? 0 : -1;
+    return (isSingle_ || makeRoom(&terms_, live->graph.out.top * stride_)) &&
+           (nbSums_ == 0 || makeRoom(&sums_, 2 * nbSums_ * live->graph.nodeSlots()));
 }
 
 void ScoreTerms::addStep(Criterion criterion, int oa, double weight) {
@@ -58,11 +54,11 @@ void ScoreTerms::addStep(Criterion criterion, int oa, double weight) {
     if (criterion == BALANCE) nbSums_++;
 }
 
-double ScoreTerms::term(const Step& step, const ClassSummary& sum) const {
-    const ClassLoad l = {sum.load, sum.cap, req_->bw[step.oa]};
+double ScoreTerms::term(const Step& step, const LoadView& load) const {
+    const ClassLoad l = {load.load, load.cap, req_->bw[step.oa]};
     switch (step.criterion) {
         case CONGESTION:
-            return step.weight * congestionIncrease(sum, l.bw);
+            return step.weight * congestionIncrease(load, l.bw);
         case LOAD:
             return step.weight * l.bw;
         case SQ_LOAD:
@@ -79,18 +75,18 @@ double ScoreTerms::term(const Step& step, const ClassSummary& sum) const {
 }
 
 double ScoreTerms::computeAll(Long position) {
-    double* out = terms_ + static_cast<std::ptrdiff_t>(position) * stride_;
+    double* out = terms_.cont + static_cast<std::ptrdiff_t>(position) * stride_;
     for (int i = 0; i < nbSteps_; i++) {
         const Step& step = steps_[i];
-        const ClassSummary& sum = summaries_->classes[step.oa][position];
+        const LoadView& load = views_->loads[step.oa][position];
         if (step.criterion == BALANCE) {
             const LoadBalance balance =
-                balanceOf(step.weight, {sum.load, sum.cap, req_->bw[step.oa]});
+                balanceOf(step.weight, {load.load, load.cap, req_->bw[step.oa]});
             *out++ = balance.rise;
             *out++ = balance.fall;
             *out++ = balance.share;
         } else {
-            *out = term(step, sum);
+            *out = term(step, load);
             if (!(*out++ >= 0.0)) hasNegative_ = true;
         }
     }
@@ -123,7 +119,7 @@ void ScoreTerms::addUtilisation(Long node, Long position) const {
     double* sum = sums(node);
     for (int i = 0; i < nbSteps_; i++) {
         if (steps_[i].criterion != BALANCE) continue;
-        const ClassSummary& link = summaries_->classes[steps_[i].oa][position];
+        const LoadView& link = views_->loads[steps_[i].oa][position];
         *sum++ += link.load / link.cap;
     }
 }
@@ -134,6 +130,22 @@ void ScoreTerms::electSums(Long position, Long tail, Long head) {
     for (int i = 0; i < nbSteps_; i++) {
         if (steps_[i].criterion != BALANCE) continue;
         const int oa = steps_[i].oa;
-        *to++ = req_->bw[oa] / summaries_->classes[oa][position].cap + *from++;
+        *to++ = req_->bw[oa] / views_->loads[oa][position].cap + *from++;
     }
+}
+
+double ScoreTerms::oddScore(const DBLinkState* ls, double tailCost, Long tail) const {
+    double byClass[kClasses] = {};
+    const double* sum = nbSums_ > 0 ? sums(tail) : nullptr;
+    for (int i = 0; i < nbSteps_; i++)
+        if (steps_[i].criterion == BALANCE) byClass[steps_[i].oa] = *sum++;
+    double score = tailCost;
+    if (!addTerms(ls, req_, byClass, nbLinks_, &score))
+        return std::numeric_limits<double>::infinity();
+    return priced(score);
+}
+
+void ScoreTerms::noteOdd(const DBLinkState* ls) {
+    // A score that is not a number beats none.
+    if (nbSums_ > 0 || !std::isnan(oddScore(ls, 0.0, 0))) hasNegative_ = true;
 }

@@ -7,29 +7,30 @@
 #pragma once
 
 #include "common/setup.h"
-#include "computation/link_summary.h"
-#include "database/workspace.h"
+#include "computation/computation_st.h"
+#include "database/live/live.h"
 
 // Smaller improvements count as none.
 constexpr double kMinGain = 1e-10;
 
-// The classes whose summaries a request's scores and admission read, as bits.
+// The classes whose loads a request's scores read, as bits.
 unsigned classesToRead(const LSPRequest* req);
 
 // Links by their positions among the out-links.
 class ScoreTerms {
   public:
-    // -1 if there is no memory.
-    int init(DBWorkspace* work, const LinkSummaries& summaries, const LSPRequest* req);
+    // False if there is no memory. nbLinks is the database's count.
+    bool init(const Live* live, Long nbLinks, const LSPRequest* req);
 
     // Computes the terms of a link. Returns the term, if there is only one.
     double compute(Long position) {
         if (!isSingle()) return computeAll(position);
         const Step& step = steps_[0];
-        const ClassSummary& sum = summaries_->classes[step.oa][position];
-        const double only = step.criterion == CONGESTION
-                                ? step.weight * congestionIncrease(sum, req_->bw[step.oa])
-                                : term(step, sum);
+        const LoadView& load = views_->loads[step.oa][position];
+        const double only =
+            step.criterion == CONGESTION
+                ? step.weight * congestionIncrease(load, req_->bw[step.oa])
+                : term(step, load);
         if (!(only >= 0.0)) hasNegative_ = true;
         return only;
     }
@@ -43,7 +44,8 @@ class ScoreTerms {
 
     // The score at the head of a link, from the label of its tail.
     double score(Long position, double tailCost, Long tail) const {
-        const double* term = terms_ + static_cast<std::ptrdiff_t>(position) * stride_;
+        const double* term =
+            terms_.cont + static_cast<std::ptrdiff_t>(position) * stride_;
         if (nbSums_ > 0) return balancedScore(term, tailCost, tail);
         double score = tailCost;
         for (Long k = 0; k < stride_; k++) score += term[k];
@@ -57,6 +59,10 @@ class ScoreTerms {
     bool hasSums() const { return nbSums_ > 0; }
     void clearSums(Long node);
     void addUtilisation(Long node, Long position) const;
+    // The score by way of a link whose terms are no ordinary numbers, term by term.
+    double oddScore(const DBLinkState* ls, double tailCost, Long tail) const;
+    // Says that such a link takes the request.
+    void noteOdd(const DBLinkState* ls);
     void elect(Long position, Long tail, Long head) {
         if (nbSums_ > 0) electSums(position, tail, head);
     }
@@ -75,17 +81,17 @@ class ScoreTerms {
     static constexpr Long kBalanceTerms = 3;
 
     void addStep(Criterion criterion, int oa, double weight);
-    static double congestionIncrease(const ClassSummary& sum, double bw) {
-        return (sum.slope * (sum.load + bw) + sum.shift) - sum.cost;
+    static double congestionIncrease(const LoadView& load, double bw) {
+        return (load.slope * (load.load + bw) + load.shift) - load.cost;
     }
     void electSums(Long position, Long tail, Long head);
     double computeAll(Long position);
-    double term(const Step& step, const ClassSummary& sum) const;
+    double term(const Step& step, const LoadView& load) const;
     double balancedScore(const double* term, double tailCost, Long tail) const;
-    double* sums(Long node) const { return sums_ + 2 * nbSums_ * node; }
+    double* sums(Long node) const { return sums_.cont + 2 * nbSums_ * node; }
 
     const LSPRequest* req_ = nullptr;
-    const LinkSummaries* summaries_ = nullptr;
+    const Views* views_ = nullptr;
     double nbLinks_ = 0.0;
     Step steps_[kMaxSteps];
     int nbSteps_ = 0;
@@ -93,6 +99,6 @@ class ScoreTerms {
     bool isSingle_ = false;
     bool hasNegative_ = false;
     Long nbSums_ = 0;
-    double* terms_ = nullptr;
-    double* sums_ = nullptr;
+    ScopedArray<double> terms_;
+    ScopedArray<double> sums_;
 };

@@ -1,0 +1,121 @@
+#include "database/live/graph.h"
+
+#include "database/database_util.h"
+
+namespace {
+
+// Nodes reached from `start`, itself included, where forEachNext(node, act) calls act for
+// the nodes next to it; -1 if there is no memory.
+template <class ForEachNext>
+Long countReached(Long slots, Long start, ForEachNext forEachNext) {
+    ScopedArray<bool> reached;
+    ScopedArray<Long> toVisit;
+    if (!reached.fill(slots, false) || !makeRoom(&toVisit, slots)) return -1;
+    Long nb = 0;
+    auto visit = [&](Long node) {
+        if (reached[node]) return;
+        reached[node] = true;
+        nb++;
+        toVisit[toVisit.top++] = node;
+    };
+    visit(start);
+    while (toVisit.top > 0) forEachNext(toVisit[--toVisit.top], visit);
+    return nb;
+}
+
+bool findOut(const DataBase* dataBase, const Graph* graph) {
+    const DBNodeVec* nodes = &dataBase->nodeVec;
+    Long nb = 0;
+    Long start = -1;
+    for (Long id = 0; id < nodes->top; id++) {
+        if (nodes->cont[id] == nullptr) continue;
+        nb++;
+        if (start < 0) start = id;
+    }
+    if (start < 0) return false;
+    auto heads = [&](Long node, auto act) {
+        for (Long i = graph->first[node]; i < graph->first[node + 1]; i++)
+            act(graph->out[i].head);
+    };
+    auto tails = [&](Long node, auto act) {
+        const LongList* in = &nodes->cont[node]->inNeighb;
+        for (Long i = 0; i < in->top; i++) act(in->cont[i]);
+    };
+    return countReached(graph->nodeSlots(), start, heads) == nb &&
+           countReached(graph->nodeSlots(), start, tails) == nb;
+}
+
+void shift(Graph* graph, Long tail, Long by) {
+    for (Long n = tail + 1; n < graph->first.top; n++) graph->first[n] += by;
+}
+
+}  // namespace
+
+bool buildGraph(const DataBase* dataBase, Graph* graph) {
+    const DBNodeVec* nodes = &dataBase->nodeVec;
+    graph->first.top = graph->out.top = 0;
+    graph->knowsConnected = false;
+    if (!makeRoom(&graph->first, nodes->top + 1)) return false;
+    for (Long n = 0; n < nodes->top; n++) {
+        graph->first[graph->first.top++] = graph->out.top;
+        if (nodes->cont[n] == nullptr) continue;
+        const LongList* heads = &nodes->cont[n]->outNeighb;
+        if (!makeRoom(&graph->out, graph->out.top + heads->top)) return false;
+        for (Long i = 0; i < heads->top; i++) {
+            const Long head = heads->cont[i];
+            graph->out[graph->out.top++] = {head, findLink(&dataBase->linkTab, n, head)};
+        }
+    }
+    graph->first[graph->first.top++] = graph->out.top;
+    graph->isBuilt = true;
+    return true;
+}
+
+void endGraph(Graph* graph) {
+    endArray(&graph->first);
+    endArray(&graph->out);
+    *graph = {};
+}
+
+Long positionOf(const Graph* graph, Long tail, Long head) {
+    const OutLink* from = graph->out.begin() + graph->first[tail];
+    const OutLink* end = graph->out.begin() + graph->first[tail + 1];
+    auto before = [](const OutLink& link, Long id) { return link.head < id; };
+    return static_cast<Long>(std::lower_bound(from, end, head, before) -
+                             graph->out.begin());
+}
+
+void addToGraph(Graph* graph, Long tail, Long head, DBLink* link) {
+    if (!graph->isBuilt) return;
+    if (!insertAt(&graph->out, positionOf(graph, tail, head), OutLink{head, link})) {
+        graph->isBuilt = false;
+        return;
+    }
+    shift(graph, tail, 1);
+    if (graph->knowsConnected && !graph->isConnected) graph->knowsConnected = false;
+}
+
+void removeFromGraph(Graph* graph, Long tail, Long head) {
+    if (!graph->isBuilt) return;
+    eraseAt(&graph->out, positionOf(graph, tail, head));
+    shift(graph, tail, -1);
+    graph->knowsConnected = false;
+}
+
+void addNodeToGraph(Graph* graph, Long node) {
+    graph->knowsConnected = false;
+    while (graph->isBuilt && graph->nodeSlots() <= node)
+        if (!append(&graph->first, graph->out.top)) graph->isBuilt = false;
+}
+
+void removeNodeFromGraph(Graph* graph) {
+    graph->knowsConnected = false;
+}
+
+bool isConnected(const DataBase* dataBase, Graph* graph) {
+    if (!graph->knowsConnected) {
+        graph->isConnected = findOut(dataBase, graph);
+        graph->knowsConnected = true;
+    }
+    return graph->isConnected;
+}

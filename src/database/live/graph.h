@@ -1,0 +1,45 @@
+// The links of a database, flat: what walks over the network read.
+//
+// Private to the library. The plain records stay the truth. The graph is built from them
+// when it is first asked for; from then on a link or node that comes or goes changes its
+// own entries only. A walk is one run through memory instead of a lookup in lists and
+// tables for every link.
+#pragma once
+
+#include "common/array.h"
+#include "database/database_st.h"
+
+struct OutLink {
+    Long head;
+    DBLink* link;
+};
+
+// The links that leave node n are out[first[n]] up to out[first[n + 1] - 1], heads
+// ascending.
+struct Graph {
+    bool isBuilt;
+    bool knowsConnected;
+    bool isConnected;  // if known: every node can be reached from every other
+    Array<Long> first;
+    Array<OutLink> out;
+
+    Long nodeSlots() const { return first.top - 1; }  // ids of nodes lie below
+};
+
+// False if there is no memory; the graph is then not built.
+bool buildGraph(const DataBase* dataBase, Graph* graph);
+void endGraph(Graph* graph);
+
+// Position of a link, or where it would stand.
+Long positionOf(const Graph* graph, Long tail, Long head);
+
+// Say that a link or node has come or gone. Without memory the graph is given up, to be
+// built again.
+void addToGraph(Graph* graph, Long tail, Long head, DBLink* link);
+void removeFromGraph(Graph* graph, Long tail, Long head);
+void addNodeToGraph(Graph* graph, Long node);
+void removeNodeFromGraph(Graph* graph);
+
+// Whether every node can be reached from every other. Found out once after a change;
+// false if there is no memory to find out.
+bool isConnected(const DataBase* dataBase, Graph* graph);

@@ -1,0 +1,369 @@
+#include "database/live/ledger.h"
+
+#include <algorithm>
+
+namespace {
+
+// First cell at or behind a key.
+Long lowerBound(const Run& run, CellKey key) {
+    return static_cast<Long>(std::lower_bound(run.keys, run.keys + run.nb, key) -
+                             run.keys);
+}
+
+Run allOf(const LedgerClass* cls) {
+    return cls != nullptr ? Run{cls->keys.cont, cls->cells.cont, cls->keys.top}
+                          : Run{nullptr, nullptr, 0};
+}
+
+Run part(const Run& run, Long from, Long to) {
+    return {run.keys + from, run.cells + from, to - from};
+}
+
+// The cells at the front of a run that have a key in common but for some bits.
+Run front(const Run& run, CellKey otherBits) {
+    Long nb = 1;
+    while (nb < run.nb && (run.keys[nb] | otherBits) == (run.keys[0] | otherBits)) nb++;
+    return part(run, 0, nb);
+}
+constexpr CellKey kBelowHead = (1U << (kNodeBits + kLevelBits)) - 1;
+constexpr CellKey kBelowTail = (1U << kLevelBits) - 1;
+
+bool anyActive(const Run& run) {
+    return std::any_of(run.cells, run.cells + run.nb, isActive);
+}
+
+// Calls act(need) for the failing node of a run and for its failing links that count.
+template <class Act>
+void forEachNeed(Run ofNode, Counted counted, Act act) {
+    act(needOf(ofNode));
+    while (ofNode.nb > 0) {
+        const Run ofLink = front(ofNode, kBelowTail);
+        if (counted(tailOf(ofLink.keys[0]), headOf(ofLink.keys[0]))) act(needOf(ofLink));
+        ofNode = part(ofNode, ofLink.nb, ofNode.nb);
+    }
+}
+
+void raiseByRun(Need* worst, const Run& ofNode, Counted counted) {
+    if (!anyActive(ofNode)) return;
+    forEachNeed(ofNode, counted, [=](const Need& need) { raise(worst, need); });
+}
+
+bool addCell(Array<CellKey>* keys, Array<Cell>* cells, Long at, CellKey key) {
+    if (!makeRoom(cells, cells->top + 1) || !insertAt(keys, at, key)) return false;
+    return insertAt(cells, at, Cell{0.0, 0.0});
+}
+
+void addChange(Cell* cell, const FailureChange& change, int oa) {
+    (change.freed ? cell->fbw : cell->bbw) += change.mult * change.amounts[oa];
+}
+
+// Whether all that a booking does in a class is to free bandwidth, which raises no need.
+bool onlyFrees(const Booking& booking, int oa) {
+    return std::all_of(
+        booking.changes.begin(), booking.changes.end(), [=](const FailureChange& change) {
+            const double amount = change.amounts[oa];
+            return amount == 0.0 || (change.freed && change.mult * amount >= 0.0);
+        });
+}
+
+// The end of the changes that concern the same head as the first.
+const FailureChange* endOfHead(const FailureChange* first, const FailureChange* end) {
+    return std::find_if(first, end, [=](const FailureChange& change) {
+        return change.head != first->head;
+    });
+}
+
+// The run with the changes first..end-1, all of its head, made in the scratch.
+bool changedRun(const Run& run, const FailureChange* first, const FailureChange* end,
+                int oa, int level, RunScratch* scratch, Run* changed) {
+    if (!makeRoom(&scratch->keys, run.nb) || !makeRoom(&scratch->cells, run.nb))
+        return false;
+    std::copy_n(run.keys, run.nb, scratch->keys.cont);
+    std::copy_n(run.cells, run.nb, scratch->cells.cont);
+    scratch->keys.top = scratch->cells.top = run.nb;
+    auto current = [=] {
+        return Run{scratch->keys.cont, scratch->cells.cont, scratch->keys.top};
+    };
+    for (; first != end; first++) {
+        if (first->amounts[oa] == 0.0) continue;
+        const CellKey key = cellKey(first->head, first->tail, level);
+        const Long at = lowerBound(current(), key);
+        const bool exists = at < scratch->keys.top && scratch->keys[at] == key;
+        if (!exists && !addCell(&scratch->keys, &scratch->cells, at, key)) return false;
+        addChange(&scratch->cells[at], *first, oa);
+    }
+    *changed = current();
+    return true;
+}
+
+// The worst need with the changes of a booking, from all cells.
+bool sumUpWith(const LedgerClass* cls, int oa, const Booking& booking, Counted counted,
+               RunScratch* scratch, Need* worst) {
+    *worst = {};
+    Run rest = allOf(cls);
+    const FailureChange* change = booking.changes.begin();
+    const FailureChange* const end = booking.changes.end();
+    while (rest.nb > 0 || change != end) {
+        const bool isChanged =
+            change != end && (rest.nb == 0 || change->head <= headOf(rest.keys[0]));
+        Run run = {nullptr, nullptr, 0};
+        if (rest.nb > 0 && (!isChanged || change->head == headOf(rest.keys[0]))) {
+            run = front(rest, kBelowHead);
+            rest = part(rest, run.nb, rest.nb);
+        }
+        if (isChanged) {
+            const FailureChange* next = endOfHead(change, end);
+            if (!changedRun(run, change, next, oa, booking.level, scratch, &run))
+                return false;
+            change = next;
+        }
+        raiseByRun(worst, run, counted);
+    }
+    return true;
+}
+
+void dropEmptyCells(LedgerClass* cls) {
+    Long top = 0;
+    for (Long i = 0; i < cls->keys.top; i++) {
+        if (cls->cells[i].bbw == 0.0 && cls->cells[i].fbw == 0.0) continue;
+        cls->keys[top] = cls->keys[i];
+        cls->cells[top++] = cls->cells[i];
+    }
+    cls->keys.top = cls->cells.top = top;
+}
+
+// Makes cells for the changes that have none, in one sweep from the end.
+bool makeCells(LedgerClass* cls, int oa, const Booking& booking) {
+    const Run all = allOf(cls);
+    Long missing = 0;
+    CellKey last = 0;
+    bool any = false;
+    auto isNew = [&](CellKey key) {
+        const Long at = lowerBound(all, key);
+        return at == all.nb || all.keys[at] != key;
+    };
+    for (const FailureChange& change : booking.changes) {
+        if (change.amounts[oa] == 0.0) continue;
+        const CellKey key = cellKey(change.head, change.tail, booking.level);
+        if ((!any || key != last) && isNew(key)) missing++;
+        last = key;
+        any = true;
+    }
+    if (missing == 0) return true;
+    const Long before = cls->keys.top;
+    if (!makeRoom(&cls->keys, before + missing) ||
+        !makeRoom(&cls->cells, before + missing))
+        return false;
+    Long from = before;
+    Long to = before + missing;
+    for (const FailureChange* change = booking.changes.end();
+         change != booking.changes.begin() && to > from;) {
+        change--;
+        if (change->amounts[oa] == 0.0) continue;
+        const CellKey key = cellKey(change->head, change->tail, booking.level);
+        while (from > 0 && cls->keys[from - 1] > key) {
+            cls->keys[--to] = cls->keys[--from];
+            cls->cells[to] = cls->cells[from];
+        }
+        const bool isThere = (from > 0 && cls->keys[from - 1] == key) ||
+                             (to < before + missing && cls->keys[to] == key);
+        if (isThere) continue;
+        cls->keys[--to] = key;
+        cls->cells[to] = {0.0, 0.0};
+    }
+    cls->keys.top = cls->cells.top = before + missing;
+    return true;
+}
+
+}  // namespace
+
+Run runOf(const LedgerClass* cls, Long head) {
+    const Run all = allOf(cls);
+    const Long from = lowerBound(all, cellKey(head, 0, 0));
+    if (from == all.nb || headOf(all.keys[from]) != head) return {nullptr, nullptr, 0};
+    return front(part(all, from, all.nb), kBelowHead);
+}
+
+Run runOf(const Run& ofNode, Long tail) {
+    Long from = 0;
+    while (from < ofNode.nb && tailOf(ofNode.keys[from]) < tail) from++;
+    if (from == ofNode.nb || tailOf(ofNode.keys[from]) != tail)
+        return {nullptr, nullptr, 0};
+    return front(part(ofNode, from, ofNode.nb), kBelowTail);
+}
+
+Need needOf(const Run& run) {
+    Need need;
+    double bbw = 0.0;
+    double fbw = 0.0;
+    for (int p = 0; p < kLevels; p++) {
+        for (Long i = 0; i < run.nb; i++)
+            if (levelOf(run.keys[i]) == p) {
+                bbw += run.cells[i].bbw;
+                fbw += run.cells[i].fbw;
+            }
+        need.at[p] = bbw - fbw < 0.0 ? 0.0 : bbw - fbw;
+    }
+    return need;
+}
+
+void raise(Need* worst, const Need& need) {
+    for (int p = 0; p < kLevels; p++)
+        if (need.at[p] > worst->at[p]) worst->at[p] = need.at[p];
+}
+
+bool isAmongWorst(const Need& need, const Need& worst) {
+    for (int p = 0; p < kLevels; p++)
+        if (need.at[p] > 0.0 && need.at[p] >= worst.at[p]) return true;
+    return false;
+}
+
+bool mayFall(const Need& before, const Need& after, const Need& worst) {
+    for (int p = 0; p < kLevels; p++)
+        if (before.at[p] > 0.0 && before.at[p] >= worst.at[p] &&
+            !(after.at[p] >= before.at[p]))
+            return true;
+    return false;
+}
+
+bool Counted::isListed(CellKey key) const {
+    return std::find(uncounted_->begin(), uncounted_->end(), key) != uncounted_->end();
+}
+
+void endScratch(RunScratch* scratch) {
+    endArray(&scratch->keys);
+    endArray(&scratch->cells);
+}
+
+bool worstAfter(const LedgerClass* cls, int oa, const Booking& booking, Counted counted,
+                RunScratch* scratch, Need* worst) {
+    const bool anyNeed = cls != nullptr && cls->nbActive > 0;
+    *worst = cls != nullptr ? cls->worst : Need{};
+    const bool canOnlyFree = onlyFrees(booking, oa);
+    if (!anyNeed && canOnlyFree) return true;
+    const FailureChange* const end = booking.changes.end();
+    for (const FailureChange* change = booking.changes.begin(); change != end;) {
+        const FailureChange* const next = endOfHead(change, end);
+        const Run before = runOf(cls, change->head);
+        const bool wasActive = anyActive(before);
+        // Without an active cell nothing is needed, and freeing more does not change
+        // that.
+        if (wasActive || !canOnlyFree) {
+            Run after;
+            if (!changedRun(before, change, next, oa, booking.level, scratch, &after))
+                return false;
+            bool lower = wasActive && mayFall(needOf(before), needOf(after), cls->worst);
+            raise(worst, needOf(after));
+            for (; change != next; change++) {
+                if (!counted(change->tail, change->head)) continue;
+                const Need now = needOf(runOf(after, change->tail));
+                raise(worst, now);
+                if (wasActive &&
+                    mayFall(needOf(runOf(before, change->tail)), now, cls->worst))
+                    lower = true;
+            }
+            if (lower) return sumUpWith(cls, oa, booking, counted, scratch, worst);
+        }
+        change = next;
+    }
+    return true;
+}
+
+Need worstOf(const LedgerClass* cls, Counted counted) {
+    Need worst = {};
+    if (cls == nullptr || cls->nbActive == 0) return worst;
+    for (Run rest = allOf(cls); rest.nb > 0;) {
+        const Run run = front(rest, kBelowHead);
+        raiseByRun(&worst, run, counted);
+        rest = part(rest, run.nb, rest.nb);
+    }
+    return worst;
+}
+
+LedgerClass* classOf(Ledger* ledger, int oa) {
+    LedgerClass** cls = &ledger->classes[oa];
+    if (*cls == nullptr)
+        *cls = static_cast<LedgerClass*>(mycalloc(1, sizeof(LedgerClass)));
+    return *cls;
+}
+
+bool bookCells(LedgerClass* cls, int oa, const Booking& booking) {
+    if (!makeCells(cls, oa, booking)) return false;
+    bool anyEmpty = false;
+    for (const FailureChange& change : booking.changes) {
+        if (change.amounts[oa] == 0.0) continue;
+        const CellKey key = cellKey(change.head, change.tail, booking.level);
+        Cell* cell = &cls->cells[lowerBound(allOf(cls), key)];
+        cls->nbActive -= isActive(*cell) ? 1 : 0;
+        addChange(cell, change, oa);
+        cls->nbActive += isActive(*cell) ? 1 : 0;
+        anyEmpty |= cell->bbw == 0.0 && cell->fbw == 0.0;
+    }
+    if (anyEmpty) dropEmptyCells(cls);
+    return true;
+}
+
+bool addToCell(LedgerClass* cls, CellKey key, double bbw, double fbw) {
+    const Long at = lowerBound(allOf(cls), key);
+    const bool exists = at < cls->keys.top && cls->keys[at] == key;
+    if (!exists && !addCell(&cls->keys, &cls->cells, at, key)) return false;
+    Cell* cell = &cls->cells[at];
+    cls->nbActive -= isActive(*cell) ? 1 : 0;
+    cell->bbw += bbw;
+    cell->fbw += fbw;
+    cls->nbActive += isActive(*cell) ? 1 : 0;
+    return true;
+}
+
+bool makeRoomToRetire(LedgerClass* cls, Long tail, Long head) {
+    return makeRoom(&cls->idle, cls->idle.top + runOf(runOf(cls, head), tail).nb);
+}
+
+void retire(LedgerClass* cls, Long failure, Long tail, Long head) {
+    const Run run = runOf(runOf(cls, head), tail);
+    for (Long i = 0; i < run.nb; i++) {
+        append(&cls->idle, IdleCell{failure, levelOf(run.keys[i]), run.cells[i]});
+        cls->nbActive -= isActive(run.cells[i]) ? 1 : 0;
+    }
+    const auto from = static_cast<Long>(run.keys - cls->keys.cont);
+    std::move(cls->keys.cont + from + run.nb, cls->keys.end(), cls->keys.cont + from);
+    std::move(cls->cells.cont + from + run.nb, cls->cells.end(), cls->cells.cont + from);
+    cls->keys.top -= run.nb;
+    cls->cells.top -= run.nb;
+}
+
+bool makeRoomToRevive(LedgerClass* cls) {
+    return makeRoom(&cls->keys, cls->keys.top + cls->idle.top) &&
+           makeRoom(&cls->cells, cls->cells.top + cls->idle.top);
+}
+
+bool hasIdle(const LedgerClass* cls, Long failure) {
+    return std::any_of(cls->idle.begin(), cls->idle.end(),
+                       [=](const IdleCell& idle) { return idle.failure == failure; });
+}
+
+void revive(LedgerClass* cls, Long failure, Long tail, Long head) {
+    for (Long i = cls->idle.top - 1; i >= 0; i--) {
+        const IdleCell idle = cls->idle[i];
+        if (idle.failure != failure) continue;
+        addToCell(cls, cellKey(head, tail, idle.level), idle.cell.bbw, idle.cell.fbw);
+        eraseAt(&cls->idle, i);
+    }
+}
+
+void clearLedger(Ledger* ledger) {
+    for (LedgerClass*& cls : ledger->classes) {
+        if (cls == nullptr) continue;
+        endArray(&cls->keys);
+        endArray(&cls->cells);
+        endArray(&cls->idle);
+        myfree(cls);
+        cls = nullptr;
+    }
+}
+
+void endLedger(Ledger* ledger) {
+    if (ledger == nullptr) return;
+    clearLedger(ledger);
+    myfree(ledger);
+}

@@ -1,0 +1,236 @@
+#include "database/live/views.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "common/congestion.h"
+#include "database/live/live.h"
+
+namespace {
+
+// Beyond this, products of capacities and slopes could overflow.
+constexpr double kReasonable = 1e150;
+
+// Far more than the roundings of a sum over eight levels, three operations each, come to.
+constexpr double kMargin = 0x1p-40;
+
+constexpr std::uint8_t bitOf(int oa) {
+    return static_cast<std::uint8_t>(1U << oa);
+}
+
+// What is reserved in one class, as the tables give it.
+struct Reservation {
+    double upTo[kLevels];
+    double magnitude[kLevels];  // of all amounts in these sums
+};
+
+Reservation reservationOf(const double (&pbw)[kLevels], const Need& worst) {
+    Reservation reserved;
+    double sum = 0.0;
+    double magnitude = 0.0;
+    double below = 0.0;
+    for (int p = 0; p < kLevels; p++) {
+        sum += pbw[p] + worst.at[p] - below;
+        magnitude += std::abs(pbw[p]) + worst.at[p] + below;
+        below = worst.at[p];
+        reserved.upTo[p] = sum;
+        reserved.magnitude[p] = magnitude;
+    }
+    return reserved;
+}
+
+Room roomOf(double cap, double reserved, double magnitude) {
+    const double margin = kMargin * magnitude;
+    const double left = cap - reserved;
+    return {(left - margin) * (left > margin ? 1.0 - kMargin : 1.0 + kMargin),
+            (left + margin) * (left > -margin ? 1.0 + kMargin : 1.0 - kMargin)};
+}
+
+double loadOf(const double (&pbw)[kLevels]) {
+    double load = 0.0;
+    for (double level : pbw) load += level;
+    return load;
+}
+
+bool hasOwnNeed(const Ledger* ledger, int oa) {
+    const LedgerClass* cls = ledger->classes[oa];
+    if (cls == nullptr || cls->nbActive == 0) return false;
+    const Run ofHead = runOf(cls, ledger->head);
+    return isAmongWorst(needOf(ofHead), cls->worst) ||
+           isAmongWorst(needOf(runOf(ofHead, ledger->tail)), cls->worst);
+}
+
+void refresh(Views* views, Long position, const DBLink* link) {
+    const DBLinkState* state = &link->state;
+    const Ledger* ledger = link->ledger;
+    LinkView* view = &views->links[position];
+    *view = {state->color, 0, false, {}};
+    for (int oa = 0; oa < kClasses; oa++) {
+        const double cap = state->cap[oa];
+        const bool isRead = (views->classes >> oa & 1U) != 0;
+        if ((ledger->occupied >> oa & 1U) == 0 && !isRead && cap >= 0.0 &&
+            cap < kReasonable)
+            continue;
+        const LedgerClass* cls = ledger->classes[oa];
+        const Reservation reserved =
+            reservationOf(state->pbw[oa], cls != nullptr ? cls->worst : Need{});
+        const double load = loadOf(state->pbw[oa]);
+        for (int p = 0; p < kLevels; p++)
+            if (reserved.upTo[p] > cap) view->overfull[p] |= bitOf(oa);
+        if (!(std::abs(cap) < kReasonable && std::abs(load) < kReasonable))
+            view->isOdd = true;
+        if (hasOwnNeed(ledger, oa)) view->ownNeed |= bitOf(oa);
+        if (!isRead) continue;
+        const auto [slope, intercept] = segmentAt(load / cap);
+        const double shift = intercept * cap;
+        views->loads[oa][position] = {load, cap, slope, shift, slope * load + shift};
+        for (int p = 0; p < kLevels; p++)
+            if ((views->levels[oa] >> p & 1U) != 0)
+                views->rooms[oa][p][position] =
+                    roomOf(cap, reserved.upTo[p], reserved.magnitude[p]);
+    }
+}
+
+// Calls act(array) for every array in use, until it is false.
+template <class Act>
+bool forEachArray(Views* views, Act act) {
+    if (!act(&views->links)) return false;
+    for (int oa = 0; oa < kClasses; oa++) {
+        if ((views->classes >> oa & 1U) == 0) continue;
+        if (!act(&views->loads[oa])) return false;
+        for (int p = 0; p < kLevels; p++)
+            if ((views->levels[oa] >> p & 1U) != 0 && !act(&views->rooms[oa][p]))
+                return false;
+    }
+    return true;
+}
+
+template <class T>
+bool isSameBytes(const T& a, const T& b) {
+    return std::memcmp(&a, &b, sizeof(T)) == 0;
+}
+
+void clearStale(Views* views) {
+    for (DBLink* link : views->stale) link->ledger->isViewStale = false;
+    views->stale.top = 0;
+}
+
+bool makeAll(const Graph* graph, Views* views) {
+    auto size = [=](auto* array) {
+        if (!makeRoom(array, graph->out.top)) return false;
+        array->top = graph->out.top;
+        return true;
+    };
+    views->isAligned = false;
+    if (!forEachArray(views, size)) return false;
+    for (Long i = 0; i < graph->out.top; i++) refresh(views, i, graph->out[i].link);
+    clearStale(views);
+    views->isAligned = true;
+    return true;
+}
+
+}  // namespace
+
+bool refreshViews(DataBase* dataBase, Live* live, unsigned classes, unsigned asked,
+                  int level) {
+    Graph* graph = &live->graph;
+    Views* views = &live->views;
+    if (!graph->isBuilt) {
+        views->isAligned = false;
+        if (!buildGraph(dataBase, graph)) return false;
+    }
+    const unsigned levelBit = 1U << level;
+    for (int oa = 0; oa < kClasses; oa++) {
+        const unsigned read = (classes | asked) >> oa & 1U;
+        const unsigned missing =
+            (asked >> oa & 1U) != 0 ? levelBit & ~views->levels[oa] : 0;
+        if ((read & ~(views->classes >> oa)) == 0 && missing == 0) continue;
+        views->classes |= read << oa;
+        views->levels[oa] |= missing;
+        views->isAligned = false;
+    }
+    if (!views->isAligned) return makeAll(graph, views);
+    for (const DBLink* link : views->stale) {
+        const Ledger* ledger = link->ledger;
+        refresh(views, positionOf(graph, ledger->tail, ledger->head), link);
+    }
+    clearStale(views);
+    return true;
+}
+
+void viewChanged(Views* views, DBLink* link) {
+    if (link->ledger->isViewStale || !views->isAligned) return;
+    if (append(&views->stale, link))
+        link->ledger->isViewStale = true;
+    else
+        views->isAligned = false;
+}
+
+void addView(Views* views, Long position, DBLink* link) {
+    if (!views->isAligned) return;
+    auto open = [=](auto* array) { return insertAt(array, position, {}); };
+    if (forEachArray(views, open))
+        viewChanged(views, link);
+    else
+        views->isAligned = false;
+}
+
+void removeView(Views* views, Long position, const DBLink* link) {
+    DBLink** stale = std::find(views->stale.begin(), views->stale.end(), link);
+    if (stale != views->stale.end())
+        eraseAt(&views->stale, static_cast<Long>(stale - views->stale.begin()));
+    if (!views->isAligned) return;
+    forEachArray(views, [=](auto* array) {
+        eraseAt(array, position);
+        return true;
+    });
+}
+
+bool checkViews(const Live* live, Long (&where)[2]) {
+    const Views* views = &live->views;
+    if (!views->isAligned || !live->graph.isBuilt) return true;
+    Views fresh = {};
+    fresh.classes = views->classes;
+    std::copy_n(views->levels, kClasses, fresh.levels);
+    auto size = [=](auto* array) { return makeRoom(array, 1); };
+    bool isRight = views->links.top == live->graph.out.top;
+    for (Long i = 0; isRight && forEachArray(&fresh, size) && i < views->links.top; i++) {
+        const DBLink* link = live->graph.out[i].link;
+        if (link->ledger->isViewStale) continue;
+        refresh(&fresh, 0, link);
+        isRight = fresh.links[0] == views->links[i];
+        for (int oa = 0; oa < kClasses; oa++) {
+            if ((views->classes >> oa & 1U) == 0) continue;
+            isRight &= isSameBytes(fresh.loads[oa][0], views->loads[oa][i]);
+            for (int p = 0; p < kLevels; p++)
+                if ((views->levels[oa] >> p & 1U) != 0)
+                    isRight &= isSameBytes(fresh.rooms[oa][p][0], views->rooms[oa][p][i]);
+        }
+        if (isRight) continue;
+        where[0] = link->ledger->tail;
+        where[1] = link->ledger->head;
+    }
+    endViews(&fresh);
+    return isRight;
+}
+
+void endViews(Views* views) {
+    endArray(&views->links);
+    endArray(&views->stale);
+    for (int oa = 0; oa < kClasses; oa++) {
+        endArray(&views->loads[oa]);
+        for (Array<Room>& room : views->rooms[oa]) endArray(&room);
+    }
+}
+
+bool fits(const DBLinkState* state, const double* worst, int oa, int level, double bw,
+          int upTo) {
+    double sum = 0.0;
+    double below = 0.0;
+    for (int p = 0; p <= upTo; p++) {
+        const double pbw = p == level ? state->pbw[oa][p] + bw : state->pbw[oa][p];
+        sum += pbw + worst[p] - below;
+        below = worst[p];
+    }
+    return !(sum > state->cap[oa]);
+}

@@ -1,0 +1,80 @@
+// What searches read of the links, kept between calls.
+//
+// Private to the library. A trial setup on every link would read its failure tables and
+// add up its levels; what a request reads of a link is summed up here instead, once after
+// each change of the link, back to back in the order of the graph.
+//
+// Nothing here decides what a rounded sum has to: a Room says how much surely fits and
+// how much surely does not, with a margin for every rounding on the way, and between the
+// two the link itself is asked.
+#pragma once
+
+#include <cstdint>
+
+#include "common/array.h"
+#include "database/live/graph.h"
+
+struct LinkView {
+    Long color;
+    // Classes, as bits, in which the failure of the link, or of its head, is among the
+    // worst here: a primary frees bandwidth then.
+    std::uint8_t ownNeed;
+    bool isOdd;  // capacity or load infinite, not a number or too large to multiply
+    // Classes whose capacity the reservation of the levels up to p exceeds.
+    std::uint8_t overfull[kLevels];
+
+    bool operator==(const LinkView&) const = default;
+};
+
+// Of one class, what may be added at a level or below.
+struct Room {
+    double sure;  // up to this it fits
+    double most;  // beyond this it does not
+};
+
+// Primary bandwidth of one class. The congestion cost of a load x is slope * x + shift,
+// that of `load` is cost.
+struct LoadView {
+    double load;  // of all levels
+    double cap;
+    double slope;
+    double shift;
+    double cost;
+};
+
+// By position in the graph.
+struct Views {
+    bool isAligned;             // with the graph
+    unsigned classes;           // that have been read so far, as bits
+    unsigned levels[kClasses];  // likewise, of these
+    Array<LinkView> links;
+    Array<LoadView> loads[kClasses];
+    Array<Room> rooms[kClasses][kLevels];  // what is reserved up to the level stays
+    Array<DBLink*> stale;                  // links that have changed since
+};
+
+struct Live;
+
+// Brings the views up to date for somebody who reads the loads of these classes, given as
+// bits, and the room of the classes `asked` up to a level. False if there is no memory.
+bool refreshViews(DataBase* dataBase, Live* live, unsigned classes, unsigned asked,
+                  int level);
+
+// Says that a link has changed.
+void viewChanged(Views* views, DBLink* link);
+
+// Say that a link has come to or gone from a position in the graph.
+void addView(Views* views, Long position, DBLink* link);
+void removeView(Views* views, Long position, const DBLink* link);
+
+void endViews(Views* views);
+
+// Whether the views that are not stale are what they would be made anew; `where` gets the
+// ends of the first that is not.
+bool checkViews(const Live* live, Long (&where)[2]);
+
+// Whether an amount fits, where a Room does not tell: the sum of the levels 0 to upTo of
+// rbw, as it would be with `bw` more in pbw of a level, against the capacity. `worst` is
+// the worst need of the class then.
+bool fits(const DBLinkState* state, const double* worst, int oa, int level, double bw,
+          int upTo);
