@@ -15,7 +15,7 @@ Usage: ./bench.sh [OPTION...]
   --row=NAME        only this row, and nothing in child processes (for perf or valgrind:
                     build/bench/bench/kavril_bench takes the same options); a row that
                     networks share is measured on the first network that --only leaves
-  --repeat=N        how often (100)
+  --repeat=N        how often (100); large work is done once
   --data=DIR        where the folder repetita with further networks is (../shared/data)
   --benchmark_...   options of Google Benchmark
   --help            this text

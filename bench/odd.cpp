@@ -100,56 +100,49 @@ const std::vector<OddRow> kOddRows = {
     {.name = "link flap, 5,000 nodes", .limit = 3.0, .nodes = 5000, .each = flap},
 };
 
-// Both by turns, a few at a time.
-std::vector<double> measureOdd(const OddRow& row, const Options& options,
-                               std::size_t samples, std::vector<double>* usual) {
-    constexpr int kTurn = 10;
+OddFigures measureOdd(const OddRow& row, const Options& options) {
+    const bool isAlone = !options.row.empty();
+    const std::size_t samples = isAlone ? options.repeat : options.full ? 2000 : 300;
     configure();
     const Network network =
         row.nodes == 5000 ? makeSynthetic(5000, 20'000) : readLarge(options.repetita);
     std::unique_ptr<State> plain;
-    if (usual != nullptr) plain = std::make_unique<State>(network, Filling{kLSPs});
+    if (!isAlone) plain = std::make_unique<State>(network, Filling{kLSPs});
     Rig rig(network, {.offered = kLSPs, .amount = row.amount});
     if (row.once != nullptr) row.once(rig.state);
-    std::vector<double> seconds;
-    const double end = secondsNow() + 2.0;
-    auto isDone = [&] {
-        return seconds.size() >= samples ||
-               (usual != nullptr && seconds.size() >= 3 && secondsNow() >= end);
-    };
-    while (!isDone()) {
-        setWeights(1.0, 0.0);
-        for (int i = 0; i < kTurn && usual != nullptr; i++)
-            usual->push_back(secondsOfRequest(*plain, nullptr));
-        setWeights(row.congestion, row.balance);
-        for (int i = 0; i < kTurn && !isDone(); i++)
-            seconds.push_back(secondsOfRequest(rig.state, row.each));
+    setWeights(row.congestion, row.balance);
+
+    std::vector<double> odd, usual;
+    const double end = isAlone ? INFINITY : secondsNow() + (options.full ? 20.0 : 2.0);
+    while (odd.size() < samples && (odd.size() < 3 || secondsNow() < end)) {
+        constexpr int kTurn = 10;
+        if (!isAlone && odd.size() % kTurn == 0) {
+            setWeights(1.0, 0.0);
+            for (int i = 0; i < kTurn; i++)
+                usual.push_back(secondsOfRequest(*plain, nullptr));
+            setWeights(row.congestion, row.balance);
+        }
+        odd.push_back(secondsOfRequest(rig.state, row.each));
     }
-    if (usual != nullptr) check(rig);
-    return seconds;
+    if (!isAlone) check(rig);
+    return {quantile(odd, 0.5), quantile(usual, 0.5)};
 }
 
 void printOdd(const Options& options) {
-    struct Medians {
-        double odd, usual;
-    };
     std::string head =
         "\n| one thing is odd | request | as usual | times | limit |\n"
         "|---|--:|--:|--:|--:|\n";
     for (const OddRow& row : kOddRows) {
         if (!options.wants(row.name)) continue;
         const double patience = options.full ? 600.0 : 40.0;
-        Medians m = {};
-        const Ending ending = runApart(row.name, patience, &m, [&](Medians* medians) {
-            std::vector<double> usual;
-            const std::size_t samples = options.full ? 2000 : 300;
-            medians->odd = quantile(measureOdd(row, options, samples, &usual), 0.5);
-            medians->usual = quantile(usual, 0.5);
+        OddFigures f = {};
+        const Ending ending = runApart(row.name, patience, &f, [&](OddFigures* figures) {
+            *figures = measureOdd(row, options);
         });
         std::fputs(std::exchange(head, "").c_str(), stdout);
         if (ending.finished)
-            std::printf("| %s | %.1f | %.1f | %.2f | %g |\n", row.name, 1e6 * m.odd,
-                        1e6 * m.usual, m.odd / m.usual, row.limit);
+            std::printf("| %s | %.1f | %.1f | %.2f | %g |\n", row.name, 1e6 * f.odd,
+                        1e6 * f.usual, f.odd / f.usual, row.limit);
         else
             std::printf("| %s | not finished in %g s | | | %g |\n", row.name, patience,
                         row.limit);

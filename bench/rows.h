@@ -68,6 +68,10 @@ struct OddRow {
     double balance = 0.0;                  //   filled with the defaults
 };
 
+struct OddFigures {
+    double odd, usual;  // seconds, medians
+};
+
 // A large piece of work, done once.
 struct JobRow {
     const char* name;
@@ -92,8 +96,8 @@ struct Options {
 
 // odd.cpp
 extern const std::vector<OddRow> kOddRows;
-std::vector<double> measureOdd(const OddRow& row, const Options& options,
-                               std::size_t samples, std::vector<double>* usual);
+// By turns, ten at a time; of a row alone only what is odd.
+OddFigures measureOdd(const OddRow& row, const Options& options);
 void printOdd(const Options& options);
 
 // jobs.cpp

@@ -19,10 +19,6 @@
 
 namespace {
 
-// Mean load of the primaries on shortest paths, as a share of the capacity. With the
-// backups about a third of the network is then reserved, and some links are full.
-constexpr double kLoad = 0.2;
-
 double residentBytes() {
     std::ifstream statm("/proc/self/statm");
     double total = 0.0, resident = 0.0;
@@ -158,7 +154,7 @@ void State::setScale() {
     }
     double capacity = 0.0;
     for (const Link& link : network.links) capacity += link.capacity;
-    scale_ = kLoad * capacity / (load / kSample * facts.offered);
+    scale_ = filling_.load * capacity / (load / kSample * facts.offered);
 }
 
 Ask State::draw() {
@@ -172,16 +168,16 @@ double State::amountOf(double whole) {
     return filling_.amount == nullptr ? whole : filling_.amount(whole, random_);
 }
 
-Ask State::given(Long index) {
+Ask State::next(Long index) const {
     const Demand& d = network.demands[index % network.demands.size()];
-    return {nextId_, d.src, d.dst, 0, 0, amountOf(d.bw)};
+    return {nextId_, d.src, d.dst, 0, 0, d.bw * scale_};
 }
 
 void State::fill() {
     const Muted quiet;
     std::vector<double> seconds;
     for (Long i = 0; i < facts.offered; i++) {
-        const Ask ask = filling_.asGiven ? given(i) : draw();
+        const Ask ask = filling_.inTurn ? next(i) : draw();
         const double start = secondsNow();
         offer(ask, filling_.protectEvery > 0 && i % filling_.protectEvery == 0);
         seconds.push_back(secondsNow() - start);

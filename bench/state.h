@@ -28,9 +28,12 @@ struct Ask {
 struct Filling {
     Long offered;  // primaries
     int classes = kUsedClasses;
-    // Demands one after the other, in class 0 and at level 0; else drawn at random,
-    // scaled to a load that suits the network, in any class and at any level.
-    bool asGiven = false;
+    // Demands one after the other, in class 0 and at level 0, scaled but not rounded: few
+    // are numbers of single precision. Else drawn at random, of any class and level.
+    bool inTurn = false;
+    // Mean load of the primaries on shortest paths, as a share of the capacity. With the
+    // backups about a third of the network is then reserved, and some links are full.
+    double load = 0.2;
     int protectEvery = 3;  // every how many primaries get local backups; 0: none
     // Makes an odd amount of a whole number; null leaves it whole.
     double (*amount)(double whole, Random& random) = nullptr;
@@ -78,7 +81,7 @@ class State {
     void fill();
     void protect(Long id);
     double amountOf(double whole);
-    Ask given(Long index);
+    Ask next(Long index) const;
 
     Filling filling_;
     Random random_{1};

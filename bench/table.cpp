@@ -196,23 +196,21 @@ void printBars(const std::vector<Result>& results) {
             std::printf("| %s | %g | %g | %.2f |\n", f.what, f.limit, f.aim, f.measured);
 }
 
-// One row alone, in this process.
-std::vector<double> repeatRow(const Row& row, const Options& options) {
+double repeatRow(const Row& row, const Options& options) {
     std::vector<double> seconds;
     auto run = [&](const Network& network, Long offered) {
         configure();
         Rig rig(network, {offered});
-        while (seconds.size() < options.repeat) {
-            const Sample sample = row.measure(rig);
-            seconds.push_back(sample.seconds);
-        }
+        while (seconds.size() < options.repeat)
+            seconds.push_back(row.measure(rig).seconds);
         return false;
     };
     forEachNetwork(options.examples, options.repetita, options.only, run);
-    return seconds;
+    return quantile(seconds, 0.5);
 }
 
-std::vector<double> repeatNamed(const Options& options) {
+// The median of one row, which is done in this process.
+double measureAlone(const Options& options) {
     std::string names;
     auto isMeant = [&](const auto& row) {
         names += std::string("\n  ") + row.name;
@@ -221,14 +219,9 @@ std::vector<double> repeatNamed(const Options& options) {
     for (const Row& row : kRows)
         if (isMeant(row)) return repeatRow(row, options);
     for (const OddRow& row : kOddRows)
-        if (isMeant(row)) return measureOdd(row, options, options.repeat, nullptr);
-    std::vector<double> seconds;
-    for (const JobRow& row : kJobRows) {
-        if (!isMeant(row)) continue;
-        const Network large = readLarge(options.repetita);
-        while (seconds.size() < options.repeat) seconds.push_back(row.run(large));
-        return seconds;
-    }
+        if (isMeant(row)) return measureOdd(row, options).odd;
+    for (const JobRow& row : kJobRows)
+        if (isMeant(row)) return row.run(readLarge(options.repetita));
     throw std::runtime_error("no row " + options.row + "; there are:" + names);
 }
 
@@ -262,8 +255,8 @@ int main(int argc, char** argv) {
     try {
         const Options options = parse(argc, argv);
         if (!options.row.empty()) {
-            std::printf("%s: %.1f us, median of %zu\n", options.row.c_str(),
-                        1e6 * quantile(repeatNamed(options), 0.5), options.repeat);
+            std::printf("%s: %.1f us\n", options.row.c_str(),
+                        1e6 * measureAlone(options));
             return 0;
         }
         const std::vector<Result> results = measureAll(options);
