@@ -55,17 +55,17 @@ inline constexpr Row kRows[NB_ROWS] = {
     {"global protection", globalProtection},
 };
 
-// One thing of a network is odd: a request then, next to one on the same network as
-// usual.
+// A request on a network of which one thing is odd, next to one on the network as usual.
 struct OddRow {
     const char* name;
-    double limit;                                              // times the usual request
-    Long nodes = 315;                                          // else 5,000
+    double limit;  // times the usual request
+    Long nodes = 315;
     double (*amount)(double whole, Random& random) = nullptr;  // of the LSPs
     void (*once)(State& state) = nullptr;                      // before all requests
-    void (*each)(State& state) = nullptr;  // before each request, and counted with it
-    double congestion = 1.0;               // weights of the request; the network is
-    double balance = 0.0;                  //   filled with the defaults
+    void (*each)(State& state) = nullptr;  // before each request, and timed with it
+    // Weights of the request; the network is filled with these.
+    double congestion = 1.0;
+    double balance = 0.0;
 };
 
 struct OddFigures {
@@ -83,8 +83,8 @@ struct JobRow {
 
 struct Options {
     bool full = false;
-    std::string only;
-    std::string row;
+    std::string only;  // part of a name
+    std::string row;   // the name of a row that is done alone, in this process
     std::size_t repeat = 100;
     std::string examples = "examples/data";
     std::string repetita = "../shared/data/repetita";
