@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds and runs the benchmark: the rows on the smallest network by Google Benchmark, then
-# the tables of all networks.
+# the tables; or one row alone.
 set -euo pipefail
 cd "$(dirname "$0")"
 . scripts/need.sh
@@ -9,9 +9,13 @@ usage() {
     cat <<'END'
 Usage: ./bench.sh [OPTION...]
 
-  --full            more samples; without it a run takes less than three minutes
+  --full            more samples, and more time for what is given up otherwise
   --write           put the tables into docs/performance.md
-  --only=NAME       only networks with NAME in their names
+  --only=NAME       only networks and rows of the last tables with NAME in their names
+  --row=NAME        only this row, and nothing in child processes (for perf or valgrind:
+                    build/bench/bench/kavril_bench takes the same options); a row that
+                    networks share is measured on the first network that --only leaves
+  --repeat=N        how often (100); large work is done once
   --data=DIR        where the folder repetita with further networks is (../shared/data)
   --benchmark_...   options of Google Benchmark
   --help            this text
@@ -19,11 +23,13 @@ END
 }
 
 write=false
+alone=false
 options=() micro_options=(--benchmark_min_time=0.1)
 for option in "$@"; do
     case $option in
         --help) usage; exit ;;
         --write) write=true ;;
+        --row=*) alone=true; options+=("$option") ;;
         --benchmark_*) micro_options+=("$option") ;;
         *) options+=("$option") ;;
     esac
@@ -43,7 +49,7 @@ mkdir -p build
     exit 1
 }
 
-build/bench/bench/kavril_bench_micro "${micro_options[@]}" examples/data/abilene.txt
+$alone || build/bench/bench/kavril_bench_micro "${micro_options[@]}" examples/data/abilene.txt
 tables=$(build/bench/bench/kavril_bench "${options[@]}")
 printf '%s\n' "$tables"
 if $write; then

@@ -55,7 +55,7 @@ bool hadDetour(const Rig& rig, const Answer& a, int oa, double bw) {
 void verify(Rig& rig, const Answer& a) {
     const DBLabelSwitchedPath* primary = DBgetLSP(rig.state.dataBase, a.primId);
     const Path& prim = a.primary;
-    requirePath(rig, a.backup, prim[a.first], a.backup.back());
+    requirePath(rig.state, a.backup, prim[a.first], a.backup.back());
     require(contains({prim.begin() + (a.type == LOCAL_BACKUP ? a.first + 1 : a.last),
                       prim.end()},
                      a.backup.back()),

@@ -41,12 +41,8 @@ Floor::Floor(const State& state) {
     for (const Link& link : network.links) {
         ends.emplace_back(link.src, link.dst);
         capacities_.push_back(link.capacity / kUsedClasses);
-        const DBLink* stored = findLink(&state.dataBase->linkTab, link.src, link.dst);
-        for (int oa = 0; oa < kUsedClasses; oa++) {
-            loads_[oa].push_back(loadOf(&stored->state, oa));
-            room_[oa].push_back(freeBandwidth(state.dataBase, link, oa));
-        }
     }
+    copyLoads(state);
     graph_ = std::make_unique<Graph>(
         Graph{Csr(boost::edges_are_sorted, ends.begin(), ends.end(), network.nodes)});
     weights_.resize(ends.size());
@@ -55,6 +51,18 @@ Floor::Floor(const State& state) {
 }
 
 Floor::~Floor() = default;
+
+void Floor::copyLoads(const State& state) {
+    for (int oa = 0; oa < kUsedClasses; oa++) {
+        loads_[oa].clear();
+        room_[oa].clear();
+        for (const Link& link : state.network.links) {
+            const DBLink* stored = findLink(&state.dataBase->linkTab, link.src, link.dst);
+            loads_[oa].push_back(loadOf(&stored->state, oa));
+            room_[oa].push_back(freeBandwidth(state.dataBase, link, oa));
+        }
+    }
+}
 
 void Floor::prepare(const Ask& ask) {
     oa_ = ask.oa;

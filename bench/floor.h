@@ -11,9 +11,11 @@
 
 class Floor {
   public:
-    // Copies the loads of all links.
     explicit Floor(const State& state);
     ~Floor();
+
+    // Copies the loads of all links, as the constructor does.
+    void copyLoads(const State& state);
 
     // Sets the weights and the bandwidth to ask for.
     void prepare(const Ask& ask);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <set>
@@ -140,6 +142,42 @@ Network makeSynthetic(Long nodes, Long links) {
                                    ends[random.below(ends.size())],
                                    100.0 + random.below(1900)});
     return finish(std::move(network));
+}
+
+Network makeRow(Long nodes) {
+    Network network;
+    network.name = "row of " + std::to_string(nodes);
+    network.nodes = nodes;
+    for (Long n = 1; n < nodes; n++) addCable(&network, n - 1, n, 1000.0);
+    network.demands.push_back({0, nodes - 1, 1.0});
+    return finish(std::move(network));
+}
+
+Network readLarge(const std::string& folder) {
+    return std::filesystem::exists(folder) ? readRepetita(folder, "rf1239_real_hard")
+                                           : makeSynthetic(315, 1944);
+}
+
+void forEachNetwork(const std::string& examples, const std::string& repetita,
+                    const std::string& only,
+                    const std::function<bool(const Network&, Long offered)>& visit) {
+    bool isDone = false;
+    auto add = [&](const Network& network, Long offered) {
+        if (!isDone && network.name.find(only) != std::string::npos)
+            isDone = !visit(network, offered);
+    };
+    add(readExample(examples + "/abilene.txt"), 2000);
+    if (std::filesystem::exists(repetita)) {
+        for (const char* name : {"Geant2012", "rf1221_real_hard", "Interoute",
+                                 "rf6461_real_hard", "Colt", "Cogentco"})
+            add(readRepetita(repetita, name), 3000);
+        add(readLarge(repetita), 5000);
+    } else {
+        std::fprintf(stderr, "No %s: without the Repetita networks\n", repetita.c_str());
+    }
+    add(makeSynthetic(1000, 4000), 10'000);
+    add(makeSynthetic(2000, 8000), 20'000);
+    add(makeSynthetic(5000, 20'000), 10'000);
 }
 
 std::vector<Long> hopsFrom(const Network& network, Long src,

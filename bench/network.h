@@ -42,6 +42,20 @@ Network readRepetita(const std::string& folder, const std::string& name);
 // single link or node can fail without parting the rest.
 Network makeSynthetic(Long nodes, Long links);
 
+// Nodes in a row and one demand, from one end to the other.
+Network makeRow(Long nodes);
+
+// AS 1239: 315 nodes and 1,944 links. From the folder of Repetita's networks; where there
+// is no such folder, a synthetic network of that size.
+Network readLarge(const std::string& folder);
+
+// The networks to measure on, with the primaries to offer to each: the example, those of
+// Repetita if there is the folder, synthetic ones. Only those with `only` in their names.
+// Ends when visit returns false.
+void forEachNetwork(const std::string& examples, const std::string& repetita,
+                    const std::string& only,
+                    const std::function<bool(const Network&, Long offered)>& visit);
+
 // Hops from src to every node over the links (by index) for which isOpen holds; -1 where
 // there is no path.
 std::vector<Long> hopsFrom(const Network& network, Long src,

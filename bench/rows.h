@@ -8,7 +8,8 @@
 #include "state.h"
 
 struct Rig {
-    Rig(const Network& network, Long offered) : state(network, offered), floor(state) {}
+    Rig(const Network& network, const Filling& filling)
+        : state(network, filling), floor(state) {}
 
     State state;
     Floor floor;
@@ -19,7 +20,8 @@ struct Sample {
     double seconds = 0.0;
     double units = 1.0;         // hops or searches that the work consists of
     double floorSeconds = 0.0;  // of one search, beside the work; 0 for none
-    // Throws if the answer was wrong; for later, because it is slow and spoils caches.
+    // Throws if the answer was wrong. For the end: it is slow, and links whose states are
+    // handed out to it may be slower from then on.
     std::function<void()> verify = [] {};
 };
 
@@ -28,8 +30,10 @@ Sample primaryRequest(Rig& rig);
 Sample requestWithPreemption(Rig& rig);
 Sample placement(Rig& rig);
 Sample removal(Rig& rig);
-// The request of primaryRequest by the operations that it consists of, one by one.
+// The request of primaryRequest by the operations that it consists of, one by one; throws
+// if the paths differ. On networks of more links it takes too long.
 Sample plainRequest(Rig& rig);
+constexpr std::size_t kPlainLinks = 2000;
 
 // backup.cpp
 Sample localProtection(Rig& rig);
@@ -51,6 +55,55 @@ inline constexpr Row kRows[NB_ROWS] = {
     {"global protection", globalProtection},
 };
 
+// A request on a network of which one thing is odd, next to one on the network as usual.
+struct OddRow {
+    const char* name;
+    double limit;  // times the usual request
+    Long nodes = 315;
+    double (*amount)(double whole, Random& random) = nullptr;  // of the LSPs
+    void (*once)(State& state) = nullptr;                      // before all requests
+    void (*each)(State& state) = nullptr;  // before each request, and timed with it
+    // Weights of the request; the network is filled with these.
+    double congestion = 1.0;
+    double balance = 0.0;
+};
+
+struct OddFigures {
+    double odd, usual;  // seconds, medians
+};
+
+// A large piece of work, done once.
+struct JobRow {
+    const char* name;
+    double limit;   // seconds
+    double memory;  // megabytes, 0 for no limit
+    // Given the network of AS 1239, returns seconds; throws if the result is wrong.
+    double (*run)(const Network& large);
+};
+
+struct Options {
+    bool full = false;
+    std::string only;  // part of a name
+    std::string row;   // the name of a row that is done alone, in this process
+    std::size_t repeat = 100;
+    std::string examples = "examples/data";
+    std::string repetita = "../shared/data/repetita";
+
+    bool wants(const std::string& name) const {
+        return name.find(only) != std::string::npos;
+    }
+};
+
+// odd.cpp
+extern const std::vector<OddRow> kOddRows;
+// By turns, ten at a time; of a row alone only what is odd.
+OddFigures measureOdd(const OddRow& row, const Options& options);
+void printOdd(const Options& options);
+
+// jobs.cpp
+extern const std::vector<JobRow> kJobRows;
+void printJobs(const Options& options);
+
 template <class Work>
 double timed(Work work) {
     const double start = secondsNow();
@@ -71,7 +124,7 @@ void timeBoth(Rig& rig, Long src, Sample* sample, Work work) {
 void require(bool condition, const char* what);
 
 // Whether the nodes are a path of the network, without loops, from src to dst.
-void requirePath(const Rig& rig, const Path& path, Long src, Long dst);
+void requirePath(const State& state, const Path& path, Long src, Long dst);
 
 // Whether all links of a path admit the request; oa is its class with bandwidth.
 void requireAdmitted(Rig& rig, const Path& path, LSPRequest* req, int oa);

@@ -20,10 +20,6 @@
 
 namespace {
 
-// Mean load of the primaries on shortest paths, as a share of the capacity. With the
-// backups about a third of the network is then reserved, and some links are full.
-constexpr double kLoad = 0.2;
-
 double residentBytes() {
     std::ifstream statm("/proc/self/statm");
     double total = 0.0, resident = 0.0;
@@ -48,6 +44,14 @@ double secondsNow() {
     return std::chrono::duration<double>(now).count();
 }
 
+double quantile(std::vector<double> values, double q) {
+    if (values.empty()) return 0.0;
+    const auto index =
+        static_cast<std::ptrdiff_t>(q * static_cast<double>(values.size()));
+    std::nth_element(values.begin(), values.begin() + index, values.end());
+    return values[index];
+}
+
 Muted::Muted() {
     std::fflush(stdout);
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
@@ -66,12 +70,12 @@ Muted::~Muted() {
     }
 }
 
-void configure() {
+void configure(int classes) {
     errorInit();
     kavrilConfig = {};
     kavrilConfig.predicateConfig.capacityClause = true;
     kavrilConfig.primaryComputationConfig.Fortz = 1.0;
-    NBOA = kUsedClasses;
+    NBOA = classes;
     NBPL = kUsedLevels;
 }
 
@@ -96,15 +100,26 @@ void initLSP(DBLabelSwitchedPath* lsp, const LSPRequest& req) {
     for (Long node : nodesOf(req.path)) longVecPushBack(&lsp->path, node);
 }
 
+void initBackup(DBLabelSwitchedPath* backup, const LSPRequest& req,
+                const DBLabelSwitchedPath& primary, Long id) {
+    initLSP(backup, req);
+    backup->id = id;
+    backup->precedence = 0;
+    backup->type = req.type;
+    backup->primID = primary.id;
+    for (Long node : nodesOf(primary.path)) longVecPushBack(&backup->primPath, node);
+}
+
 double freeBandwidth(DataBase* dataBase, const Link& link, int oa) {
     const DBLinkState& state = findLink(&dataBase->linkTab, link.src, link.dst)->state;
     return state.cap[oa] - std::accumulate(state.rbw[oa], state.rbw[oa] + kLevels, 0.0);
 }
 
-State::State(const Network& net, Long offered) : network(net), dataBase(DBnew(0)) {
+State::State(const Network& net, const Filling& filling)
+    : network(net), dataBase(DBnew(0)), filling_(filling) {
     const double before = residentBytes();
     addNetwork();
-    facts.offered = offered;
+    facts.offered = filling.offered;
     setScale();
     facts.linkBytes = residentBytes() - before;
     const double start = secondsNow();
@@ -118,13 +133,16 @@ State::State(const Network& net, Long offered) : network(net), dataBase(DBnew(0)
 void State::addNetwork() {
     facts.nodes = network.nodes;
     for (Long node = 0; node < network.nodes; node++) DBaddNode(dataBase, node);
-    for (const Link& link : network.links) {
-        ScopedLinkState state;
-        DBlinkStateInit(&state);
-        std::fill_n(state.cap, kUsedClasses, link.capacity / kUsedClasses);
-        if (DBaddLink(dataBase, facts.links++, link.src, link.dst, &state) < 0)
-            throw std::runtime_error("a link is refused");
-    }
+    for (const Link& link : network.links) addLink(facts.links++, link.capacity);
+}
+
+void State::addLink(Long id, double capacity) {
+    const Link& link = network.links[id];
+    ScopedLinkState state;
+    DBlinkStateInit(&state);
+    std::fill_n(state.cap, filling_.classes, capacity / filling_.classes);
+    if (DBaddLink(dataBase, id, link.src, link.dst, &state) < 0)
+        throw std::runtime_error("a link is refused");
 }
 
 // Chooses the scale of demands from a sample of them.
@@ -137,38 +155,55 @@ void State::setScale() {
     }
     double capacity = 0.0;
     for (const Link& link : network.links) capacity += link.capacity;
-    scale_ = kLoad * capacity / (load / kSample * facts.offered);
+    scale_ = filling_.load * capacity / (load / kSample * facts.offered);
 }
 
 Ask State::draw() {
     const Demand& d = network.demands[random_.below(network.demands.size())];
-    const double bw = std::max(1.0, std::round(d.bw * scale_));
-    const int oa = random_.below(kUsedClasses);
+    const double bw = amountOf(std::max(1.0, std::round(d.bw * scale_)));
+    const int oa = random_.below(filling_.classes);
     return {nextId_, d.src, d.dst, oa, random_.below(kUsedLevels), bw};
+}
+
+double State::amountOf(double whole) {
+    return filling_.amount == nullptr ? whole : filling_.amount(whole, random_);
+}
+
+Ask State::next(Long index) const {
+    const Demand& d = network.demands[index % network.demands.size()];
+    return {nextId_, d.src, d.dst, 0, 0, d.bw * scale_};
 }
 
 void State::fill() {
     const Muted quiet;
+    std::vector<double> seconds;
     for (Long i = 0; i < facts.offered; i++) {
-        const Ask ask = draw();
-        ScopedRequest req;
-        ScopedLSP lsp;
-        IdList preempted;
-        errorManager.top = 0;
-        initRequest(&req, ask);
-        if (computePrimaryPath(dataBase, &req) < 0) continue;
-        initLSP(&lsp, req);
-        if (DBaddLSP(dataBase, &lsp, &preempted) < 0) continue;
-        nextId_++;
-        facts.primaries++;
-        if (i % 3 == 0)
-            protect(ask.id);
-        else if (lsp.path.top > 2)
-            unprotected_.push_back(ask.id);
+        const Ask ask = filling_.inTurn ? next(i) : draw();
+        const double start = secondsNow();
+        offer(ask, filling_.protectEvery > 0 && i % filling_.protectEvery == 0);
+        seconds.push_back(secondsNow() - start);
     }
+    facts.median = quantile(std::move(seconds), 0.5);
 }
 
-// Backups are placed as the entry point does it, at level 0.
+void State::offer(const Ask& ask, bool isProtected) {
+    ScopedRequest req;
+    ScopedLSP lsp;
+    IdList preempted;
+    errorManager.top = 0;
+    initRequest(&req, ask);
+    if (computePrimaryPath(dataBase, &req) < 0) return;
+    initLSP(&lsp, req);
+    if (DBaddLSP(dataBase, &lsp, &preempted) < 0) return;
+    nextId_++;
+    facts.primaries++;
+    facts.carried += ask.bw * (lsp.path.top - 1);
+    if (isProtected)
+        protect(ask.id);
+    else if (lsp.path.top > 2)
+        unprotected_.push_back(ask.id);
+}
+
 void State::protect(Long id) {
     RequestList reqs;
     if (computeBackup(dataBase, &reqs, id, LOCAL_BACKUP) < 0) return;
@@ -176,12 +211,7 @@ void State::protect(Long id) {
     for (Long i = 0; i < reqs.size; i++) {
         ScopedLSP backup;
         IdList preempted;
-        initLSP(&backup, reqs.cont[i]);
-        backup.id = nextId_;
-        backup.precedence = 0;
-        backup.type = reqs.cont[i].type;
-        backup.primID = id;
-        longVecCopy(&backup.primPath, &DBgetLSP(dataBase, id)->path);
+        initBackup(&backup, reqs.cont[i], *DBgetLSP(dataBase, id), nextId_);
         if (DBaddLSP(dataBase, &backup, &preempted) < 0) continue;
         nextId_++;
         facts.backups++;

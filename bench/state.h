@@ -1,5 +1,5 @@
-// A network in operation: a database with thousands of LSPs up, a third of them with
-// local backups.
+// A network in operation: a database with thousands of LSPs up, usually a third of them
+// with local backups.
 #pragma once
 
 #include <vector>
@@ -24,10 +24,27 @@ struct Ask {
     double bw;
 };
 
+// How a network is filled.
+struct Filling {
+    Long offered;  // primaries
+    int classes = kUsedClasses;
+    // Demands one after the other, in class 0 and at level 0, scaled but not rounded: few
+    // are numbers of single precision. Else drawn at random, of any class and level.
+    bool inTurn = false;
+    // Mean load of the primaries on shortest paths, as a share of the capacity. With the
+    // backups about a third of the network is then reserved, and some links are full.
+    double load = 0.2;
+    int protectEvery = 3;  // every how many primaries get local backups; 0: none
+    // Makes an odd amount of a whole number; null leaves it whole.
+    double (*amount)(double whole, Random& random) = nullptr;
+};
+
 struct StateFacts {
     Long nodes, links;
     Long offered, primaries, protectedOnes, backups;
     double seconds;                         // to place the LSPs
+    double median;                          // seconds for one that is offered
+    double carried;                         // by all links, of primaries
     double reserved;                        // mean share of the capacities
     double linkBytes, lspBytes, allocated;  // resident, of the empty network and of what
 };                                          //   was placed; all, as accounted
@@ -35,12 +52,18 @@ struct StateFacts {
 class State {
   public:
     // Places primaries one by one on the paths computed for them, and after every third
-    // its local backups. Those that find no room are left out. Bandwidths are whole
-    // numbers, so that sums are exact and removing what was placed leaves no trace.
-    State(const Network& network, Long offered);
+    // its local backups. Those that find no room are left out. Bandwidths are usually
+    // whole numbers, so that sums are exact and removing what was placed leaves no trace.
+    State(const Network& network, const Filling& filling);
     ~State() { DBdestroy(dataBase); }
     State(const State&) = delete;
     State& operator=(const State&) = delete;
+
+    // Adds link `id` of the network; once more if it has been removed.
+    void addLink(Long id, double capacity);
+
+    // Places a primary if there is room, with local backups if it is to be protected.
+    void offer(const Ask& ask, bool isProtected);
 
     // A request of the kind that the network was filled with, under a free id.
     Ask draw();
@@ -57,7 +80,10 @@ class State {
     void setScale();
     void fill();
     void protect(Long id);
+    double amountOf(double whole);
+    Ask next(Long index) const;
 
+    Filling filling_;
     Random random_{1};
     double scale_ = 1.0;
     Long nextId_ = 0;
@@ -65,7 +91,7 @@ class State {
 };
 
 // Configures the process as jniinitKavril would: capacity clause, congestion cost only.
-void configure();
+void configure(int classes = kUsedClasses);
 
 // Initialises a request, its path [src, -1, dst].
 void initRequest(LSPRequest* req, const Ask& ask);
@@ -73,6 +99,11 @@ void setPath(LSPRequest* req, const Path& path);
 
 // Initialises the LSP that a request with a path becomes.
 void initLSP(DBLabelSwitchedPath* lsp, const LSPRequest& req);
+
+// Initialises the LSP that a request of computeBackup becomes, at level 0 as the entry
+// point does it.
+void initBackup(DBLabelSwitchedPath* backup, const LSPRequest& req,
+                const DBLabelSwitchedPath& primary, Long id);
 
 inline Path nodesOf(const LongList& path) {
     return {path.cont, path.cont + path.top};
@@ -106,3 +137,5 @@ class Muted {
 };
 
 double secondsNow();
+
+double quantile(std::vector<double> values, double q);

@@ -1,34 +1,22 @@
 // The rows on all networks, as tables in Markdown:
 //
-//     kavril_bench [--full] [--only=NAME] [--examples=DIR] [--data=DIR]
-//
-// Every network is measured in a process of its own, because freed memory is kept for
-// reuse: figures of memory would depend on what came before.
-#include <sys/wait.h>
-#include <unistd.h>
-
+//     kavril_bench [--full] [--only=NAME] [--row=NAME] [--repeat=N] [--examples=DIR]
+//                  [--data=DIR]
 #include <algorithm>
 #include <boost/version.hpp>
 #include <cmath>
 #include <cstdio>
 #include <ctime>
 #include <exception>
-#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
 
+#include "apart.h"
 #include "rows.h"
 
 namespace {
-
-struct Options {
-    bool full = false;
-    std::string only;
-    std::string examples = "examples/data";
-    std::string data = "../shared/data";
-};
 
 // In seconds.
 struct Figures {
@@ -40,9 +28,8 @@ struct Figures {
     double ratio() const { return median / floor; }
 };
 
-// What the process of a network reports. Plain memory: it goes through a pipe.
+// What the process of a network reports.
 struct Result {
-    char failure[200];
     char name[32];
     bool synthetic;
     StateFacts facts;
@@ -52,98 +39,53 @@ struct Result {
     double resident() const { return facts.linkBytes + facts.lspBytes; }
 };
 
-double quantile(std::vector<double> values, double q) {
-    if (values.empty()) return 0.0;
-    const auto index =
-        static_cast<std::ptrdiff_t>(q * static_cast<double>(values.size()));
-    std::nth_element(values.begin(), values.begin() + index, values.end());
-    return values[index];
-}
-
-// Answers are verified when all have been timed.
-Figures measure(Rig& rig, const Row& row, const Options& options) {
+Figures measure(Rig& rig, const Row& row, const Options& options,
+                std::vector<std::function<void()>>* checks) {
     const std::size_t samples = options.full ? 2000 : 300;
     const double end = secondsNow() + (options.full ? 20.0 : 1.5);
     std::vector<double> seconds, perUnit, floor;
-    std::vector<std::function<void()>> checks;
     for (int warmUp = 0; warmUp < 5; warmUp++) row.measure(rig);
     while (seconds.size() < samples && (seconds.size() < 20 || secondsNow() < end)) {
         const Sample sample = row.measure(rig);
         seconds.push_back(sample.seconds);
         perUnit.push_back(sample.seconds / sample.units);
         floor.push_back(sample.floorSeconds);
-        checks.push_back(sample.verify);
+        checks->push_back(sample.verify);
     }
-    for (const auto& verify : checks) verify();
     return {quantile(seconds, 0.5), quantile(seconds, 0.99), quantile(perUnit, 0.5),
             quantile(floor, 0.5)};
 }
 
-void measureNetwork(const Network& network, Long offered, const Options& options,
-                    Result* result) {
+// Answers are verified when all rows have been measured.
+void measureRows(const Network& network, Long offered, const Options& options,
+                 Result* result) {
+    std::snprintf(result->name, sizeof result->name, "%s", network.name.c_str());
+    result->synthetic = network.synthetic;
     configure();
-    Rig rig(network, offered);
+    Rig rig(network, {offered});
     result->facts = rig.state.facts;
-    for (int i = 0; i < NB_ROWS; i++) {
-        std::snprintf(result->failure, sizeof result->failure, "%s: ", kRows[i].name);
-        result->rows[i] = measure(rig, kRows[i], options);
+    std::vector<std::function<void()>> checks;
+    for (int i = 0; i < NB_ROWS; i++)
+        result->rows[i] = measure(rig, kRows[i], options, &checks);
+    if (network.links.size() <= kPlainLinks) {
+        std::vector<double> plain;
+        for (int i = 0; i < 3; i++) plain.push_back(plainRequest(rig).seconds);
+        result->plain = quantile(plain, 0.5);
     }
-    constexpr std::size_t kPlainLinks = 2000;  // with more it takes too long
-    if (network.links.size() > kPlainLinks) return;
-    std::vector<double> plain;
-    for (int i = 0; i < 3; i++) plain.push_back(plainRequest(rig).seconds);
-    result->plain = quantile(plain, 0.5);
+    for (const auto& verify : checks) verify();
 }
 
-Result measureApart(const Network& network, Long offered, const Options& options) {
-    Result result = {};
-    std::snprintf(result.name, sizeof result.name, "%s", network.name.c_str());
-    result.synthetic = network.synthetic;
-    int ends[2];
-    if (pipe(ends) < 0) throw std::runtime_error("no pipe");
-    const pid_t child = fork();
-    if (child == 0) {
-        try {
-            measureNetwork(network, offered, options, &result);
-            result.failure[0] = '\0';
-        } catch (const std::exception& e) {
-            const std::string text = std::string(result.failure) + e.what();
-            std::snprintf(result.failure, sizeof result.failure, "%s", text.c_str());
-        }
-        const bool written = write(ends[1], &result, sizeof result) == sizeof result;
-        _exit(written ? 0 : 1);
-    }
-    close(ends[1]);
-    const bool received = read(ends[0], &result, sizeof result) == sizeof result;
-    close(ends[0]);
-    waitpid(child, nullptr, 0);
-    if (!received || result.failure[0] != '\0')
-        throw std::runtime_error(network.name + ": " +
-                                 (received ? result.failure : "the process has died"));
-    return result;
-}
-
-// The networks, and how many primaries are offered to each.
 std::vector<Result> measureAll(const Options& options) {
     std::vector<Result> results;
-    auto add = [&](const Network& network, Long offered) {
-        if (network.name.find(options.only) == std::string::npos) return;
-        std::fprintf(stderr, "%s ...\n", network.name.c_str());
-        results.push_back(measureApart(network, offered, options));
-    };
-    add(readExample(options.examples + "/abilene.txt"), 2000);
-    const std::string repetita = options.data + "/repetita";
-    if (std::filesystem::exists(repetita)) {
-        for (const char* name : {"Geant2012", "rf1221_real_hard", "Interoute",
-                                 "rf6461_real_hard", "Colt", "Cogentco"})
-            add(readRepetita(repetita, name), 3000);
-        add(readRepetita(repetita, "rf1239_real_hard"), 5000);
-    } else {
-        std::fprintf(stderr, "No %s: without the Repetita networks\n", repetita.c_str());
-    }
-    add(makeSynthetic(1000, 4000), 10'000);
-    add(makeSynthetic(2000, 8000), 20'000);
-    add(makeSynthetic(5000, 20'000), 10'000);
+    forEachNetwork(options.examples, options.repetita, options.only,
+                   [&](const Network& network, Long offered) {
+                       Result result = {};
+                       runApart(network.name, -1.0, &result, [&](Result* answer) {
+                           measureRows(network, offered, options, answer);
+                       });
+                       results.push_back(result);
+                       return true;
+                   });
     return results;
 }
 
@@ -240,7 +182,7 @@ void printBars(const std::vector<Result>& results) {
         const char* what;
         double limit, aim, measured;
     } figures[] = {
-        {"primary request, times the floor", 3.0, 1.0, request},
+        {"primary request, times the floor", 1.5, 1.0, request},
         {"placing, per hop, times that of the smallest", 1.3, 1.0, place / firstPlace},
         {"local protection, per search, times the floor", 3.0, 1.0, local},
         {"global protection, times the floor", 5.0, 2.0, global},
@@ -252,6 +194,35 @@ void printBars(const std::vector<Result>& results) {
     for (const auto& f : figures)
         if (!std::isnan(f.measured))
             std::printf("| %s | %g | %g | %.2f |\n", f.what, f.limit, f.aim, f.measured);
+}
+
+double repeatRow(const Row& row, const Options& options) {
+    std::vector<double> seconds;
+    auto run = [&](const Network& network, Long offered) {
+        configure();
+        Rig rig(network, {offered});
+        while (seconds.size() < options.repeat)
+            seconds.push_back(row.measure(rig).seconds);
+        return false;
+    };
+    forEachNetwork(options.examples, options.repetita, options.only, run);
+    return quantile(seconds, 0.5);
+}
+
+// The median of one row, which is done in this process.
+double measureAlone(const Options& options) {
+    std::string names;
+    auto isMeant = [&](const auto& row) {
+        names += std::string("\n  ") + row.name;
+        return options.row == row.name;
+    };
+    for (const Row& row : kRows)
+        if (isMeant(row)) return repeatRow(row, options);
+    for (const OddRow& row : kOddRows)
+        if (isMeant(row)) return measureOdd(row, options).odd;
+    for (const JobRow& row : kJobRows)
+        if (isMeant(row)) return row.run(readLarge(options.repetita));
+    throw std::runtime_error("no row " + options.row + "; there are:" + names);
 }
 
 Options parse(int argc, char** argv) {
@@ -267,7 +238,11 @@ Options parse(int argc, char** argv) {
         else if (name == "--examples=")
             options.examples = value;
         else if (name == "--data=")
-            options.data = value;
+            options.repetita = value + "/repetita";
+        else if (name == "--row=")
+            options.row = value;
+        else if (name == "--repeat=")
+            options.repeat = std::stoul(value);
         else
             throw std::runtime_error("unknown option " + arg);
     }
@@ -279,11 +254,20 @@ Options parse(int argc, char** argv) {
 int main(int argc, char** argv) {
     try {
         const Options options = parse(argc, argv);
+        if (!options.row.empty()) {
+            std::printf("%s: %.1f us\n", options.row.c_str(),
+                        1e6 * measureAlone(options));
+            return 0;
+        }
         const std::vector<Result> results = measureAll(options);
         printMachine(options);
-        printStates(results);
-        printTimes(results);
-        printBars(results);
+        if (!results.empty()) {
+            printStates(results);
+            printTimes(results);
+            printBars(results);
+        }
+        printOdd(options);
+        printJobs(options);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "%s\n", e.what());
         return 1;

@@ -1,0 +1,150 @@
+// Rows on networks of which one thing is odd.
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <utility>
+
+#include "apart.h"
+#include "common/setup.h"
+#include "computation/primary/primaryPath.h"
+#include "error/error.h"
+#include "rows.h"
+
+namespace {
+
+constexpr Long kLSPs = 2000;
+
+double overDecades(double whole, Random& random) {
+    return static_cast<float>(whole * std::pow(10.0, -7.0 * random.real()));
+}
+
+void addTinyLSP(State& state) {
+    const Long before = state.facts.primaries;
+    while (state.facts.primaries == before) {
+        Ask ask = state.draw();
+        ask.bw = 1e-12F;
+        state.offer(ask, false);
+    }
+}
+
+Long someLink(const State& state) {
+    return state.facts.links / 2;
+}
+
+void replaceLink(State& state, double capacity) {
+    const Link& link = state.network.links[someLink(state)];
+    require(DBremoveLink(state.dataBase, link.src, link.dst) == 0, "a link stays");
+    state.addLink(someLink(state), capacity);
+}
+
+void flap(State& state) {
+    replaceLink(state, state.network.links[someLink(state)].capacity);
+}
+
+void makeInfinite(State& state) {
+    replaceLink(state, INFINITY);
+}
+
+void handOut(State& state) {
+    const Link& link = state.network.links[someLink(state)];
+    require(DBgetLinkState(state.dataBase, link.src, link.dst) != nullptr, "no state");
+}
+
+void setWeights(double congestion, double balance) {
+    kavrilConfig.primaryComputationConfig.Fortz = congestion;
+    std::fill_n(kavrilConfig.primaryComputationConfig.loadBal, kUsedClasses, balance);
+}
+
+// Of a request that has a path.
+[[gnu::noinline]] double secondsOfRequest(State& state, void (*before)(State&)) {
+    for (int i = 0; i < 1000; i++) {
+        const Ask ask = state.draw();
+        ScopedRequest req;
+        initRequest(&req, ask);
+        errorManager.top = 0;
+        bool found = false;
+        const double seconds = timed([&] {
+            if (before != nullptr) before(state);
+            found = computePrimaryPath(state.dataBase, &req) == 0;
+        });
+        if (!found) continue;
+        requirePath(state, nodesOf(req.path), ask.src, ask.dst);
+        return seconds;
+    }
+    throw std::runtime_error("the network is full");
+}
+
+// Some answers compared with those of the public operations one by one or, where that
+// would take too long, with the floor's.
+void check(Rig& rig) {
+    if (rig.state.network.links.size() <= kPlainLinks) {
+        for (int i = 0; i < 2; i++) plainRequest(rig);
+        return;
+    }
+    rig.floor.copyLoads(rig.state);
+    for (int i = 0; i < 20; i++) primaryRequest(rig).verify();
+}
+
+}  // namespace
+
+const std::vector<OddRow> kOddRows = {
+    {.name = "bandwidths spread over seven decades", .limit = 2.0, .amount = overDecades},
+    {.name = "one LSP of 1e-12 among 2,000", .limit = 1.2, .once = addTinyLSP},
+    {.name = "one link of infinite capacity", .limit = 1.2, .once = makeInfinite},
+    {.name = "one link's state handed out", .limit = 2.0, .once = handOut},
+    {.name = "weight loadBal besides", .limit = 5.0, .balance = 1.0},
+    {.name = "weight loadBal alone", .limit = 5.0, .congestion = 0.0, .balance = 1.0},
+    {.name = "link flap before each request", .limit = 3.0, .each = flap},
+    {.name = "link flap, 5,000 nodes", .limit = 3.0, .nodes = 5000, .each = flap},
+};
+
+OddFigures measureOdd(const OddRow& row, const Options& options) {
+    const bool isAlone = !options.row.empty();
+    const std::size_t samples = isAlone ? options.repeat : options.full ? 2000 : 300;
+    configure();
+    const Network network =
+        row.nodes == 5000 ? makeSynthetic(5000, 20'000) : readLarge(options.repetita);
+    std::unique_ptr<State> plain;
+    if (!isAlone) plain = std::make_unique<State>(network, Filling{kLSPs});
+    Rig rig(network, {.offered = kLSPs, .amount = row.amount});
+    if (row.once != nullptr) row.once(rig.state);
+    setWeights(row.congestion, row.balance);
+
+    std::vector<double> odd, usual;
+    const double end = isAlone ? INFINITY : secondsNow() + (options.full ? 20.0 : 2.0);
+    while (odd.size() < samples && (odd.size() < 3 || secondsNow() < end)) {
+        constexpr int kTurn = 10;
+        if (!isAlone && odd.size() % kTurn == 0) {
+            setWeights(1.0, 0.0);
+            for (int i = 0; i < kTurn; i++)
+                usual.push_back(secondsOfRequest(*plain, nullptr));
+            setWeights(row.congestion, row.balance);
+        }
+        odd.push_back(secondsOfRequest(rig.state, row.each));
+    }
+    if (!isAlone) check(rig);
+    return {quantile(odd, 0.5), quantile(usual, 0.5)};
+}
+
+void printOdd(const Options& options) {
+    std::string head =
+        "\n| one thing is odd | request | as usual | times | limit |\n"
+        "|---|--:|--:|--:|--:|\n";
+    for (const OddRow& row : kOddRows) {
+        if (!options.wants(row.name)) continue;
+        const double patience = options.full ? 600.0 : 40.0;
+        OddFigures f = {};
+        const Ending ending = runApart(row.name, patience, &f, [&](OddFigures* figures) {
+            *figures = measureOdd(row, options);
+        });
+        std::fputs(std::exchange(head, "").c_str(), stdout);
+        if (ending.finished)
+            std::printf("| %s | %.1f | %.1f | %.2f | %g |\n", row.name, 1e6 * f.odd,
+                        1e6 * f.usual, f.odd / f.usual, row.limit);
+        else
+            std::printf("| %s | not finished in %g s | | | %g |\n", row.name, patience,
+                        row.limit);
+    }
+}
