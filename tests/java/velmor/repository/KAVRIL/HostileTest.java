@@ -2,7 +2,6 @@ package velmor.repository.KAVRIL;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
 
-import java.io.IOException;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -75,8 +74,9 @@ class HostileTest {
     }
 
     /** Copies the classes of a caller, with a field renamed in the library's class. */
-    private static void copyWithoutField(Path folder, String field) throws IOException {
+    private static void copyWithoutField(Path folder, String field) throws Exception {
         ChildJvm.copyClasses(folder, JNIKAVRIL.class, NativeLibrary.class, WithoutFields.class,
+                Class.forName("velmor.kavril.internal.LibraryFile"),
                 Hostile.class, Hostile.Line.class, Probe.class, Probe.Action.class, Probe.Computation.class,
                 AddDBException.class, NoRouteToHostException.class, RoutingException.class);
         Path file = folder.resolve("velmor/repository/KAVRIL/JNIKAVRIL.class");
@@ -86,7 +86,7 @@ class HostileTest {
     }
 
     @Test
-    void classWithoutSessIdIsRefusedEverywhere(@TempDir Path folder) throws IOException {
+    void classWithoutSessIdIsRefusedEverywhere(@TempDir Path folder) throws Exception {
         copyWithoutField(folder, "sessId");
         assertTells(ChildJvm.start(folder.toString(), WithoutFields.class.getName()),
                 WithoutFields.METHODS.stream()
@@ -95,7 +95,7 @@ class HostileTest {
     }
 
     @Test
-    void classWithoutLspsOnlyComputesNoPaths(@TempDir Path folder) throws IOException {
+    void classWithoutLspsOnlyComputesNoPaths(@TempDir Path folder) throws Exception {
         copyWithoutField(folder, "lsps");
         assertTells(ChildJvm.start(folder.toString(), WithoutFields.class.getName()),
                 "# jniinitKavril ", "# jniaddNode ", "# jniaddLink A", "# jniremoveLink A",

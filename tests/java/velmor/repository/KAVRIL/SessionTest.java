@@ -183,8 +183,9 @@ class SessionTest {
     }
 
     @Test
-    void missingExceptionClassesAreTold(@TempDir Path folder) {
+    void missingExceptionClassesAreTold(@TempDir Path folder) throws ClassNotFoundException {
         ChildJvm.copyClasses(folder, JNIKAVRIL.class, NativeLibrary.class,
+                Class.forName("velmor.kavril.internal.LibraryFile"),
                 WithoutExceptions.class, WithoutExceptions.class.getDeclaredClasses()[0]);
         String missing = "java.lang.NoClassDefFoundError: velmor/repository/model/exception/";
         String givingUp = "Unable to find the exception class, giving up";
