@@ -73,6 +73,8 @@ class SessionTest {
         assertThrows(RefusedException.class, () -> session.removeLsp(3));
         session.removeLsp(2);
         assertEquals("0.000000", reserved(4, 2));
+        // The ids of those that gave way are free again.
+        session.addLsp(1, traffic, Route.of(0, 1));
     }
 
     @Test
@@ -158,6 +160,10 @@ class SessionTest {
             assertTrue(e.getMessage().contains("an LSP with a reserved ID"), e.getMessage());
             assertEquals(before, other.dump());
             assertEquals(List.of(), other.backupsOf(1));
+
+            // Unless told otherwise, a session goes around congestion.
+            other.addLsp(2, Traffic.of(6), Route.of(0, 1));
+            assertEquals(Route.of(0, 3, 1), other.request(3, 0, 1, Traffic.of(0.5)).route());
         }
     }
 
