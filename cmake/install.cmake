@@ -56,6 +56,8 @@ if(KAVRIL_JAVA)
   file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/link)
   file(CREATE_LINK kavril-${PROJECT_VERSION}.jar ${CMAKE_BINARY_DIR}/link/kavril.jar SYMBOLIC)
   install(FILES ${CMAKE_BINARY_DIR}/link/kavril.jar DESTINATION ${java_dir})
+  install(FILES ${CMAKE_BINARY_DIR}/lib/kavril.pom DESTINATION ${java_dir}
+          RENAME kavril-${PROJECT_VERSION}.pom)
 endif()
 
 # find_package(KAVRIL) gives KAVRIL::core and KAVRIL_JAR.

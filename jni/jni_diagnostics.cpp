@@ -70,16 +70,23 @@ void registerDiagnostics(JNIEnv* env) {
     // Whoever stands in for a virtual machine may not have what this needs.
     if (done || env->functions->RegisterNatives == nullptr) return;
     const JNINativeMethod methods[] = {
-        method("takeMessages", "(I)[Ljava/lang/String;",
-               reinterpret_cast<void*>(takeMessages)),
         method("print", "(I)Ljava/lang/String;", reinterpret_cast<void*>(print)),
         method("inUse", "(II)Z", reinterpret_cast<void*>(inUse)),
+        // Called first by sessions: the last one, so that all are there or none seems to
+        // be.
+        method("takeMessages", "(I)[Ljava/lang/String;",
+               reinterpret_cast<void*>(takeMessages)),
     };
     jclass owner = env->FindClass("velmor/kavril/internal/Diagnostics");
-    if (owner != nullptr)
-        env->RegisterNatives(owner, methods, static_cast<jint>(std::size(methods)));
-    // An application may have the native methods' class alone; it misses nothing.
+    // An application may have the native methods' class alone; it misses nothing. What
+    // has failed may succeed when the next session is opened, with more memory, say.
+    if (owner != nullptr &&
+        env->RegisterNatives(owner, methods, static_cast<jint>(std::size(methods))) ==
+            JNI_OK)
+        done = true;
     env->ExceptionClear();
     env->DeleteLocalRef(owner);
-    done = true;
 }
+
+// The jar's loader looks for this text in a library's file before it loads it.
+[[gnu::used]] const char kLibraryMark[] = "KAVRIL library " KAVRIL_VERSION;

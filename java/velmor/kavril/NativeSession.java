@@ -97,7 +97,7 @@ final class NativeSession implements Runnable {
         } catch (UnsatisfiedLinkError e) {
             raw.jnikillKavril();
             throw new UnsatisfiedLinkError("the native library from " + NativeLibrary.origin()
-                    + " is another version than the jar: " + e.getMessage());
+                    + " does not go with the classes of the jar: " + e.getMessage());
         }
         return messages == null ? List.of()
                 : Arrays.stream(messages).map(String::strip).collect(Collectors.toList());

@@ -16,7 +16,9 @@ import java.security.MessageDigest;
 import java.security.NoSuchAlgorithmException;
 import java.time.Duration;
 import java.time.Instant;
+import java.util.ArrayList;
 import java.util.Arrays;
+import java.util.List;
 import java.util.Set;
 
 /**
@@ -32,6 +34,7 @@ import java.util.Set;
  */
 final class LibraryCopy {
     private static final int MAX_COPIES = 1000;
+    private static final int MAX_FOLDERS = 10;
     private static final int HASH_DIGITS = 32;
     private static final String UNFINISHED = ".tmp";
 
@@ -73,42 +76,58 @@ final class LibraryCopy {
         }
     }
 
-    /** The user's folder for copies, made if it is missing and refused if others can write to it. */
+    /**
+     * The user's folder for copies, made if it is missing. Where another user has taken the name, or
+     * could write into the folder, the next number is tried: kavril-USER, kavril-USER-1, ...
+     */
     private static Path ownFolder() throws IOException {
         String chosen = System.getProperty(NativeLibrary.DIRECTORY_PROPERTY);
         Path base = Path.of(chosen != null ? chosen : System.getProperty("java.io.tmpdir"))
                 .toAbsolutePath();
         Files.createDirectories(base);
-        String user = System.getProperty("user.name").replaceAll("[^A-Za-z0-9._-]", "_");
-        Path folder = base.resolve("kavril-" + user);
-        try {
-            Files.createDirectory(folder, ownerOnly(folder));
-        } catch (FileAlreadyExistsException e) {
-            checkOwned(folder);
+        // "?" for a user without an entry in the password file.
+        String name = "kavril-"
+                + System.getProperty("user.name", "?").replaceAll("[^A-Za-z0-9._-]", "_");
+        List<String> taken = new ArrayList<>();
+        for (int number = 0; number < MAX_FOLDERS; number++) {
+            Path folder = base.resolve(number == 0 ? name : name + "-" + number);
+            try {
+                Files.createDirectory(folder, ownerOnly(folder));
+                return folder;
+            } catch (FileAlreadyExistsException e) {
+                String objection = objection(folder);
+                if (objection == null) {
+                    return folder;
+                }
+                taken.add(objection);
+            }
         }
-        return folder;
+        throw new IOException(String.join(", ", taken));
     }
 
-    /** Somebody else could have made the folder first, to have this user load what is in it. */
-    private static void checkOwned(Path folder) throws IOException {
-        if (!Files.isDirectory(folder, LinkOption.NOFOLLOW_LINKS)) {
-            throw new IOException(folder + " is not a directory");
-        }
-        if (!isPosix(folder)) {
-            return;
-        }
-        Set<PosixFilePermission> permissions = Files.getPosixFilePermissions(folder);
-        if (permissions.contains(PosixFilePermission.GROUP_WRITE)
-                || permissions.contains(PosixFilePermission.OTHERS_WRITE)) {
-            throw new IOException("others can write to " + folder);
-        }
-        Path own = Files.createTempFile(folder, "owner", UNFINISHED);
+    /** What speaks against a folder; somebody may have made it to have this user load his file. */
+    private static String objection(Path folder) {
         try {
-            if (!Files.getOwner(own).equals(Files.getOwner(folder))) {
-                throw new IOException(folder + " belongs to " + Files.getOwner(folder));
+            if (!Files.isDirectory(folder, LinkOption.NOFOLLOW_LINKS)) {
+                return folder + " is not a directory";
             }
-        } finally {
-            Files.deleteIfExists(own);
+            if (!isPosix(folder)) {
+                return null;
+            }
+            Set<PosixFilePermission> permissions = Files.getPosixFilePermissions(folder);
+            if (permissions.contains(PosixFilePermission.GROUP_WRITE)
+                    || permissions.contains(PosixFilePermission.OTHERS_WRITE)) {
+                return "others can write to " + folder;
+            }
+            Path own = Files.createTempFile(folder, "owner", UNFINISHED);
+            try {
+                return Files.getOwner(own).equals(Files.getOwner(folder)) ? null
+                        : folder + " belongs to " + Files.getOwner(folder);
+            } finally {
+                Files.deleteIfExists(own);
+            }
+        } catch (IOException e) {
+            return folder + " cannot be used (" + e + ")";
         }
     }
 

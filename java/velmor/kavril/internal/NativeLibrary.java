@@ -9,6 +9,7 @@ import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Locale;
+import java.util.stream.Collectors;
 
 /** Finds and loads the native library, once per class loader; the module's page tells the order. */
 public final class NativeLibrary {
@@ -19,6 +20,9 @@ public final class NativeLibrary {
     public static final String DIRECTORY_PROPERTY = "velmor.kavril.directory";
 
     private static final String NAME = "kavril";
+
+    /** Those that a jar may have a library for, if it was built with all compilers. */
+    private static final List<String> PLATFORMS = List.of("linux-x86_64", "linux-aarch64");
 
     private static volatile String origin;
 
@@ -70,19 +74,27 @@ public final class NativeLibrary {
         }
         String file = System.getProperty(FILE_PROPERTY);
         List<String> failures = new ArrayList<>();
-        String found = file != null ? loadNamed(file, failures) : loadFromPath(failures);
-        if (found == null && file == null) {
-            found = loadBundled(failures);
+        try {
+            String found = file != null ? loadNamed(file, failures) : loadFromPath(failures);
+            if (found == null && file == null) {
+                found = loadBundled(failures);
+            }
+            if (found == null) {
+                throw failure("; tried", failures);
+            }
+            origin = found;
+        } catch (IllegalCallerException e) {
+            // Java 24 and later, with --illegal-native-access=deny or whatever becomes its default.
+            Module module = NativeLibrary.class.getModule();
+            throw failure(": the virtual machine forbids native access; start it with"
+                    + " --enable-native-access="
+                    + (module.isNamed() ? module.getName() : "ALL-UNNAMED"), List.of());
         }
-        if (found == null) {
-            throw failure(failures);
-        }
-        origin = found;
     }
 
-    private static UnsatisfiedLinkError failure(List<String> failures) {
+    private static UnsatisfiedLinkError failure(String why, List<String> failures) {
         StringBuilder text = new StringBuilder("cannot load the native library of KAVRIL on ")
-                .append(platform()).append("; tried");
+                .append(platform()).append(why);
         for (int i = 0; i < failures.size(); i++) {
             text.append("\n  ").append(i + 1).append(". ").append(failures.get(i));
         }
@@ -91,33 +103,40 @@ public final class NativeLibrary {
 
     private static String loadNamed(String name, List<String> failures) {
         String what = "the system property " + FILE_PROPERTY + ", '" + name + "': ";
+        String end = "; nothing else is tried while the property is set";
+        Path file = null;
         try {
-            Path file = Path.of(name).toAbsolutePath();
+            file = Path.of(name).toAbsolutePath();
             if (Files.isRegularFile(file)) {
+                LibraryFile.checkVersion(file);
                 return loadFile(file);
             }
-            failures.add(what + (Files.exists(file) ? "not a file" : "there is no such file")
-                    + "; nothing else is tried while the property is set");
+            failures.add(what + (Files.exists(file) ? "not a file" : "there is no such file") + end);
         } catch (InvalidPathException | IOException | UnsatisfiedLinkError e) {
-            failures.add(what + reason(e) + "; nothing else is tried while the property is set");
+            failures.add(what + reason(e, file) + end);
         }
         return null;
     }
 
     private static String loadFromPath(List<String> failures) {
+        Path file = null;
         try {
+            file = findOnPath();
+            if (file != null) {
+                LibraryFile.checkVersion(file);
+            }
             try {
+                // Class loaders of containers know places beside the path.
                 System.loadLibrary(NAME);
                 return "java.library.path";
             } catch (UnsatisfiedLinkError e) {
-                Path file = isLoadedElsewhere(e) ? findOnPath() : null;
-                if (file == null) {
+                if (file == null || !isLoadedElsewhere(e)) {
                     throw e;
                 }
                 return loadFile(file);
             }
         } catch (InvalidPathException | IOException | UnsatisfiedLinkError e) {
-            failures.add("java.library.path: " + reason(e));
+            failures.add("java.library.path: " + reason(e, file));
             return null;
         }
     }
@@ -147,22 +166,49 @@ public final class NativeLibrary {
     }
 
     private static String loadBundled(List<String> failures) {
-        String resource = "/velmor/kavril/native/" + platform() + "/" + System.mapLibraryName(NAME);
+        String resource = resource(platform());
         String what = "the copy in the jar, " + resource + ": ";
+        byte[] content = null;
         try (InputStream stream = NativeLibrary.class.getResourceAsStream(resource)) {
             if (stream == null) {
-                failures.add(what + "the jar has none for this platform");
+                failures.add(what + "the jar has none for this platform, only for "
+                        + PLATFORMS.stream().filter(NativeLibrary::isBundled)
+                                .collect(Collectors.joining(" and ")));
                 return null;
             }
-            return LibraryCopy.load(stream.readAllBytes());
+            content = stream.readAllBytes();
+            return LibraryCopy.load(content);
         } catch (InvalidPathException | IOException | UnsatisfiedLinkError e) {
-            failures.add(what + reason(e) + "; the system property " + DIRECTORY_PROPERTY
-                    + " chooses the directory for it, which must allow to write and to execute");
+            String need = content == null ? null : LibraryFile.unmetNeed(content);
+            failures.add(what + (need != null ? need : message(e) + "; the system property "
+                    + DIRECTORY_PROPERTY
+                    + " chooses the directory for it, which must allow to write and to execute"));
             return null;
         }
     }
 
-    private static String reason(Throwable e) {
+    private static String resource(String platform) {
+        return "/velmor/kavril/native/" + platform + "/" + System.mapLibraryName(NAME);
+    }
+
+    private static boolean isBundled(String platform) {
+        return NativeLibrary.class.getResource(resource(platform)) != null;
+    }
+
+    /** What kept the file from being loaded: its needs if this system does not meet them. */
+    private static String reason(Throwable e, Path file) {
+        String need = null;
+        if (e instanceof UnsatisfiedLinkError && file != null) {
+            try {
+                need = LibraryFile.unmetNeed(Files.readAllBytes(file));
+            } catch (IOException unreadable) {
+                return unreadable.toString();
+            }
+        }
+        return need != null ? need : message(e);
+    }
+
+    private static String message(Throwable e) {
         return e instanceof IOException ? e.toString() : e.getMessage();
     }
 }

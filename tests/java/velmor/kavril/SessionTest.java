@@ -16,6 +16,7 @@ import java.util.concurrent.Executors;
 import java.util.concurrent.Future;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
+import velmor.repository.KAVRIL.JNIKAVRIL;
 
 /** What sessions do; {@link MisuseTest} has what they refuse. */
 class SessionTest {
@@ -72,6 +73,8 @@ class SessionTest {
         assertThrows(RefusedException.class, () -> session.removeLsp(3));
         session.removeLsp(2);
         assertEquals("0.000000", reserved(4, 2));
+        // The ids of those that gave way are free again.
+        session.addLsp(1, traffic, Route.of(0, 1));
     }
 
     @Test
@@ -100,6 +103,10 @@ class SessionTest {
         // The two over 1 > 5 and 5 > 3 share: no single failure needs both.
         assertEquals("6.000000", reserved(5, 3));
 
+        // They do not give way to level 3.
+        assertThrows(NoRouteException.class,
+                () -> session.request(9, 0, 4, Traffic.of(5).atLevel(3), PREEMPT));
+
         // Backups outlive their primary and are to be removed.
         session.removeLsp(1);
         assertEquals(List.of(11, 12, 13), session.backupsOf(1));
@@ -122,6 +129,42 @@ class SessionTest {
         session.addBackup(12, 2, Protection.Kind.GLOBAL, Traffic.of(6).atLevel(5), other.route());
         assertEquals(List.of(12), session.backupsOf(2));
         assertEquals("6.000000", reserved(5, 1));
+
+        session.addLsp(3, Traffic.of(1), Route.of(0, 1, 2, 3));
+        Backup winding = session.protect(3, Protection.global()).get(0);
+        assertEquals(Route.of(0, 4, 2, 1, 5, 3), winding.route());
+        assertEquals(List.of(), winding.protectedNodes());
+    }
+
+    /** Somebody opens a session behind the others and adds to this one what it does not know of. */
+    @Test
+    void aProtectionThatEndsHalfWayIsTakenBack() throws Exception {
+        JNIKAVRIL raw = new JNIKAVRIL();
+        raw.jniinitKavril(8, 8, false, false, true, 0, 1, 0, 0, 0, 0, 0, new float[8][8]);
+        try (Session other = Session.builder().build()) {
+            raw.jnikillKavril();
+            raw.sessId = (raw.sessId + 1) % 128;
+            for (int node = 0; node < 4; node++) {
+                other.addNode(node);
+            }
+            int[][] links = {{0, 1}, {1, 2}, {0, 3}, {3, 2}, {3, 1}, {1, 3}};
+            for (int id = 0; id < links.length; id++) {
+                other.addLink(id, links[id][0], links[id][1], 10);
+            }
+            other.addLsp(1, Traffic.of(2), Route.of(0, 1, 2));
+            raw.jniaddLSP(12, new int[] {0, 1}, 0, 0, 1);
+            String before = other.dump();
+            assertTrue(before.contains("\n1 12 "), before);
+            RefusedException e = assertThrows(RefusedException.class,
+                    () -> other.protect(1, Protection.local().placedAs(11, 12)));
+            assertTrue(e.getMessage().contains("an LSP with a reserved ID"), e.getMessage());
+            assertEquals(before, other.dump());
+            assertEquals(List.of(), other.backupsOf(1));
+
+            // Unless told otherwise, a session goes around congestion.
+            other.addLsp(2, Traffic.of(6), Route.of(0, 1));
+            assertEquals(Route.of(0, 3, 1), other.request(3, 0, 1, Traffic.of(0.5)).route());
+        }
     }
 
     @Test
@@ -138,6 +181,10 @@ class SessionTest {
         assertThrows(RefusedException.class, () -> session.removeNode(1));
         session.removeLsp(11);
         session.removeLink(0, 1);
+        // The library remarks on the gap in the links' ids; that must not be told with a later failure.
+        session.addLsp(3, Traffic.of(1), Route.of(1, 2));
+        session.protect(3, Protection.local());
+        assertEquals(3, assertThrows(RefusedException.class, () -> session.addNode(1)).trace().size());
         session.removeNode(4);
         assertThrows(NoRouteException.class, () -> session.request(2, 0, 1, Traffic.of(1)));
         session.addNode(4);

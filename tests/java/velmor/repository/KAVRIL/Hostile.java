@@ -1,309 +1,198 @@
 package velmor.repository.KAVRIL;
 
-import static velmor.repository.KAVRIL.Probe.ids;
-
-import java.io.IOException;
-import java.io.RandomAccessFile;
-import java.io.UncheckedIOException;
-import java.lang.reflect.InvocationTargetException;
-import java.lang.reflect.Method;
-import java.nio.charset.StandardCharsets;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Locale;
+import java.util.Map;
 import java.util.Random;
+import java.util.concurrent.Callable;
+import java.util.concurrent.ExecutorService;
+import java.util.concurrent.Executors;
+import velmor.kavril.internal.Diagnostics;
 
 /**
- * What a careless or hostile caller may pass, and what comes of it: a line for each argument, and
- * the runner. Each value takes the place of one argument of a call that would succeed, on a session
- * made for it.
+ * What a careless or hostile caller may pass, and what comes of it: a line for each argument. Each
+ * value takes the place of one argument of a call that would succeed, on a session made for it.
  */
 final class Hostile {
-
-    private static final int MAX = Integer.MAX_VALUE;
-    private static final int MIN = Integer.MIN_VALUE;
-    private static final float INF = Float.POSITIVE_INFINITY;
-    private static final float TINY = Float.MIN_VALUE;  // denormal
-
-    private static final Object[] NUMBERS = {-1, 0, 8, 9, MAX, MIN};
-    private static final Object[] AMOUNTS = {0f, -1f, Float.NaN, INF, -INF, TINY, Float.MAX_VALUE};
-    private static final Object[] PATHS = {null, ids(), ids(0), ids(0, 0), ids(0, 1, 0, 1),
-        ids(0, 1, 2, 3, 0), ids(-1, 0), ids(0, MAX), ids(2, 0), shuttle(5001)};
-    private static final Object[] ID_LISTS = {null, ids(), ids(7), ids(7, 7), ids(-1, 7),
-        ids(7, MAX), ids(1, 7), new int[5000]};
-    private static final Object[] CAPACITIES = {null, new float[0], new float[1], floats(-1),
-        floats(Float.NaN), floats(INF), floats(TINY), new float[5000]};
-    private static final Object[] TABLES = {null, new float[0][], new float[1][], new float[1][0],
-        new float[1][7], new float[9][9], row(Float.NaN), row(INF), row(-1)};
-
-    /** A method, the number of an argument, the values for it and what comes of each. */
-    static final class Line {
-        final String method;
-        private final int argument;
-        private final Object[] values;
-        private final String outcomes;
-
-        Line(String method, int argument, Object[] values, String outcomes) {
-            this.method = method;
-            this.argument = argument;
-            this.values = values;
-            this.outcomes = outcomes;
-        }
-    }
+    private static final String NUMBERS = "-1 0 8 9 MAX MIN";
+    private static final String AMOUNTS = "0 -1 NaN Infinity -Infinity 1.4E-45 3.4028235E38";
+    private static final String PATHS =
+            "null - 0 0,0 0,1,0,1 0,1,2,3,0 -1,0 0,MAX 2,0 0,1*2500";
+    private static final String ID_LISTS = "null - 7 7,7 -1,7 7,MAX 1,7 0*5000";
+    private static final String CAPACITIES = "null - 0 -1 NaN Infinity 1.4E-45 0*5000";
+    private static final String TABLES =
+            "null 0x0 null;null - 1x7 9x9 NaN*8 Infinity*8 -1*8";
 
     // A: AddDBException, N: NoRouteToHostException, and nothing has changed; a: AddDBException,
     // and the backups before the refused one are placed. =: no exception, and nothing has changed.
-    // o: done, or of jniinitKavril: a session that works.
-    static final List<Line> LINES = List.of(
-            new Line("jniinitKavril", 0, NUMBERS, "oooooo"),
-            new Line("jniinitKavril", 1, NUMBERS, "oooooo"),
-            new Line("jniinitKavril", 5, AMOUNTS, "ooooooo"),
-            new Line("jniinitKavril", 10, AMOUNTS, "ooooooo"),
-            new Line("jniinitKavril", 11, AMOUNTS, "ooooooo"),
-            new Line("jniinitKavril", 12, TABLES, "=====oooo"),
-            new Line("jniaddNode", 0, NUMBERS, "AAooAA"),
-            new Line("jniaddLink", 0, NUMBERS, "AAooAA"),
-            new Line("jniaddLink", 1, NUMBERS, "oooooo"),
-            new Line("jniaddLink", 2, NUMBERS, "AoAAAA"),
-            new Line("jniaddLink", 3, NUMBERS, "AoAAAA"),
-            new Line("jniaddLink", 4, CAPACITIES, "AAoooooo"),
-            new Line("jniaddLink", 5, TABLES, "AAAAAoooo"),
-            new Line("jniaddLink", 6, TABLES, "ooooooooo"),
-            new Line("jniremoveLink", 0, NUMBERS, "AAAAAA"),
-            new Line("jniremoveLink", 1, NUMBERS, "AoAAAA"),
-            new Line("jniremoveNode", 0, NUMBERS, "AoAAAA"),
-            new Line("jniaddLSP", 0, NUMBERS, "AoooAA"),
-            new Line("jniaddLSP", 1, PATHS, "A==AooAAAo"),
-            new Line("jniaddLSP", 2, NUMBERS, "AoAAAA"),
-            new Line("jniaddLSP", 3, NUMBERS, "oooooo"),
-            new Line("jniaddLSP", 4, AMOUNTS, "ooAAAoA"),
-            new Line("jniaddBackupLSP", 0, NUMBERS, "AoooAA"),
-            new Line("jniaddBackupLSP", 1, NUMBERS, "AAAAAA"),
-            new Line("jniaddBackupLSP", 2, PATHS, "AAAAooAAAo"),
-            new Line("jniaddBackupLSP", 3, NUMBERS, "AoAAAA"),
-            new Line("jniaddBackupLSP", 4, NUMBERS, "oooooo"),
-            new Line("jniaddBackupLSP", 5, AMOUNTS, "ooAAAoA"),
-            new Line("jniremoveLSP", 0, NUMBERS, "AAAAAA"),
-            new Line("jnicomputePath", 0, NUMBERS, "AoooAA"),
-            new Line("jnicomputePath", 1, NUMBERS, "NoNNNN"),
-            new Line("jnicomputePath", 2, NUMBERS, "N=NNNN"),
-            new Line("jnicomputePath", 3, NUMBERS, "oooooo"),
-            new Line("jnicomputePath", 6, NUMBERS, "oooooo"),
-            new Line("jnicomputePath", 7, NUMBERS, "NoNNNN"),
-            new Line("jnicomputePath", 8, AMOUNTS, "ooNNNoN"),
-            new Line("jnicomputePath", 9, ID_LISTS, "oooooooo"),
-            new Line("jnicomputeBackupPath", 0, NUMBERS, "NNNNNN"),
-            new Line("jnicomputeBackupPath", 1, ID_LISTS, "NAAaAaAa"),
-            new Line("jnicomputeBackupPath", 2, NUMBERS, "oooooo"));
+    // o: done, or of initKavril: a session that works.
+    private static final String[][] LINES = {
+        {"initKavril", "0", NUMBERS, "oooooo"}, {"initKavril", "1", NUMBERS, "oooooo"},
+        {"initKavril", "5", AMOUNTS, "ooooooo"}, {"initKavril", "10", AMOUNTS, "ooooooo"},
+        {"initKavril", "11", AMOUNTS, "ooooooo"}, {"initKavril", "12", TABLES, "=====oooo"},
+        {"addNode", "0", NUMBERS, "AAooAA"},
+        {"addLink", "0", NUMBERS, "AAooAA"}, {"addLink", "1", NUMBERS, "oooooo"},
+        {"addLink", "2", NUMBERS, "AoAAAA"}, {"addLink", "3", NUMBERS, "AoAAAA"},
+        {"addLink", "4", CAPACITIES, "AAoooooo"}, {"addLink", "5", TABLES, "AAAAAoooo"},
+        {"addLink", "6", TABLES, "ooooooooo"},
+        {"removeLink", "0", NUMBERS, "AAAAAA"}, {"removeLink", "1", NUMBERS, "AoAAAA"},
+        {"removeNode", "0", NUMBERS, "AoAAAA"},
+        {"addLSP", "0", NUMBERS, "AoooAA"}, {"addLSP", "1", PATHS, "A==AooAAAo"},
+        {"addLSP", "2", NUMBERS, "AoAAAA"}, {"addLSP", "3", NUMBERS, "oooooo"},
+        {"addLSP", "4", AMOUNTS, "ooAAAoA"},
+        {"addBackupLSP", "0", NUMBERS, "AoooAA"}, {"addBackupLSP", "1", NUMBERS, "AAAAAA"},
+        {"addBackupLSP", "2", PATHS, "AAAAooAAAo"}, {"addBackupLSP", "3", NUMBERS, "AoAAAA"},
+        {"addBackupLSP", "4", NUMBERS, "oooooo"}, {"addBackupLSP", "5", AMOUNTS, "ooAAAoA"},
+        {"removeLSP", "0", NUMBERS, "AAAAAA"},
+        {"computePath", "0", NUMBERS, "AoooAA"}, {"computePath", "1", NUMBERS, "NoNNNN"},
+        {"computePath", "2", NUMBERS, "N=NNNN"}, {"computePath", "3", NUMBERS, "oooooo"},
+        {"computePath", "6", NUMBERS, "oooooo"}, {"computePath", "7", NUMBERS, "NoNNNN"},
+        {"computePath", "8", AMOUNTS, "ooNNNoN"}, {"computePath", "9", ID_LISTS, "oooooooo"},
+        {"computeBackupPath", "0", NUMBERS, "NNNNNN"},
+        {"computeBackupPath", "1", ID_LISTS, "NAAaAaAa"},
+        {"computeBackupPath", "2", NUMBERS, "oooooo"},
+    };
+
+    /** Calls that succeed on the network below, but for two. */
+    static final Map<String, String> USUAL = Map.of(
+            "initKavril", "1 8 n n y 0 0 0 0 0 0 1 8x8", "addNode", "4",
+            "addLink", "20 0 0 2 10 1x8 null null null", "removeLink", "3 0", "removeNode", "0",
+            "addLSP", "7 0,1,2 3 0 1", "addBackupLSP", "7 1 0,3,2 3 0 1 y", "removeLSP", "0",
+            "computePath", "7 0 2 0 0 0 0 3 1 null y y", "computeBackupPath", "1 7,8 2 y n");
 
     private Hostile() {
     }
 
-    /**
-     * Runs the lines of a method; returns what differs. The child's standard output must be a file:
-     * networks are compared by what the library prints of them.
-     */
-    static List<String> run(String method) throws Exception {
-        List<String> differences = new ArrayList<>();
-        Probe witness = open();
+    /** Runs the table, or so many seconds of random calls from four threads; prints what differs. */
+    public static void main(String[] seconds) throws Exception {
+        Script witness = open();
         String before = print(witness);
-        for (Line line : LINES) {
-            if (!line.method.equals(method)) {
+        if (seconds.length == 0) {
+            for (String[] line : LINES) {
+                String found = outcomes(line);
+                if (!found.equals(line[3]) || !before.equals(print(witness))) {
+                    System.out.println("# " + String.join(" ", line) + ": " + found);
+                }
+            }
+        } else {
+            Script[] shared = {open(), open(), open()};
+            ExecutorService threads = Executors.newFixedThreadPool(4);
+            List<Callable<Integer>> storms = new ArrayList<>();
+            for (int seed = 1; seed <= 4; seed++) {
+                Random random = new Random(seed);
+                storms.add(() -> storm(random, Integer.parseInt(seconds[0]), shared));
+            }
+            int calls = 0;
+            for (var storm : threads.invokeAll(storms)) {
+                calls += storm.get();
+            }
+            threads.shutdown();
+            System.out.println(calls + " hostile calls");
+        }
+        System.out.println(before.equals(print(witness)) ? "# as before" : "# changed");
+    }
+
+    private static String call(String[] line, String value) {
+        String[] words = USUAL.get(line[0]).split(" ");
+        words[Integer.parseInt(line[1])] = value;
+        return line[0] + " " + String.join(" ", words);
+    }
+
+    private static String outcomes(String[] line) {
+        StringBuilder outcomes = new StringBuilder();
+        for (String value : line[2].split(" ")) {
+            boolean opens = line[0].equals("initKavril");
+            Script script = opens ? new Script() : open();
+            String before = opens ? "" : print(script);
+            String thrown = exception(script.run(call(line, value)));
+            if (script.object().sessId < 0) {
+                outcomes.append('=');
                 continue;
             }
-            StringBuilder outcomes = new StringBuilder();
-            for (Object value : line.values) {
-                Object[] arguments = usual(method);
-                arguments[line.argument] = value;
-                outcomes.append(outcome(method, arguments));
-                if (!before.equals(print(witness))) {
-                    differences.add("another session has changed");
-                }
-            }
-            if (!line.outcomes.contentEquals(outcomes)) {
-                differences.add(method + ", argument " + line.argument + ": " + outcomes);
-            }
+            String after = print(script);
+            outcomes.append(opens ? use(script) : isUsable(script, after) ? "" : "unusable ");
+            boolean changed = !before.equals(after);
+            outcomes.append(thrown.isEmpty() ? changed ? "o" : "="
+                    : changed ? thrown.toLowerCase(Locale.ROOT) : thrown);
+            script.run("killKavril");
         }
-        return differences;
+        return outcomes.toString();
     }
 
-    private static String outcome(String method, Object[] arguments) throws Exception {
-        Probe probe = method.equals("jniinitKavril") ? new Probe() : open();
-        String before = probe.sessId < 0 ? "" : print(probe);
-        String thrown = call(probe, method, arguments);
-        if (probe.sessId < 0) {
-            return "=";
-        }
-        String after = print(probe);
-        String unusable = method.equals("jniinitKavril") ? use(probe, (int) arguments[1])
-                : isUsable(probe, after) ? "" : "unusable ";
-        probe.jnikillKavril();
-        boolean changed = !before.equals(after);
-        return unusable + (thrown.isEmpty() ? changed ? "o" : "="
-                : changed ? thrown.toLowerCase(Locale.ROOT) : thrown);
-    }
-
-    /** The first letter of the exception if it is one of the library's, else its name. */
-    static String call(JNIKAVRIL kavril, String method, Object... arguments) {
-        try {
-            for (Method candidate : JNIKAVRIL.class.getMethods()) {
-                if (candidate.getName().equals(method)) {
-                    candidate.invoke(kavril, arguments);
-                    return "";
-                }
-            }
-            throw new IllegalArgumentException(method);
-        } catch (InvocationTargetException e) {
-            Class<?> type = e.getCause().getClass();
-            String name = type.getSimpleName();
-            return type.getPackageName().equals("velmor.repository.model.exception")
-                    ? name.substring(0, 1) : name;
-        } catch (IllegalAccessException e) {
-            throw new IllegalStateException(e);
-        }
+    /** The first letter of one of the library's exceptions, another one in full. */
+    private static String exception(String outcome) {
+        return outcome.matches("(AddDB|NoRouteToHost|Routing)Exception") ? outcome.substring(0, 1)
+                : outcome.startsWith("[") ? "" : outcome;
     }
 
     /** A ring of four nodes with a primary, one that may give way to it, and a backup. */
-    static Probe open() throws Exception {
-        Probe probe = new Probe().open(1, 8, new float[] {1, 1, 1, 1, 1, 1, 1});
-        probe.nodes(0, 1, 2, 3);
-        probe.cables(0, 10, 0, 1, 2, 3, 0);
-        probe.jniaddLSP(1, ids(0, 1, 2), 3, 0, 4);
-        probe.jniaddLSP(2, ids(1, 2), 7, 0, 5);
-        probe.jniaddBackupLSP(3, 1, ids(0, 3, 2), 3, 0, 4, false);
-        return probe;
+    static Script open() {
+        return new Script().all("initKavril 1 8 n n y 1 1 1 1 1 1 1 1x8", "nodes 0 1 2 3",
+                "net 10 0-1-0 1-2-1 2-3-2 3-0-3", "addLSP 1 0,1,2 3 0 4", "addLSP 2 1,2 7 0 5",
+                "addBackupLSP 3 1 0,3,2 3 0 4 n");
     }
 
-    /** Arguments with which the method succeeds on such a network. */
-    static Object[] usual(String method) {
-        switch (method) {
-            case "jniinitKavril":
-                return new Object[] {1, 8, false, false, true, 0f, 0f, 0f, 0f, 0f, 0f, 1f,
-                    new float[8][8]};
-            case "jniaddNode":
-                return new Object[] {4};
-            case "jniaddLink":
-                return new Object[] {20, 0, 0, 2, floats(10), row(0), null, null, null};
-            case "jniremoveLink":
-                return new Object[] {3, 0};
-            case "jniaddLSP":
-                return new Object[] {7, ids(0, 1, 2), 3, 0, 1f};
-            case "jniaddBackupLSP":
-                return new Object[] {7, 1, ids(0, 3, 2), 3, 0, 1f, true};
-            case "jnicomputePath":
-                return new Object[] {7, 0, 2, 0, 0, 0, 0, 3, 1f, null, true, true};
-            case "jnicomputeBackupPath":
-                return new Object[] {1, ids(7, 8), 2, true, false};
-            case "jniprintKavrilDB":
-            case "jnikillKavril":
-                return new Object[0];
-            default:
-                return new Object[] {0};
-        }
+    static String print(Script script) {
+        return Diagnostics.print(script.object().sessId);
     }
 
     /** Whether paths can be computed, and an LSP set up and removed, without a trace. */
-    private static boolean isUsable(Probe probe, String before) throws Exception {
-        Object[] path = usual("jnicomputePath");
-        path[10] = path[11] = false;
-        String computed = call(probe, "jnicomputePath", path)
-                + call(probe, "jnicomputeBackupPath", 1, ids(), 2, false, false);
-        probe.nodes(60, 61);
-        probe.link(90, 60, 61, 5);
-        boolean found = Arrays.equals(ids(60, 61), probe.path(5000, 60, 61, 0, 5, true, false));
-        probe.jniremoveLSP(5000);
-        probe.jniremoveLink(60, 61);
-        probe.jniremoveNode(61);
-        probe.jniremoveNode(60);
-        return found && computed.matches("N*") && before.equals(print(probe));
+    private static boolean isUsable(Script script, String before) {
+        String computed = exception(script.run("computePath 7 0 2 0 0 0 0 3 1 null n n"))
+                + exception(script.run("computeBackupPath 1 - 2 n n"));
+        script.all("nodes 60 61", "link 90 60 61 5");
+        String found = script.run("computePath 5000 60 61 0 0 0 0 0 5 null y n");
+        script.all("removeLSP 5000", "removeLink 60 61", "removeNode 61", "removeNode 60");
+        return found.equals("[60, 61]") && computed.matches("N*") && before.equals(print(script));
     }
 
     /** Makes a new session compute; whatever its weights are, it must end. */
-    private static String use(Probe probe, int nbLevels) throws Exception {
-        probe.nodes(0, 1, 2);
+    private static String use(Script script) {
+        script.all("nodes 0 1 2");
         for (int id = 0; id < 3; id++) {
-            probe.jniaddLink(id, 0, id, (id + 1) % 3, new float[8], new float[8][8], null, null,
-                    null);
+            script.run("link " + id + " " + id + " " + (id + 1) % 3 + " 0 0 0 0 0 0 0 0");
         }
-        String thrown = call(probe, "jnicomputePath", 1, 0, 2, 0, 0, 0, 0, 0, 0f, null, true, true);
-        return thrown.isEmpty() || thrown.equals("N") ? "" : thrown;
+        String thrown = exception(script.run("computePath 1 0 2 0 0 0 0 0 0 null y y"));
+        return thrown.matches("N?") ? "" : thrown;
     }
 
     /**
-     * Calls with random lines of the table, on sessions that come and go, for so many seconds, while
-     * the same is done by other threads; returns what should not have been.
+     * Calls with random lines of the table, on sessions that come and go, while the same is done by
+     * other threads; returns how often.
      */
-    static List<String> storm(long seed, int seconds, Probe[] shared) {
-        List<String> differences = new ArrayList<>();
-        Random random = new Random(seed);
+    private static int storm(Random random, int seconds, Script[] shared) {
         long end = System.nanoTime() + seconds * 1_000_000_000L;
         int calls = 0;
-        try {
-            Probe own = open();
-            String before = Arrays.toString(own.path(9, 3, 1, 3, 1, false, false));
-            while (System.nanoTime() < end) {
-                int at = random.nextInt(shared.length);
-                if (random.nextInt(500) == 0) {
-                    synchronized (shared) {  // or a session opened by two would be lost
-                        shared[at].jnikillKavril();
-                        shared[at] = open();
-                    }
+        Script own = open();
+        String search = "computePath 9 3 1 0 0 0 0 3 1 null n n";
+        String before = own.run(search) + print(own);
+        while (System.nanoTime() < end) {
+            int at = random.nextInt(shared.length);
+            if (random.nextInt(500) == 0) {
+                synchronized (shared) {  // or a session opened by two would be lost
+                    shared[at].run("killKavril");
+                    shared[at] = open();
                 }
-                Line line = LINES.get(random.nextInt(LINES.size()));
-                Object[] arguments = usual(line.method);
-                arguments[line.argument] = line.values[random.nextInt(line.values.length)];
-                // The numbers of classes and levels belong to the process; 5000 hops take seconds.
-                boolean fits = !line.method.equals("jniinitKavril")
-                        && (line.values != PATHS || arguments[line.argument] != PATHS[9]);
-                String thrown = fits ? call(shared[at], line.method, arguments) : "";
+            }
+            // The numbers of classes and levels belong to the process; 5000 hops take seconds.
+            String[] line = LINES[6 + random.nextInt(LINES.length - 6)];
+            String[] values = line[2].split(" ");
+            int value = random.nextInt(values.length);
+            if (!values[value].equals("0,1*2500")) {
+                String thrown = exception(shared[at].run(call(line, values[value])));
                 if (thrown.length() > 1) {
-                    differences.add(line.method + ", argument " + line.argument + ": " + thrown);
+                    System.out.println("# " + Arrays.toString(line) + ": " + thrown);
                 }
-                own.jniaddLSP(10, ids(3, 2, 1), 3, 0, 1);
-                own.jniremoveLSP(10);
                 calls++;
             }
-            if (!before.equals(Arrays.toString(own.path(9, 3, 1, 3, 1, false, false)))) {
-                differences.add("the thread's own session has changed");
-            }
-            own.jnikillKavril();
-        } catch (Exception e) {
-            differences.add(e.toString());
+            own.all("addLSP 10 3,2,1 3 0 1", "removeLSP 10");
         }
-        Probe.say("calls", calls);
-        return differences;
-    }
-
-    /** What the library prints of a network. */
-    static String print(Probe probe) {
-        try (RandomAccessFile out = new RandomAccessFile("/proc/self/fd/1", "r")) {
-            System.out.flush();
-            long start = out.length();
-            probe.jniprintKavrilDB();
-            byte[] bytes = new byte[(int) (out.length() - start)];
-            out.seek(start);
-            out.readFully(bytes);
-            return new String(bytes, StandardCharsets.ISO_8859_1);
-        } catch (IOException e) {
-            throw new UncheckedIOException(e);
+        if (!before.equals(own.run(search) + print(own))) {
+            System.out.println("# the thread's own session has changed");
         }
-    }
-
-    private static float[] floats(float... values) {
-        return values;
-    }
-
-    private static float[][] row(float value) {
-        float[][] rows = new float[1][8];
-        Arrays.fill(rows[0], value);
-        return rows;
-    }
-
-    /** To and fro between nodes 0 and 1. */
-    private static int[] shuttle(int length) {
-        int[] path = new int[length];
-        Arrays.setAll(path, i -> i % 2);
-        return path;
+        own.run("killKavril");
+        return calls;
     }
 }

@@ -8,118 +8,78 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
-import java.util.concurrent.Callable;
-import java.util.concurrent.ExecutorService;
-import java.util.concurrent.Executors;
 import java.util.stream.Collectors;
-import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
-import org.junit.jupiter.params.provider.MethodSource;
-import velmor.kavril.internal.NativeLibrary;
-import velmor.repository.model.exception.AddDBException;
-import velmor.repository.model.exception.NoRouteToHostException;
-import velmor.repository.model.exception.RoutingException;
+import org.junit.jupiter.params.provider.CsvSource;
 
 /** Nothing a caller does brings the process down or reaches another session. */
 class HostileTest {
-
-    /** A minute to see more than the tests have time for. */
-    private static final int STORM_SECONDS = Integer.getInteger("kavril.storm.seconds", 3);
+    private static final String KAVRIL = "velmor.repository.KAVRIL.JNIKAVRIL";
+    private static final String LOADER = "velmor.kavril.internal.";
 
     /** Expects a normal end, no warning of the JVM, and these lines among all that is printed. */
     private static void assertTells(ChildJvm run, String... lines) {
-        assertEquals(0, run.exit, run.err);
-        assertEquals(List.of(lines), Stream.concat(run.out.lines(), run.err.lines())
-                .filter(line -> line.startsWith("# ") || line.contains("WARNING in native")
-                        || line.contains("FATAL")).collect(Collectors.toList()));
+        assertEquals(List.of(lines), run.out.lines().filter(line -> line.startsWith("# ")
+                || line.contains("WARNING in native") || line.contains("FATAL"))
+                .collect(Collectors.toList()), run.out);
+        assertEquals(0, run.exit);
     }
 
-    static Stream<String> methods() {
-        return Hostile.LINES.stream().map(line -> line.method).distinct();
-    }
-
-    @ParameterizedTest
-    @MethodSource("methods")
-    void everyValueHasItsOutcome(String method) {
-        assertTells(ChildJvm.run(ignored -> {
-            Hostile.run(method).forEach(difference -> Probe.say("# " + difference));
-            Probe.say("# done");
-        }), "# done");
+    @Test
+    void everyValueHasItsOutcome() {
+        assertTells(ChildJvm.run(Hostile.class), "# as before");
     }
 
     @Test
     void threadsOnTheSameSessionsWaitForEachOther() {
-        int seconds = STORM_SECONDS;
-        ChildJvm run = ChildJvm.run(ignored -> {
-            Probe[] shared = {Hostile.open(), Hostile.open(), Hostile.open()};
-            Probe witness = Hostile.open();
-            String before = Hostile.print(witness);
-            ExecutorService threads = Executors.newFixedThreadPool(4);
-            List<Callable<List<String>>> storms = new ArrayList<>();
-            for (long seed = 1; seed <= 4; seed++) {
-                long own = seed;
-                storms.add(() -> Hostile.storm(own, seconds, shared));
-            }
-            for (var storm : threads.invokeAll(storms)) {
-                storm.get().forEach(difference -> Probe.say("# " + difference));
-            }
-            threads.shutdown();
-            Probe.say("# witness " + (before.equals(Hostile.print(witness)) ? "as before"
-                    : "changed"));
-        });
-        assertTells(run, "# witness as before");
-        System.out.println("storm: " + run.out.lines().filter(line -> line.startsWith("calls "))
-                .mapToLong(line -> Long.parseLong(line.substring(6))).sum() + " hostile calls");
+        ChildJvm run = ChildJvm.run(Hostile.class, System.getProperty("kavril.storm.seconds", "3"));
+        assertTells(run, "# as before");
+        run.out.lines().filter(line -> line.endsWith("hostile calls")).forEach(System.out::println);
     }
 
-    /** Copies the classes of a caller, with a field renamed in the library's class. */
-    private static void copyWithoutField(Path folder, String field) throws IOException {
-        ChildJvm.copyClasses(folder, JNIKAVRIL.class, NativeLibrary.class, WithoutFields.class,
-                Hostile.class, Hostile.Line.class, Probe.class, Probe.Action.class, Probe.Computation.class,
-                AddDBException.class, NoRouteToHostException.class, RoutingException.class);
-        Path file = folder.resolve("velmor/repository/KAVRIL/JNIKAVRIL.class");
+    /** The methods that miss a field of a class that has another in its place. */
+    @ParameterizedTest
+    @CsvSource({"sessId, 12", "lsps, 1"})
+    void aMissingFieldIsTold(String field, int nbRefused, @TempDir Path folder) throws IOException {
+        String model = "velmor.repository.model.exception.";
+        ChildJvm.copyClasses(folder, KAVRIL, LOADER + "NativeLibrary", LOADER + "LibraryFile",
+                Script.class.getName(), model + "AddDBException", model + "NoRouteToHostException",
+                model + "RoutingException");
+        Path file = folder.resolve(KAVRIL.replace('.', '/') + ".class");
         String bytes = Files.readString(file, StandardCharsets.ISO_8859_1);
-        String other = "_".repeat(field.length());
-        Files.writeString(file, bytes.replace(field, other), StandardCharsets.ISO_8859_1);
+        Files.writeString(file, bytes.replace(field, "_".repeat(field.length())),
+                StandardCharsets.ISO_8859_1);
+        List<String> command = new ArrayList<>(List.of(Script.class.getName(), "initKavril "
+                + Hostile.USUAL.get("initKavril")));
+        Hostile.USUAL.forEach((name, arguments) -> {
+            if (!name.equals("initKavril")) {
+                command.add(name + " " + arguments);
+            }
+        });
+        command.addAll(List.of("printKavrilDB", "killKavril"));
+        ChildJvm run = ChildJvm.start(folder.toString(), command.toArray(new String[0]));
+        assertEquals(nbRefused, run.out.lines().filter(line -> line.contains(" = NoSuchFieldError"))
+                .count(), run.out);
+        assertEquals(0, run.exit);
     }
 
     @Test
-    void classWithoutSessIdIsRefusedEverywhere(@TempDir Path folder) throws IOException {
-        copyWithoutField(folder, "sessId");
-        assertTells(ChildJvm.start(folder.toString(), WithoutFields.class.getName()),
-                WithoutFields.METHODS.stream()
-                        .map(method -> "# " + method + " NoSuchFieldError")
-                        .toArray(String[]::new));
-    }
-
-    @Test
-    void classWithoutLspsOnlyComputesNoPaths(@TempDir Path folder) throws IOException {
-        copyWithoutField(folder, "lsps");
-        assertTells(ChildJvm.start(folder.toString(), WithoutFields.class.getName()),
-                "# jniinitKavril ", "# jniaddNode ", "# jniaddLink A", "# jniremoveLink A",
-                "# jniaddLSP A", "# jniaddBackupLSP A", "# jniremoveLSP A",
-                "# jnicomputePath NoSuchFieldError", "# jnicomputeBackupPath N",
-                "# jniremoveNode A", "# jniprintKavrilDB ", "# jnikillKavril ");
-    }
-
-    @Test
-    void numberOfAnotherObjectReachesItsSession() {
-        assertTells(ChildJvm.run(probe -> {
-            Probe owner = Hostile.open();
-            probe.sessId = owner.sessId;
-            String removal = Hostile.call(probe, "jniremoveLSP", 2);
-            probe.jnikillKavril();
-            Probe.say("# " + removal + Hostile.call(owner, "jniaddNode", 9)
-                    + Hostile.call(owner, "jnicomputePath", Hostile.usual("jnicomputePath")));
-        }), "# AN");
+    void missingExceptionClassesAreTold(@TempDir Path folder) {
+        ChildJvm.copyClasses(folder, KAVRIL, LOADER + "NativeLibrary", LOADER + "LibraryFile",
+                WithoutExceptions.class.getName(), WithoutExceptions.class.getName() + "$Action");
+        String missing = "# java.lang.NoClassDefFoundError: velmor/repository/model/exception/";
+        ChildJvm run = ChildJvm.start(folder.toString(), WithoutExceptions.class.getName());
+        assertTells(run, missing + "AddDBException", missing + "NoRouteToHostException", "# done");
+        assertEquals(2, run.out.lines().filter(line -> line.equals(
+                "Unable to find the exception class, giving up")).count(), run.out);
     }
 
     @Test
     void exhaustedHeapChangesNothing() {
         assertTells(ChildJvm.start(System.getProperty("java.class.path"), "-Xmx16m",
                 OutOfHeap.class.getName()), "# out of memory", "# out of memory",
-                "# out of memory", "# as before", "# [2]");
+                "# out of memory", "# as before", "# [1, 2][2]");
     }
 }

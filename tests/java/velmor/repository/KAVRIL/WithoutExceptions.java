@@ -22,9 +22,9 @@ final class WithoutExceptions {
     private static void attempt(Action action) {
         try {
             action.run();
-            System.out.println("done");
+            System.out.println("# done");
         } catch (Throwable e) {
-            System.out.println(e);
+            System.out.println("# " + e);
         }
     }
 }
