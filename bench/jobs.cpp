@@ -8,11 +8,12 @@
 #include <thread>
 #include <utility>
 
+#include "admission/lsp_setup.h"
 #include "apart.h"
 #include "computation/backup/backup.h"
 #include "error/error.h"
 #include "rows.h"
-#include "session.h"
+#include "session/session.h"
 
 namespace {
 
