@@ -1,6 +1,6 @@
 #!/bin/sh
 # library.sh LIBRARY FLOOR: the native library must export its twelve native methods, its
-# version and nothing else, load with glibc FLOOR (2.17) and no C++ runtime.
+# version and nothing else, load with glibc FLOOR (2.17) and no C++ runtime, and be hardened.
 set -eu
 library=$1
 floor=$2
@@ -39,4 +39,12 @@ for needed in $(echo "$dynamic" | sed -n '/(NEEDED)/s/.*\[\(.*\)\]/\1/p'); do
         *) fail "needs $needed" ;;
     esac
 done
+
+echo "$dynamic" | grep -q BIND_NOW || fail "binds symbols lazily"
+readelf --wide --segments "$library" | grep -q GNU_RELRO || fail "has no RELRO"
+case "$symbols" in *__stack_chk_fail*) ;; *) fail "has no stack protector" ;; esac
+case "$symbols" in *__*printf_chk*) ;; *) fail "is not built with FORTIFY" ;; esac
+case $(readelf --file-header "$library") in
+    *X86-64*) readelf --notes "$library" | grep -q SHSTK || fail "has no shadow stack" ;;
+esac
 exit $status
