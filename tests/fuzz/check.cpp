@@ -1,11 +1,15 @@
 #include "fuzz/check.h"
 
 #include <algorithm>
+#include <bit>
+#include <limits>
 #include <string>
 
 #include "database/database.h"
 #include "database/link_book.h"
 #include "fuzz/player.h"
+
+std::uint64_t digest = 0;
 
 namespace {
 
@@ -33,6 +37,15 @@ void addVectors(std::map<Long, Matrix>* to, const DoubleVec (&from)[kClasses][kL
                 if (from[oa][p].cont[f] != 0.0) (*to)[f][oa][p] += from[oa][p].cont[f];
 }
 
+void digestBits(const Matrix& matrix) {
+    for (const Row& row : matrix)
+        for (double x : row) {
+            if (x != x) x = std::numeric_limits<double>::quiet_NaN();
+            digest = (digest ^ std::bit_cast<std::uint64_t>(x)) * 0x100000001b3;
+            digest ^= digest >> 32;
+        }
+}
+
 Ids idsOf(const LongList& list) {
     return {list.cont, list.cont + list.top};
 }
@@ -46,6 +59,7 @@ void compareLink(const DBLink* link, const Model& model, Hop hop, bool tables) {
     require(crossing == model.crossing(hop), "LSP list of a link");
     if (!expected.known) return;
     require(matrixOf(link->state.rbw) == expected.rbw, "rbw of a link");
+    digestBits(matrixOf(link->state.rbw));
     Tables booked = model.tables(hop);
     require(matrixOf(link->state.pbw) == booked.pbw, "pbw of a link");
     if (!tables) return;

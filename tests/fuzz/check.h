@@ -1,6 +1,8 @@
 // Comparing a database with the model of it.
 #pragma once
 
+#include <cstdint>
+
 #include "database/database_st.h"
 #include "fuzz/model.h"
 
@@ -12,3 +14,7 @@ Tables failureTables(const DBLink* link);
 // links differ, or the tables of links that the model knows. `tables` compares bbw and
 // fbw too.
 void compareWithModel(DataBase* db, const Model& model, bool tables);
+
+// Of the bits of all reservations that compareWithModel has seen; any not-a-number counts
+// as the same one.
+extern std::uint64_t digest;

@@ -85,10 +85,15 @@ void Player::step() {
     if (kind < 230)
         return (this->*kActions[static_cast<std::size_t>(kind) % std::size(kActions)])();
     if (kind < 236) return addNode(node());
-    if (kind < 248) return addLink(bytes_.below(40), {node(), node()});
+    if (kind < 248) {
+        const Hop hop = {node(), node()};
+        return addLink(bytes_.below(40), hop);
+    }
     if (kind < 252) return removeLink();
     if (kind < 254) return removeNode();
-    kind == 254 ? kill() : addLink(node(), {node(), node()});
+    if (kind == 254) return kill();
+    const Hop hop = {node(), node()};
+    addLink(node(), hop);
 }
 
 Long Player::node() {

@@ -13,7 +13,8 @@
 #include "fuzz/model.h"
 #include "support/fake_jni.h"
 
-// Reads 0 where the input has ended.
+// Reads 0 where the input has ended. Read once per statement or list in braces: in which
+// order a call's arguments are read differs from machine to machine.
 class Bytes {
   public:
     Bytes(const std::uint8_t* data, std::size_t size) : next_(data), end_(data + size) {}

@@ -110,7 +110,7 @@ void Player::buildNetwork() {
 
 void Player::removeLink() {
     const bool some = !model().links.empty() && !bytes_.oneIn(8);
-    const Hop hop = some ? bytes_.anyOf(model().links).first : Hop(node(), node());
+    const Hop hop = some ? bytes_.anyOf(model().links).first : Hop{node(), node()};
     const Outcome outcome = call([=](JNIEnv* env, jobject object) {
         removeLinkEntry(env, object, hop.first, hop.second);
     });
