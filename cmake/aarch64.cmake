@@ -2,7 +2,7 @@
 # build of its own in the folder aarch64. Included by the top CMakeLists.txt.
 #
 # Sets KAVRIL_OTHER_LIBRARIES, PLATFORM=FILE, for the jar; not without the compiler.
-if(NOT CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64" OR KAVRIL_SANITIZE)
+if(NOT KAVRIL_AARCH64 OR NOT CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64" OR KAVRIL_SANITIZE)
   return()
 endif()
 find_program(AARCH64_CXX aarch64-linux-gnu-g++)
