@@ -11,10 +11,7 @@
 #pragma once
 
 #include "common/array.h"
-#include "database/database_st.h"
-
-// Set up or taken down again.
-enum operation : int { SETUP = 0, REMOVE = 1 };
+#include "database/link_update.h"
 
 // mult * amounts, class by class, in one failure's element of fbw if `freed`, else of
 // bbw.

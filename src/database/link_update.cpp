@@ -1,5 +1,6 @@
 #include "database/link_update.h"
 
+#include "database/booking.h"
 #include "database/database.h"
 #include "database/live/live.h"
 #include "error/error.h"

@@ -2,8 +2,11 @@
 //
 //     node build.js OUT_DIR    writes OUT_DIR/page.html and OUT_DIR/page.cpp
 //
+// The page ends with the notices of the packages in it, as their licences ask for. They are
+// in OUT_DIR/notices.txt, too, and the packages' names in OUT_DIR/bundled.json.
+//
 // Run it where the packages are installed, so that the source folder stays clean.
-import {mkdirSync, readFileSync, writeFileSync} from "node:fs";
+import {mkdirSync, readdirSync, readFileSync, writeFileSync} from "node:fs";
 import {createRequire} from "node:module";
 import {dirname, join, resolve} from "node:path";
 import {fileURLToPath} from "node:url";
@@ -11,6 +14,8 @@ import {fileURLToPath} from "node:url";
 const out = process.argv[2];
 const page = join(dirname(fileURLToPath(import.meta.url)), "page");
 const {buildSync} = createRequire(resolve("package.json"))("esbuild");
+
+const packages = new Set();
 
 function bundle(entry) {
     const result = buildSync({
@@ -23,15 +28,44 @@ function bundle(entry) {
         target: "es2022",
         charset: "ascii",
         legalComments: "inline",
+        metafile: true,
     });
+    for (const {inputs} of Object.values(result.metafile.outputs))
+        for (const [input, {bytesInOutput}] of Object.entries(inputs)) {
+            const module = input.match(/node_modules\/((@[^/]+\/)?[^/]+)/);
+            if (module && bytesInOutput > 0) packages.add(module[1]);
+        }
     return result.outputFiles[0].text.trim();
+}
+
+// One notice for each text of a licence, under the packages that have it.
+function notices(bundled) {
+    const texts = new Map();
+    for (const {name, version} of bundled) {
+        const folder = resolve("node_modules", name);
+        const file = readdirSync(folder).find((file) => /^licen[cs]e/i.test(file));
+        if (!file) throw new Error(`${name} has no licence`);
+        const text = readFileSync(join(folder, file), "utf8").trim();
+        texts.set(text, [...(texts.get(text) ?? []), `${name} ${version}`]);
+    }
+    return [...texts].map(([text, names]) => `${names.join(", ")}:\n\n${text}\n`).join("\n\n");
 }
 
 // The replacements are functions, for a bundle may hold "$&".
 const script = bundle("main.js").replaceAll("</script", "<\\/script");
-const html = readFileSync(join(page, "index.html"), "utf8")
+const body = readFileSync(join(page, "index.html"), "utf8")
     .replace("/*STYLE*/", () => bundle("style.css"))
     .replace("/*SCRIPT*/", () => script);
+
+const bundled = [...packages].sort().map((name) => {
+    const {version, license} = JSON.parse(
+        readFileSync(resolve("node_modules", name, "package.json"), "utf8"),
+    );
+    return {name, version, license};
+});
+const notice = `This page contains these packages.\n\n${notices(bundled)}`;
+if (/--!?>/.test(notice)) throw new Error("a licence holds the end of a comment");
+const html = `${body.trimEnd()}\n<!--\n${notice}-->\n`;
 
 // In pieces, for editors that open the source. No piece may hold the end of a literal.
 const chunks = html.match(/[^]{1,8000}/g).map((chunk) => `R"page(${chunk})page"`);
@@ -39,6 +73,8 @@ if (html.includes(')page"')) throw new Error("the page holds the end of its own 
 
 mkdirSync(out, {recursive: true});
 writeFileSync(join(out, "page.html"), html);
+writeFileSync(join(out, "notices.txt"), notice);
+writeFileSync(join(out, "bundled.json"), JSON.stringify(bundled, null, 2) + "\n");
 writeFileSync(
     join(out, "page.cpp"),
     `#include "report/page.h"\n\nconst std::string_view workbench::kReportPage =\n${chunks.join("\n")};\n`,

@@ -1,0 +1,31 @@
+# The headers of the core that a C++ caller may include: they are installed, and what they
+# declare is exported by the shared library. All others are private.
+set(KAVRIL_PUBLIC_HEADERS
+  admission/link_eval.h
+  admission/lsp_setup.h
+  common/common.h
+  common/long_list.h
+  common/memory.h
+  common/scoped.h
+  common/setup.h
+  common/types.h
+  common/vector.h
+  common/version.h
+  computation/backup/backup.h
+  computation/backup/backup_st.h
+  computation/backup/dijkstra.h
+  computation/computation.h
+  computation/computation_st.h
+  computation/primary/primaryPath.h
+  computation/primary/primaryPath_util.h
+  database/database.h
+  database/database_st.h
+  database/database_util.h
+  database/link_state.h
+  database/link_update.h
+  database/lsp.h
+  database/lsp_type.h
+  database/reserved_bandwidth.h
+  error/error.h
+  predicate/predicate.h
+  rerouting/rerouting.h)

@@ -1,0 +1,6 @@
+#include "common/version.h"
+
+// Exported by libkavril.so, too, whose other symbols are hidden.
+[[gnu::visibility("default")]] const char* kavril_version() {
+    return KAVRIL_VERSION;
+}

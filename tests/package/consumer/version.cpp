@@ -1,0 +1,7 @@
+#include <cstdio>
+
+#include "common/version.h"
+
+int main() {
+    std::printf("%s %s\n", KAVRIL_VERSION, kavril_version());
+}
