@@ -3,7 +3,6 @@
 # the tables; or one row alone.
 set -euo pipefail
 cd "$(dirname "$0")"
-. scripts/need.sh
 
 usage() {
     cat <<'END'
@@ -35,9 +34,7 @@ for option in "$@"; do
     esac
 done
 
-need c++:g++ cmake:cmake ninja:ninja-build \
-    /usr/include/benchmark/benchmark.h:libbenchmark-dev \
-    /usr/include/boost/graph/dijkstra_shortest_paths.hpp:libboost-graph-dev
+scripts/need.sh core bench
 echo "Building ..." >&2
 mkdir -p build
 {

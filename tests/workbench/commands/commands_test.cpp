@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -41,7 +42,8 @@ constexpr const char* kDemands =
 
 class Command : public testing::Test {
   protected:
-    Command() : folder_(testing::TempDir() + "kavril-commands") {
+    Command()
+        : folder_(testing::TempDir() + "kavril-commands" + std::to_string(getpid())) {
         std::filesystem::create_directories(folder_);
         writeFile(file("net.graph"), kGraph);
         writeFile(file("net.demands"), kDemands);

@@ -1,6 +1,7 @@
 #include "plan_json.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <cstdio>
 
@@ -32,7 +33,7 @@ class PlanFile : public testing::Test {
         return "";
     }
 
-    std::string name_ = testing::TempDir() + "kavril-plan-test.json";
+    std::string name_ = testing::TempDir() + "kavril-plan" + std::to_string(getpid());
 };
 
 TEST_F(PlanFile, ReadsBackAsItWas) {
