@@ -23,18 +23,9 @@ struct Label {
     Long newNeighb;
 };
 
-// What the links into a node have offered since it was looked at. Only offers that beat
-// its committed cost count; of these the one of the last tail is kept, as the order of
-// passes has it.
-struct Offer {
-    double score;
-    Long tail;
-    Long nb;
-};
-
 // What there is to do about a node that has been reached; 0: nothing.
 enum ToDo : std::uint8_t {
-    LOOK = 1,    // it has offers
+    LOOK = 1,    // a link into it may improve its label
     EXPAND = 2,  // its out-links have not been followed
 };
 
@@ -42,13 +33,14 @@ enum ToDo : std::uint8_t {
 struct Arc {
     double term;  // what it adds to a score, if that is one term
     Long head;
-    Long position;  // in the graph
+    Long in;  // in-position
 };
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 // The passes of the search, pushed along: whenever the label of a node is committed, its
-// out-links make their offers, and a node is looked at only when it has one.
+// out-links write their scores at their heads. A node then looks for improvements in one
+// run over what its in-links have offered, and only after one of them has changed.
 class PathSearch {
   public:
     PathSearch(DataBase* dataBase, LSPRequest* req)
@@ -68,10 +60,13 @@ class PathSearch {
         LongList* path = &req_->path;
         if (path->size <= nodes && longVecResize(path, nodes + 1) < 0) return false;
         return makeRoom(&labels_, nodes) && costs_.fill(nodes, kInfinity) &&
-               offers_.fill(nodes, {0.0, -1, 0}) && toDo_.fill(nodes, 0) &&
-               isReached_.fill(nodes, false) && makeRoom(&firstArc_, nodes + 1) &&
-               makeRoom(&arcs_, graph_->out.top) && makeRoom(&active_, nodes) &&
-               makeRoom(&elected_, nodes) && walkFrom(src);
+               toDo_.fill(nodes, 0) && isReached_.fill(nodes, false) &&
+               makeRoom(&firstArc_, nodes + 1) &&
+               scores_.fill(graph_->out.top, kInfinity) &&
+               makeRoom(&arcs_, graph_->out.top) &&
+               makeRoom(&positions_, graph_->out.top) &&
+               (!terms_.hasSums() || arcOfIn_.fill(graph_->out.top, -1)) &&
+               makeRoom(&active_, nodes) && makeRoom(&elected_, nodes) && walkFrom(src);
     }
 
     // False, nothing changed, if a link cannot be judged for lack of memory.
@@ -92,7 +87,10 @@ class PathSearch {
                 } else {
                     term = terms_.compute(i);
                 }
-                arcs_[arcs_.top++] = {term, link.head, i};
+                const Long in = graph_->inOfOut[i];
+                if (terms_.hasSums()) arcOfIn_[in] = arcs_.top;
+                positions_[arcs_.top] = i;
+                arcs_[arcs_.top++] = {term, link.head, in};
             }
         }
         firstArc_[graph_->nodeSlots()] = arcs_.top;
@@ -180,120 +178,106 @@ class PathSearch {
     // node, by ascending tails.
     void sumUtilisations(Long src) {
         terms_.clearSums(src);
-        for (const Long n : order_) {
-            const LongList* tails = &dataBase_->nodeVec.cont[n]->inNeighb;
-            for (Long i = 0; i < tails->top; i++)
-                if (const Arc* arc = findArc(tails->cont[i], n); arc != nullptr)
-                    terms_.addUtilisation(src, arc->position);
-        }
+        for (const Long n : order_)
+            for (Long in = graph_->firstIn[n]; in < graph_->firstIn[n + 1]; in++)
+                if (arcOfIn_[in] >= 0)
+                    terms_.addUtilisation(src, positions_[arcOfIn_[in]]);
     }
 
-    const Arc* findArc(Long tail, Long head) const {
-        const Arc* end = arcs_.cont + firstArc_[tail + 1];
-        const Arc* arc =
-            std::lower_bound(static_cast<const Arc*>(arcs_.cont + firstArc_[tail]), end,
-                             head, [](const Arc& a, Long id) { return a.head < id; });
-        return arc != end && arc->head == head ? arc : nullptr;
+    Long tailOfIn(Long head, Long in) const {
+        return dataBase_->nodeVec.cont[head]->inNeighb.cont[in - graph_->firstIn[head]];
     }
 
-    double score(const Arc& arc, double tailCost, Long tail) const {
-        if (isPlain_) return ScoreTerms::priced(tailCost + arc.term);
-        if (anyOdd_ && (isConfigOdd_ || live_->views.links[arc.position].isOdd))
-            return terms_.oddScore(&graph_->out[arc.position].link->state, tailCost,
-                                   tail);
-        return terms_.isSingle() ? ScoreTerms::priced(tailCost + arc.term)
-                                 : terms_.score(arc.position, tailCost, tail);
+    template <bool kIsPlain>
+    double score(Long arc, double tailCost, Long tail) const {
+        if (kIsPlain) return ScoreTerms::priced(tailCost + arcs_[arc].term);
+        const Long position = positions_[arc];
+        if (anyOdd_ && (isConfigOdd_ || live_->views.links[position].isOdd))
+            return terms_.oddScore(&graph_->out[position].link->state, tailCost, tail);
+        return terms_.isSingle() ? ScoreTerms::priced(tailCost + arcs_[arc].term)
+                                 : terms_.score(position, tailCost, tail);
     }
 
     static bool beats(double offer, double cost) { return offer - cost < -kMinGain; }
 
-    // The label of n has been committed.
+    // The label of n has been committed. Costs only fall: an offer that does not beat
+    // that of the head now will not later, and neither does what the link has offered
+    // before.
     void makeOffers(Long n) {
-        const double cost = costs_[n];
-        const Arc* const end = arcs_.cont + firstArc_[n + 1];
-        for (const Arc* arc = arcs_.cont + firstArc_[n]; arc != end; arc++) {
-            const double offer = score(*arc, cost, n);
-            if (!beats(offer, costs_[arc->head])) continue;
-            Offer* kept = &offers_[arc->head];
-            if (kept->nb++ == 0 || n > kept->tail) {
-                kept->score = offer;
-                kept->tail = n;
-            }
-            toDo_[arc->head] |= LOOK;
+        if (isPlain_)
+            makeOffers<true>(n);
+        else
+            makeOffers<false>(n);
+    }
+
+    template <bool kIsPlain>
+    void makeOffers(Long n) {
+        // In locals, since a store to a flag might change any member.
+        const double* const costs = costs_.cont;
+        const Arc* const arcs = arcs_.cont;
+        double* const scores = scores_.cont;
+        std::uint8_t* const toDo = toDo_.cont;
+        const double cost = costs[n];
+        const Long end = firstArc_[n + 1];
+        for (Long i = firstArc_[n]; i < end; i++) {
+            const double offer = score<kIsPlain>(i, cost, n);
+            const Arc& arc = arcs[i];
+            scores[arc.in] = offer;
+            toDo[arc.head] |= beats(offer, costs[arc.head]) ? LOOK : 0;
         }
     }
 
-    // Reaches what the links out of n lead to. Offers made on the way to nodes that are
-    // not reached yet do not count: their first label is their discoverer's.
+    // Reaches what the links out of n lead to.
     void expand(Long n) {
         const double cost = costs_[n];
         for (Long i = firstArc_[n]; i < firstArc_[n + 1]; i++) {
-            const Arc& arc = arcs_[i];
-            if (isReached_[arc.head]) continue;
-            isReached_[arc.head] = true;
-            costs_[arc.head] = score(arc, cost, n);
-            labels_[arc.head] = {costs_[arc.head], n, n};
-            terms_.elect(arc.position, n, arc.head);
-            terms_.activate(arc.head);
-            toDo_[arc.head] = EXPAND;
-            reviewOffers(arc.head, n);
-            active_[active_.top++] = arc.head;
-            makeOffers(arc.head);
+            const Long head = arcs_[i].head;
+            if (isReached_[head]) continue;
+            isReached_[head] = true;
+            costs_[head] = isPlain_ ? score<true>(i, cost, n) : score<false>(i, cost, n);
+            labels_[head] = {costs_[head], n, n};
+            terms_.elect(positions_[i], n, head);
+            terms_.activate(head);
+            toDo_[head] = LOOK | EXPAND;
+            active_[active_.top++] = head;
+            makeOffers(head);
             isChanged_ = true;
         }
     }
 
-    // A node just reached has to be looked at if it has had offers from others.
-    void reviewOffers(Long n, Long discoverer) {
-        Offer* offer = &offers_[n];
-        if (offer->nb > 1 || (offer->nb == 1 && offer->tail != discoverer))
-            lookAgain(n);
-        else
-            offer->nb = 0;
-    }
-
-    // Looks through all links into n: the last offer that beats its committed cost and
-    // closes no loop. False if there is none.
-    bool lookThrough(Long n, Offer* last) {
+    // The last link into n whose offer beats its committed cost and closes no loop; -1 if
+    // there is none.
+    Long lastOffer(Long n) {
+        const double* const scores = scores_.cont;
         const double cost = costs_[n];
-        const LongList* tails = &dataBase_->nodeVec.cont[n]->inNeighb;
+        const Long from = graph_->firstIn[n];
+        const Long end = graph_->firstIn[n + 1];
+        Long last = -1;
         double least = kInfinity;
-        last->nb = 0;
-        for (Long i = tails->top - 1; i >= 0; i--) {
-            const Long tail = tails->cont[i];
-            const Arc* arc = isReached_[tail] ? findArc(tail, n) : nullptr;
-            if (arc == nullptr) continue;
-            const double offer = score(*arc, costs_[tail], tail);
-            if (!beats(offer, cost)) continue;
-            least = std::min(least, offer);
-            if (last->nb > 0) continue;
-            if (loopsPossible_ && isOnChain(tail, n)) {
-                lookAgain(n);  // the loop may go
-                continue;
-            }
-            *last = {offer, tail, 1};
+        // Nobody can foretell which it is: branches would be mispredicted.
+        for (Long in = from; in < end; in++) {
+            last = beats(scores[in], cost) ? in : last;
+            least = scores[in] < least ? scores[in] : least;
         }
-        if (last->nb > 0 && beats(least, last->score)) lookAgain(n);
-        return last->nb > 0;
-    }
-
-    void lookAgain(Long n) {
-        toDo_[n] |= LOOK;
-        offers_[n].nb = 2;
+        while (loopsPossible_ && last >= from) {
+            if (beats(scores[last], cost)) {
+                if (!isOnChain(tailOfIn(n, last), n)) break;
+                toDo_[n] |= LOOK;  // the loop may go
+            }
+            last--;
+        }
+        if (last < from) return -1;
+        toDo_[n] |= beats(least, scores[last]) ? LOOK : 0;
+        return last;
     }
 
     void relax(Long n) {
-        Offer offer = offers_[n];
-        offers_[n].nb = 0;
-        if (offer.nb == 1 && !loopsPossible_) {
-            if (!beats(offer.score, costs_[n])) return;
-        } else if (!lookThrough(n, &offer)) {
-            return;
-        }
-        labels_[n].newCost = offer.score;
-        labels_[n].newNeighb = offer.tail;
-        if (terms_.hasSums())
-            terms_.elect(findArc(offer.tail, n)->position, offer.tail, n);
+        const Long in = lastOffer(n);
+        if (in < 0) return;
+        const Long tail = tailOfIn(n, in);
+        labels_[n].newCost = scores_[in];
+        labels_[n].newNeighb = tail;
+        if (terms_.hasSums()) terms_.elect(positions_[arcOfIn_[in]], tail, n);
         elected_[elected_.top++] = n;
         isChanged_ = true;
     }
@@ -317,15 +301,17 @@ class PathSearch {
     LSPRequest* req_;
     RequestAdmission admission_;
     ScoreTerms terms_;
-    ScopedArray<double> costs_;  // committed, by node id
-    ScopedArray<Label> labels_;  // likewise, of nodes reached
-    ScopedArray<Offer> offers_;
+    ScopedArray<double> costs_;       // committed, by node id
+    ScopedArray<Label> labels_;       // likewise, of nodes reached
+    ScopedArray<double> scores_;      // that links have offered, by in-position
     ScopedArray<std::uint8_t> toDo_;  // flags of ToDo
     ScopedArray<bool> isReached_;
     ScopedArray<Arc> arcs_;  // node n's from firstArc_[n] on, heads ascending
     ScopedArray<Long> firstArc_;
-    ScopedArray<Long> active_;   // nodes reached, in this order
-    ScopedArray<Long> elected_;  // nodes with a candidate of this pass
+    ScopedArray<Long> positions_;  // of arcs, in the graph
+    ScopedArray<Long> arcOfIn_;    // for sums: by in-position, -1 for none
+    ScopedArray<Long> active_;     // nodes reached, in this order
+    ScopedArray<Long> elected_;    // nodes with a candidate of this pass
     // Of networks where some nodes cannot be reached, or for sums of utilisations:
     ScopedArray<Long>
         order_;  // nodes reached through any links, in the order of the walk

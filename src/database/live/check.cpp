@@ -131,8 +131,13 @@ bool isGraphRight(const DataBase* dataBase) {
     };
     bool isRight = std::equal(fresh.out.begin(), fresh.out.end(), graph->out.begin(),
                               graph->out.end(), same);
-    for (Long n = 0; isRight && n < graph->first.top; n++)
-        isRight = graph->first[n] == fresh.first[std::min(n, fresh.first.top - 1)];
+    for (Long n = 0; isRight && n < graph->first.top; n++) {
+        const Long slot = std::min(n, fresh.first.top - 1);
+        isRight = graph->first[n] == fresh.first[slot] &&
+                  graph->firstIn[n] == fresh.firstIn[slot];
+    }
+    isRight = isRight && std::equal(fresh.inOfOut.begin(), fresh.inOfOut.end(),
+                                    graph->inOfOut.begin(), graph->inOfOut.end());
     if (graph->knowsConnected)
         isRight = isRight && graph->isConnected == isConnected(dataBase, &fresh);
     endGraph(&fresh);

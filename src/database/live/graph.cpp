@@ -23,6 +23,12 @@ Long countReached(Long slots, Long start, ForEachNext forEachNext) {
     return nb;
 }
 
+Long nbTailsBelow(const DataBase* dataBase, Long tail, Long head) {
+    const LongList* tails = &dataBase->nodeVec.cont[head]->inNeighb;
+    return static_cast<Long>(
+        std::lower_bound(tails->cont, tails->cont + tails->top, tail) - tails->cont);
+}
+
 bool findOut(const DataBase* dataBase, const Graph* graph) {
     const DBNodeVec* nodes = &dataBase->nodeVec;
     Long nb = 0;
@@ -45,8 +51,31 @@ bool findOut(const DataBase* dataBase, const Graph* graph) {
            countReached(graph->nodeSlots(), start, tails) == nb;
 }
 
-void shift(Graph* graph, Long tail, Long by) {
+// Makes or closes a gap of one link from tail to head, that of the in-position given.
+void shift(Graph* graph, Long tail, Long head, Long in, Long by) {
     for (Long n = tail + 1; n < graph->first.top; n++) graph->first[n] += by;
+    for (Long n = head + 1; n < graph->firstIn.top; n++) graph->firstIn[n] += by;
+    for (Long& other : graph->inOfOut)
+        if (other >= in) other += by;
+}
+
+// In-positions: heads ascending, and of the same head tails, as positions go.
+bool fillIn(Graph* graph) {
+    const Long slots = graph->nodeSlots();
+    if (!makeRoom(&graph->firstIn, slots + 1) ||
+        !makeRoom(&graph->inOfOut, graph->out.top))
+        return false;
+    graph->firstIn.top = slots + 1;
+    graph->inOfOut.top = graph->out.top;
+    std::fill(graph->firstIn.begin(), graph->firstIn.end(), 0);
+    for (const OutLink& link : graph->out) graph->firstIn[link.head + 1]++;
+    for (Long n = 0; n < slots; n++) graph->firstIn[n + 1] += graph->firstIn[n];
+    ScopedArray<Long> next;
+    if (!makeRoom(&next, slots)) return false;
+    std::copy_n(graph->firstIn.cont, slots, next.cont);
+    for (Long i = 0; i < graph->out.top; i++)
+        graph->inOfOut[i] = next[graph->out[i].head]++;
+    return true;
 }
 
 }  // namespace
@@ -67,13 +96,15 @@ bool buildGraph(const DataBase* dataBase, Graph* graph) {
         }
     }
     graph->first[graph->first.top++] = graph->out.top;
-    graph->isBuilt = true;
-    return true;
+    graph->isBuilt = fillIn(graph);
+    return graph->isBuilt;
 }
 
 void endGraph(Graph* graph) {
     endArray(&graph->first);
     endArray(&graph->out);
+    endArray(&graph->firstIn);
+    endArray(&graph->inOfOut);
     *graph = {};
 }
 
@@ -85,27 +116,32 @@ Long positionOf(const Graph* graph, Long tail, Long head) {
                              graph->out.begin());
 }
 
-void addToGraph(Graph* graph, Long tail, Long head, DBLink* link) {
+void addToGraph(const DataBase* dataBase, Graph* graph, Long tail, Long head,
+                DBLink* link) {
     if (!graph->isBuilt) return;
-    if (!insertAt(&graph->out, positionOf(graph, tail, head), OutLink{head, link})) {
-        graph->isBuilt = false;
-        return;
-    }
-    shift(graph, tail, 1);
+    const Long at = positionOf(graph, tail, head);
+    const Long in = graph->firstIn[head] + nbTailsBelow(dataBase, tail, head);
+    shift(graph, tail, head, in, 1);
+    graph->isBuilt = insertAt(&graph->out, at, OutLink{head, link}) &&
+                     insertAt(&graph->inOfOut, at, in);
     if (graph->knowsConnected && !graph->isConnected) graph->knowsConnected = false;
 }
 
 void removeFromGraph(Graph* graph, Long tail, Long head) {
     if (!graph->isBuilt) return;
-    eraseAt(&graph->out, positionOf(graph, tail, head));
-    shift(graph, tail, -1);
+    const Long at = positionOf(graph, tail, head);
+    const Long in = graph->inOfOut[at];
+    eraseAt(&graph->out, at);
+    eraseAt(&graph->inOfOut, at);
+    shift(graph, tail, head, in, -1);
     graph->knowsConnected = false;
 }
 
 void addNodeToGraph(Graph* graph, Long node) {
     graph->knowsConnected = false;
     while (graph->isBuilt && graph->nodeSlots() <= node)
-        if (!append(&graph->first, graph->out.top)) graph->isBuilt = false;
+        graph->isBuilt = append(&graph->first, graph->out.top) &&
+                         append(&graph->firstIn, graph->out.top);
 }
 
 void removeNodeFromGraph(Graph* graph) {

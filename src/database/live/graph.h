@@ -15,13 +15,16 @@ struct OutLink {
 };
 
 // The links that leave node n are out[first[n]] up to out[first[n + 1] - 1], heads
-// ascending.
+// ascending. Those that enter it have the in-positions firstIn[n] up to firstIn[n + 1] -
+// 1, in the order of its list of neighbours.
 struct Graph {
     bool isBuilt;
     bool knowsConnected;
     bool isConnected;  // if known: every node can be reached from every other
     Array<Long> first;
     Array<OutLink> out;
+    Array<Long> firstIn;
+    Array<Long> inOfOut;  // in-position by position
 
     Long nodeSlots() const { return first.top - 1; }  // ids of nodes lie below
 };
@@ -35,7 +38,8 @@ Long positionOf(const Graph* graph, Long tail, Long head);
 
 // Say that a link or node has come or gone. Without memory the graph is given up, to be
 // built again.
-void addToGraph(Graph* graph, Long tail, Long head, DBLink* link);
+void addToGraph(const DataBase* dataBase, Graph* graph, Long tail, Long head,
+                DBLink* link);
 void removeFromGraph(Graph* graph, Long tail, Long head);
 void addNodeToGraph(Graph* graph, Long node);
 void removeNodeFromGraph(Graph* graph);
