@@ -6,13 +6,6 @@ using PrimaryPath = KavrilTest;
 
 static PrimaryComputationConfig& weights = kavrilConfig.primaryComputationConfig;
 
-static Ids path(DataBase* net, const Ids& ends, double bw = 0.0, int level = 0) {
-    Request req(ends, bw, level);
-    COST = 0.0;
-    EXPECT_EQ(0, computePrimaryPath(net, &req));
-    return values(req.path);
-}
-
 TEST_F(PrimaryPath, ScoreAddsWhatTheWeightsOfEveryClassSay) {
     using Config = PrimaryComputationConfig;
     double(Config::*const tables[])[kClasses] = {&Config::loadBal,   &Config::load,
@@ -41,25 +34,6 @@ TEST_F(PrimaryPath, ScoreAddsWhatTheWeightsOfEveryClassSay) {
         }
 }
 
-TEST_F(PrimaryPath, FirstElectedStaysButOfCandidatesTheLast) {
-    // Costs of 0-3, 0-1, 1-3, 0-2, 2-3, and the way that the best path takes.
-    const double cases[][6] = {{3, 2, 2, 2, 2, 3},
-                               {4, 2, 2, 2, 2, 3},
-                               {8, 2, 2, 2, 2, 2},
-                               {8, 2, 2, 4, 2, 1},
-                               {8, 4, 2, 2, 2, 2}};
-    kavrilConfig.predicateConfig = {};
-    weights.relLoad[0] = 1.0;
-    for (const auto& [direct, to1, from1, to2, from2, want] : cases) {
-        Net net;
-        net.link(0, 0).link(0, 3, 16 / direct).link(0, 1, 16 / to1);
-        net.link(1, 3, 16 / from1).link(0, 2, 16 / to2).link(2, 3, 16 / from2);
-        EXPECT_EQ(want, path(net, {0, 7, 3}, 16.0)[1]);  // 7 does not matter
-        EXPECT_EQ(std::min(direct, 4.0), COST);
-        EXPECT_THAT(path(net, {0, -1, 0}), ElementsAre(0));
-    }
-}
-
 TEST_F(PrimaryPath, TopologyHoldsReachedNodesAndAdmittedLinks) {
     Net net;
     net.link(0, 1).link(1, 3, 1.0);
@@ -75,31 +49,4 @@ TEST_F(PrimaryPath, TopologyHoldsReachedNodesAndAdmittedLinks) {
     EXPECT_EQ(3, topoNode(&topo, 3)->nodeId);
     EXPECT_EQ(-1, computePrimaryPath(net, &req));
     EXPECT_EQ("Destination unreachable", errorTexts().at(1));
-}
-
-TEST_F(PrimaryPath, ReroutingWeightsPriceTheGainOfALink) {
-    Net net;
-    net.link(0, 1, 10.0).link(1, 3, 10.0).link(0, 2, 10.0).link(2, 3, 10.0);
-    net.add(Lsp(1, {0, 1}, 8.0, 7));
-    kavrilConfig.predicateConfig.allowReroute = true;
-    weights.load[0] = weights.rerouting[0] = 1.0;
-    EXPECT_THAT(path(net, {0, -1, 3}, 5.0, 2), ElementsAre(0, 1, 3));
-    kavrilConfig.reroutingConfig.scoreCoef[0][7] = 1.0;
-    EXPECT_THAT(path(net, {0, -1, 3}, 5.0, 2), ElementsAre(0, 2, 3));
-    DBremoveLink(net, 2, 3);
-    EXPECT_THAT(path(net, {0, -1, 3}, 5.0, 2), ElementsAre(0, 1, 3));
-    EXPECT_EQ(5 + 5 * 3.0 / 5 + 5, COST);
-}
-
-TEST_F(PrimaryPath, FailsWhereLinksCannotBeEvaluated) {
-    Net net;
-    net.link(0, 1).link(1, 2).link(0, 3).link(3, 2);
-    net.add(Lsp(1, {0, 1, 2}, 8.0));
-    DBremoveLink(net, 1, 2);
-    Request req({0, -1, 2}, 5.0);
-    req.rerouteInfo = {1, -1, -1};  // whose path is not whole
-    EXPECT_EQ(-1, computePrimaryPath(net, &req));
-    const Texts texts = errorTexts();
-    EXPECT_EQ("Unable to build topology", texts.at(0));
-    EXPECT_EQ("Cannot determine link ID", texts.back());
 }

@@ -4,21 +4,6 @@
 
 using NetworkDatabase = KavrilTest;
 
-TEST_F(NetworkDatabase, ContainersGrowShrinkAndLowerTheirTops) {
-    Net net;
-    for (Long id : {0, 5, 2}) EXPECT_EQ(0, DBaddNode(net, id));
-    EXPECT_EQ(6, net->nodeVec.size);
-    EXPECT_EQ(-1, DBaddNode(net, 5));
-    EXPECT_EQ(2U, errorTexts().size());
-    EXPECT_EQ(0, DBremoveNode(net, 5));
-    EXPECT_EQ(3, net->nodeVec.top);
-    EXPECT_EQ(0, DBnodeVecResize(&net->nodeVec, 2));  // destroys node 2
-    EXPECT_EQ(1, net->nodeVec.top);
-    EXPECT_EQ(0, DBremoveNode(net, 0));
-    EXPECT_EQ(0, net->nodeVec.top);
-    EXPECT_EQ(3, DBgetNbNodes(net));  // never falls
-}
-
 TEST_F(NetworkDatabase, IdsThatNoTableHasRoomForLeaveItAsItWas) {
     Net net;
     net.link(3, 1).link(2, 1);

@@ -43,3 +43,18 @@ TEST_F(Exactness, ConnectionsOfATopologyReadTheTruth) {
         EXPECT_EQ(2.0 * id, state->fbw[0][0].cont[1]);
     }
 }
+
+// The LSP of -3 crosses the link twice, and the failure that frees both crossings needs
+// 12: 6 are reserved. Its partner, without bandwidth, takes the place of -3 twice.
+TEST_F(Exactness, PartnerWithLessThanNoBandwidthIsMadeUpFor) {
+    for (bool handedOut : {true, false}) {
+        Net net;
+        net.link(0, 1, 4.0).link(1, 0, 40.0);
+        if (handedOut) net.state(0, 1);
+        EXPECT_EQ(0, net.add(Lsp(1, {0, 1, 0, 1}, -3.0)));
+        Lsp partner(2, {0, 1, 0, 1});
+        partner.noContentionId = 1;
+        EXPECT_EQ(0, net.add(std::move(partner)));
+        EXPECT_EQ(0.0, net.state(0, 1).rbw[0][0]);
+    }
+}

@@ -31,6 +31,7 @@ twin::Lsp Player::lsp() {
     if (partner != nullptr && kind % 2 == 0) {
         lsp.precedence = partner->precedence;
         lsp.path = partner->path;
+        if (kind % 4 == 0) lsp.bw = {};
     }
     if (kind % 8 < 3) {
         lsp.type = kind % 16 == 0 ? 3 : 1 + kind % 2;
@@ -393,7 +394,9 @@ void Player::coreHoldTopology() {
     twin::Request request = this->request();
     request.type = 0;
     request.path = {node(), -1, node()};
-    HeldTopology& held = topologies_.emplace_back(caller_->plain.sessId, request);
+    HeldTopology& held = topologies_.emplace_back();
+    held.session = caller_->plain.sessId;
+    held.request = request;
     initTopo(&held.topo, -1);
     bool done = false;
     auto build = [&](twin::Database& db) {

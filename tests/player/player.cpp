@@ -282,7 +282,7 @@ double Player::amount() {
     switch (palette_) {
         case 0:
         case 1:
-            return bytes_.oneIn(64) ? -3.0 : 0.25 * std::fmod(x, 40.0);
+            return bytes_.oneIn(32) ? -3.0 : 0.25 * std::fmod(x, 40.0);
         case 2:
             return static_cast<double>(static_cast<float>((x + y / 256.0) / 25.6));
         case 3:

@@ -74,8 +74,8 @@ class Player {
         DBLinkState* state;
     };
     struct HeldTopology {
-        Long session;
-        twin::Request request;
+        Long session = -1;
+        twin::Request request = {};
         ScopedTopo topo = {};
         twin::Topology plain = {};
         std::set<twin::Hop> links = {};

@@ -13,6 +13,7 @@ TEST_F(Rerouting, ChoosesWholeLevelsThenWhatFitsBest) {
     const std::tuple<const char*, double, double, Carried, double, Ids> cases[] = {
         {"nothing", 1e-10, 0, five, 4, {}},
         {"a level and the smallest that does", 5, 0, five, 4, {1, 2, 4}},
+        {"a level for what it reserves", 3, 0, five, 3, {1, 2}},
         {"levels as they are reserved", 10, 0, five, 4.5, {1, 2, 3, 4}},
         {"on into the next level", 8, 0, two, 10, {1, 2}},
         {"one twice", 4, 0, two, 10, {1, 1}},
