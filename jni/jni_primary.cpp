@@ -46,20 +46,28 @@ class PrimaryCall {
         return nullptr;
     }
 
+    // Makes the result before anything is placed: without memory for it nobody would learn
+    // of the LSP. False with an exception pending.
+    bool makeResult() {
+        path_ = toJava(env_, &request_.path);
+        return path_ != nullptr;
+    }
+
     // Removes the LSPs that give way, reports them in the object's field and leaves the
     // path in *result.
     const char* report(jfieldID lspsField, jintArray* result) {
-        jintArray path = toJava(env_, &request_.path);
-        jintArray preempted = path != nullptr ? toJava(env_, &preemptList_) : nullptr;
-        if (preempted == nullptr) {  // out of memory is pending, nobody learns of the LSP
-            if (added_) DBremoveLSP(centralDB, lsp_.id);
-            return nullptr;
+        if (preemptList_.top > 0) {
+            jintArray preempted = toJava(env_, &preemptList_);
+            if (preempted == nullptr) {  // out of memory is pending
+                if (added_) DBremoveLSP(centralDB, lsp_.id);
+                return nullptr;
+            }
+            for (Long j = 0; j < preemptList_.top; j++)
+                if (DBremoveLSP(centralDB, preemptList_.cont[j]) < 0)
+                    return FAIL_WITH(kAddDBException, "Impossible to remove LSP");
+            env_->SetObjectField(obj_, lspsField, preempted);
         }
-        for (Long j = 0; j < preemptList_.top; j++)
-            if (DBremoveLSP(centralDB, preemptList_.cont[j]) < 0)
-                return FAIL_WITH(kAddDBException, "Impossible to remove LSP");
-        if (preemptList_.top > 0) env_->SetObjectField(obj_, lspsField, preempted);
-        *result = path;
+        *result = path_;
         return nullptr;
     }
 
@@ -81,6 +89,7 @@ class PrimaryCall {
     ScopedRequest request_;
     ScopedLSP lsp_;
     ScopedLongList preemptList_;
+    jintArray path_ = nullptr;
     bool added_ = false;
 };
 
@@ -97,6 +106,7 @@ JNIEXPORT jintArray JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jnicomputePa
         kavrilConfig.predicateConfig.allowReroute = PREEMPT != JNI_FALSE;
         PrimaryCall call(env, obj);
         const char* exception = call.compute(id, src, dst, OA, PL, reservation);
+        if (exception == nullptr && !call.makeResult()) return nullptr;
         if (exception == nullptr)
             exception = call.place(ADDLSP != JNI_FALSE, PREEMPT != JNI_FALSE);
         return exception != nullptr ? exception : call.report(lspsField, &result);
