@@ -67,12 +67,12 @@ class BackupSearch {
         const Long nbBackups = path->top - 1;
         if (fillRequests(reqList, nbBackups) < 0) return -1;
         for (Long j = nbBackups - 1; j >= 0; j--) {
-            const bool isProtectable = links_.startAt(path->cont[j]);
+            isProtectable_ = links_.startAt(path->cont[j]);
             clearForbidden();
             if (forbidLinksInto(path->cont[j + 1]) < 0) return -1;
             // Nothing gets around the last node of the primary.
             bool isFound =
-                !(isProtectable && j + 1 == nbBackups) && search(path->cont[j], j + 1);
+                !(isProtectable_ && j + 1 == nbBackups) && search(path->cont[j], j + 1);
             if (!isFound) {
                 clearForbidden();
                 forbid(path->cont[j], path->cont[j + 1]);
@@ -92,7 +92,7 @@ class BackupSearch {
         const LongList* path = &primary_->path;
         const Long last = path->top - 1;
         if (fillRequests(reqList, 1) < 0) return -1;
-        if (last >= 0) links_.startAt(path->cont[0]);
+        if (last >= 0) isProtectable_ = links_.startAt(path->cont[0]);
         for (Long i = 1; i < last; i++)
             if (forbidLinksInto(path->cont[i]) < 0) return -1;
         if (last >= 1) forbid(path->cont[last - 1], path->cont[last]);
@@ -186,6 +186,10 @@ class BackupSearch {
                 const Long head = graph_->out[i].head;
                 CPDijkNode* next = &nodes_[head];
                 if (next->marked || isForbidden_[i]) continue;
+                // Where the least that a link can cost is no gain, it need not be tried.
+                if (isProtectable_ && next->val != kNotReached &&
+                    !(next->val > node->val + links_.leastCostTo(head)))
+                    continue;
                 const double cost = links_.cost(i, n);
                 if (cost < 0.0) continue;
                 const double val = node->val + cost;
@@ -214,6 +218,7 @@ class BackupSearch {
     DBLabelSwitchedPath* primary_;
     BackupType type_;
     WorkingLinks links_;
+    bool isProtectable_ = false;  // all links that the next backup protects exist
     ScopedLongList found_;
     ScopedArray<CPDijkNode> nodes_;  // by node
     ScopedArray<Long>

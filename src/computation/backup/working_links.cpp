@@ -94,21 +94,22 @@ bool WorkingLinks::alsoFrees(Long tail, Long head) const {
     return hop >= 0 && !(first_ <= hop && hop < indexOf(path, head, first_));
 }
 
-// Whether any failure protected from has cells on the link.
-bool WorkingLinks::isTouched(const Ledger* ledger) const {
+// Raises the worst need of a class to what the failures protected from need with the
+// backup, which adds the amounts to a cell of each. They enter different nodes.
+void WorkingLinks::raiseByTrial(const Ledger* ledger, int oa, const Cell& added,
+                                Need* worst) const {
     const LongList* path = &primary_->path;
-    for (Long i = first_; i < last_; i++)
-        if (live_->concerned[path->cont[i + 1]].has(ledger->slot)) return true;
-    return false;
-}
-
-// What a failure without cells needs with the backup.
-void WorkingLinks::raiseUntouched(const double* bw, bool alsoFrees, int oa,
-                                  Need* worst) const {
-    if (first_ == last_) return;
-    const double need = alsoFrees ? bw[oa] + bw[oa] : bw[oa];
-    for (int p = trial_.level; p < kLevels; p++)
-        if (need > worst->at[p]) worst->at[p] = need;
+    const LedgerClass* cls = ledger->classes[oa];
+    for (Long i = first_; i < last_; i++) {
+        const Long tail = path->cont[i];
+        const Long head = path->cont[i + 1];
+        const CellKey key = cellKey(head, tail, trial_.level);
+        const bool hasCells = cls != nullptr && live_->concerned[head].has(ledger->slot);
+        const Run ofNode = hasCells ? runOf(cls, head) : Run{nullptr, nullptr, 0};
+        raise(worst, needWith(ofNode, key, added));
+        if (ofNode.nb > 0 && countedIn(live_)(tail, head))
+            raise(worst, needWith(runOf(ofNode, tail), key, added));
+    }
 }
 
 // Makes trial_ of an overlay's changes and those of the backup tried.
@@ -135,16 +136,17 @@ bool WorkingLinks::worstWithTrial(const DBLink* link, const Overlay* overlay,
                                   bool alsoFrees, int oa, Need* worst) {
     const Ledger* ledger = link->ledger;
     const LedgerClass* cls = ledger->classes[oa];
-    if (overlay == nullptr && isSimple_ && !isTouched(ledger)) {
+    if (overlay == nullptr && isSimple_) {
         *worst = cls != nullptr ? cls->worst : Need{};
-        raiseUntouched(backup_.bw, alsoFrees, oa, worst);
+        const double bw = backup_.bw[oa];
+        raiseByTrial(ledger, oa, {bw, alsoFrees ? -bw : 0.0}, worst);
         return true;
     }
     return gatherTrial(overlay, alsoFrees) &&
            worstAfter(cls, oa, trial_, countedIn(live_), &live_->scratch, worst);
 }
 
-double WorkingLinks::lengthCostTo(Long head) const {
+double WorkingLinks::leastCostTo(Long head) const {
     return hasOneLength_ ? lengthCost_ : lengthCost(primary_, head);
 }
 
@@ -166,7 +168,7 @@ double WorkingLinks::costOf(const DBLink* link, const Overlay* overlay, const Ne
         addNeeds(now.at, link->state.pbw[oa], rbw);
         if (addUp(rbw, &after) > link->state.cap[oa]) return -1.0;
     }
-    return costOfIncrease(before, after, lengthCostTo(head));
+    return costOfIncrease(before, after, leastCostTo(head));
 }
 
 double WorkingLinks::cost(Long position, Long tail) {
@@ -195,7 +197,7 @@ double WorkingLinks::cost(Long position, Long tail) {
     if (isSame)
         return view.overfull[kLevels - 1] != 0
                    ? -1.0
-                   : costOfIncrease(0.0, 0.0, lengthCostTo(out.head));
+                   : costOfIncrease(0.0, 0.0, leastCostTo(out.head));
     return costOf(link, overlay, worst, out.head);
 }
 

@@ -32,6 +32,9 @@ class WorkingLinks {
     // if it is not to be used.
     double cost(Long position, Long tail);
 
+    // What a link to the node costs at least, if the backups can be had at all.
+    double leastCostTo(Long head) const;
+
     // Books a backup on the links of its path, or takes it off.
     int book(const LSPRequest* req, operation op);
 
@@ -46,14 +49,12 @@ class WorkingLinks {
 
     Overlay* overlayOf(Long position, const DBLink* link);
     bool gatherTrial(const Overlay* overlay, bool alsoFrees);
-    bool isTouched(const Ledger* ledger) const;
     bool alsoFrees(Long tail, Long head) const;
-    void raiseUntouched(const double* bw, bool alsoFrees, int oa, Need* worst) const;
+    void raiseByTrial(const Ledger* ledger, int oa, const Cell& added, Need* worst) const;
     bool worstWithTrial(const DBLink* link, const Overlay* overlay, bool alsoFrees,
                         int oa, Need* worst);
     double costOf(const DBLink* link, const Overlay* overlay, const Need* worst,
                   Long head) const;
-    double lengthCostTo(Long head) const;
     int failUnprotectable() const;
 
     DataBase* dataBase_;

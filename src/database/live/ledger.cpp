@@ -207,6 +207,35 @@ Need needOf(const Run& run) {
     return need;
 }
 
+Need needWith(const Run& run, CellKey key, const Cell& added) {
+    Need need;
+    double bbw = 0.0;
+    double fbw = 0.0;
+    for (int p = 0; p < kLevels; p++) {
+        bool isAdded = p != levelOf(key);
+        for (Long i = 0; i < run.nb; i++) {
+            if (levelOf(run.keys[i]) != p) continue;
+            Cell cell = run.cells[i];
+            if (!isAdded && run.keys[i] > key) {
+                bbw += added.bbw;
+                fbw += added.fbw;
+                isAdded = true;
+            } else if (run.keys[i] == key) {
+                cell = {cell.bbw + added.bbw, cell.fbw + added.fbw};
+                isAdded = true;
+            }
+            bbw += cell.bbw;
+            fbw += cell.fbw;
+        }
+        if (!isAdded) {
+            bbw += added.bbw;
+            fbw += added.fbw;
+        }
+        need.at[p] = bbw - fbw < 0.0 ? 0.0 : bbw - fbw;
+    }
+    return need;
+}
+
 void raise(Need* worst, const Need& need) {
     for (int p = 0; p < kLevels; p++)
         if (need.at[p] > worst->at[p]) worst->at[p] = need.at[p];

@@ -91,6 +91,9 @@ Run runOf(const Run& ofNode, Long tail);
 // off at 0 only in the result.
 Need needOf(const Run& run);
 
+// The same with amounts added to the cell of one failing link and level.
+Need needWith(const Run& run, CellKey key, const Cell& added);
+
 void raise(Need* worst, const Need& need);
 
 // Whether a need is not 0 and as large as the worst at some level.
