@@ -33,22 +33,23 @@ WorkingLinks::~WorkingLinks() {
 }
 
 bool WorkingLinks::init() {
-    if (!refreshViews(dataBase_, live_, 0, 0, kLevels - 1) || DBlspInit(&backup_) < 0 ||
-        !overlayAt_.fill(live_->graph.out.top, -1) ||
-        !isOnPrimary_.fill(live_->graph.nodeSlots(), false) ||
-        longVecCopy(&backup_.primPath, &primary_->path) < 0)
-        return false;
+    if (DBlspInit(&backup_) < 0) return false;
     LSPRequest request = {};
     fillBackupRequest(&request, primary_, type_);
-    backup_.precedence = trial_.level = request.precedence;
-    backup_.type = request.type;
-    backup_.primID = request.primID;
-    std::copy_n(request.bw, kClasses, backup_.bw);
     for (int oa = 0; oa < kClasses; oa++) {
         if (request.bw[oa] == 0.0) continue;
         asked_ |= 1U << oa;
         if (!(request.bw[oa] > 0.0)) isOdd_ = true;
     }
+    if (!refreshViews(dataBase_, live_, {0, 0, 0, asked_}) ||
+        !overlayAt_.fill(live_->graph.out.top, -1) ||
+        !isOnPrimary_.fill(live_->graph.nodeSlots(), false) ||
+        longVecCopy(&backup_.primPath, &primary_->path) < 0)
+        return false;
+    backup_.precedence = trial_.level = request.precedence;
+    backup_.type = request.type;
+    backup_.primID = request.primID;
+    std::copy_n(request.bw, kClasses, backup_.bw);
     hasOneLength_ = primary_->primPath.top == 0;
     if (hasOneLength_) lengthCost_ = lengthCost(primary_, -1);
     const LongList* path = &primary_->path;
@@ -96,16 +97,16 @@ bool WorkingLinks::alsoFrees(Long tail, Long head) const {
 
 // Raises the worst need of a class to what the failures protected from need with the
 // backup, which adds the amounts to a cell of each. They enter different nodes.
-void WorkingLinks::raiseByTrial(const Ledger* ledger, int oa, const Cell& added,
+void WorkingLinks::raiseByTrial(const OutLink& link, int oa, const Cell& added,
                                 Need* worst) const {
     const LongList* path = &primary_->path;
-    const LedgerClass* cls = ledger->classes[oa];
     for (Long i = first_; i < last_; i++) {
         const Long tail = path->cont[i];
         const Long head = path->cont[i + 1];
         const CellKey key = cellKey(head, tail, trial_.level);
-        const bool hasCells = cls != nullptr && live_->concerned[head].has(ledger->slot);
-        const Run ofNode = hasCells ? runOf(cls, head) : Run{nullptr, nullptr, 0};
+        Run ofNode = {nullptr, nullptr, 0};
+        if (live_->concerned[head].has(link.slot))
+            ofNode = runOf(link.link->ledger->classes[oa], head);
         raise(worst, needWith(ofNode, key, added));
         if (ofNode.nb > 0 && countedIn(live_)(tail, head))
             raise(worst, needWith(runOf(ofNode, tail), key, added));
@@ -132,18 +133,18 @@ bool WorkingLinks::gatherTrial(const Overlay* overlay, bool alsoFrees) {
     return true;
 }
 
-bool WorkingLinks::worstWithTrial(const DBLink* link, const Overlay* overlay,
-                                  bool alsoFrees, int oa, Need* worst) {
-    const Ledger* ledger = link->ledger;
-    const LedgerClass* cls = ledger->classes[oa];
+bool WorkingLinks::worstWithTrial(Long position, const Overlay* overlay, bool alsoFrees,
+                                  int oa, Need* worst) {
+    const OutLink& link = live_->graph.out[position];
     if (overlay == nullptr && isSimple_) {
-        *worst = cls != nullptr ? cls->worst : Need{};
+        *worst = live_->views.worst[oa][position];
         const double bw = backup_.bw[oa];
-        raiseByTrial(ledger, oa, {bw, alsoFrees ? -bw : 0.0}, worst);
+        raiseByTrial(link, oa, {bw, alsoFrees ? -bw : 0.0}, worst);
         return true;
     }
     return gatherTrial(overlay, alsoFrees) &&
-           worstAfter(cls, oa, trial_, countedIn(live_), &live_->scratch, worst);
+           worstAfter(link.link->ledger->classes[oa], oa, trial_, countedIn(live_),
+                      &live_->scratch, worst);
 }
 
 double WorkingLinks::leastCostTo(Long head) const {
@@ -151,54 +152,58 @@ double WorkingLinks::leastCostTo(Long head) const {
 }
 
 // The cost with the worst needs that the classes asked for would have.
-double WorkingLinks::costOf(const DBLink* link, const Overlay* overlay, const Need* worst,
-                            Long head) const {
-    const Ledger* ledger = link->ledger;
-    const unsigned occupied = ledger->occupied | asked_;
+double WorkingLinks::costOf(Long position, const Overlay* overlay,
+                            const Need* worst) const {
+    const OutLink& link = live_->graph.out[position];
+    const DBLinkState& state = link.link->state;
+    const LinkView& view = live_->views.links[position];
+    const unsigned occupied = view.occupied | asked_;
     double before = 0.0;
     double after = 0.0;
     for (int oa = 0; occupied >> oa != 0; oa++) {
         if ((occupied >> oa & 1U) == 0) continue;
-        addUp(overlay != nullptr ? overlay->rbw[oa] : link->state.rbw[oa], &before);
-        const LedgerClass* cls = ledger->classes[oa];
-        const Need& now = (asked_ >> oa & 1U) != 0 ? worst[oa]
-                          : cls != nullptr         ? cls->worst
-                                                   : Need{};
+        const bool isAsked = (asked_ >> oa & 1U) != 0;
+        const double(&now)[kLevels] =
+            overlay != nullptr ? overlay->rbw[oa] : state.rbw[oa];
+        addUp(now, &before);
         double rbw[kLevels];
-        addNeeds(now.at, link->state.pbw[oa], rbw);
-        if (addUp(rbw, &after) > link->state.cap[oa]) return -1.0;
+        if (isAsked || !view.isFresh) {
+            const LedgerClass* cls = isAsked ? nullptr : link.link->ledger->classes[oa];
+            const Need& need = isAsked ? worst[oa] : cls != nullptr ? cls->worst : Need{};
+            addNeeds(need.at, state.pbw[oa], rbw);
+        }
+        if (addUp(isAsked || !view.isFresh ? rbw : state.rbw[oa], &after) > state.cap[oa])
+            return -1.0;
     }
-    return costOfIncrease(before, after, leastCostTo(head));
+    return costOfIncrease(before, after, leastCostTo(link.head));
 }
 
 double WorkingLinks::cost(Long position, Long tail) {
     if (!isProtectable_) return failUnprotectable();
-    const OutLink& out = live_->graph.out[position];
-    const DBLink* link = out.link;
-    const Ledger* ledger = link->ledger;
-    const LinkView& view = live_->views.links[position];
-    if ((view.overfull[kLevels - 1] & ~(ledger->occupied | asked_)) != 0) return -1.0;
+    const Views& views = live_->views;
+    const LinkView& view = views.links[position];
+    const Long head = live_->graph.out[position].head;
+    if ((view.overfull[kLevels - 1] & ~(view.occupied | asked_)) != 0) return -1.0;
     const Overlay* overlay =
         overlayAt_[position] >= 0 ? overlays_[overlayAt_[position]] : nullptr;
-    const bool frees = alsoFrees(tail, out.head);
+    const bool frees = alsoFrees(tail, head);
     Need worst[kClasses];
-    bool isSame = overlay == nullptr && ledger->stale == 0 && !view.isOdd;
+    bool isSame = overlay == nullptr && view.isFresh && !view.isOdd;
     for (int oa = 0; asked_ >> oa != 0; oa++) {
         if ((asked_ >> oa & 1U) == 0) continue;
-        if (!worstWithTrial(link, overlay, frees, oa, &worst[oa])) {
+        if (!worstWithTrial(position, overlay, frees, oa, &worst[oa])) {
             PUSH_ERROR(WARNING, "Error while computing new link state");
             return -1.0;
         }
-        const LedgerClass* cls = ledger->classes[oa];
-        for (int p = 0; p < kLevels && isSame; p++)
-            isSame = worst[oa].at[p] == (cls != nullptr ? cls->worst.at[p] : 0.0);
+        const Need& before = views.worst[oa][position];
+        isSame = isSame && std::equal(before.at, before.at + kLevels, worst[oa].at);
     }
     // Where the backup finds all it needs reserved, nothing is to be added up.
     if (isSame)
         return view.overfull[kLevels - 1] != 0
                    ? -1.0
-                   : costOfIncrease(0.0, 0.0, leastCostTo(out.head));
-    return costOf(link, overlay, worst, out.head);
+                   : costOfIncrease(0.0, 0.0, leastCostTo(head));
+    return costOf(position, overlay, worst);
 }
 
 WorkingLinks::Overlay* WorkingLinks::overlayOf(Long position, const DBLink* link) {

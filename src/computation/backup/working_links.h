@@ -50,11 +50,10 @@ class WorkingLinks {
     Overlay* overlayOf(Long position, const DBLink* link);
     bool gatherTrial(const Overlay* overlay, bool alsoFrees);
     bool alsoFrees(Long tail, Long head) const;
-    void raiseByTrial(const Ledger* ledger, int oa, const Cell& added, Need* worst) const;
-    bool worstWithTrial(const DBLink* link, const Overlay* overlay, bool alsoFrees,
-                        int oa, Need* worst);
-    double costOf(const DBLink* link, const Overlay* overlay, const Need* worst,
-                  Long head) const;
+    void raiseByTrial(const OutLink& link, int oa, const Cell& added, Need* worst) const;
+    bool worstWithTrial(Long position, const Overlay* overlay, bool alsoFrees, int oa,
+                        Need* worst);
+    double costOf(Long position, const Overlay* overlay, const Need* worst) const;
     int failUnprotectable() const;
 
     DataBase* dataBase_;

@@ -43,7 +43,7 @@ bool RequestAdmission::prepare(unsigned classes) {
     }
     upTo_ = config.allowReroute ? req_->precedence : kLevels - 1;
     othersThan_ = ~asked_;
-    if (!refreshViews(dataBase_, live_, classes, asked_, upTo_)) return false;
+    if (!refreshViews(dataBase_, live_, {classes, asked_, upTo_, 0})) return false;
     if (DBlspInit(&lsp_) < 0 || longVecResize(&lsp_.path, 2) < 0 ||
         longVecCopy(&lsp_.forbidLinks, const_cast<LongList*>(&req_->forbidLinks)) < 0)
         return false;

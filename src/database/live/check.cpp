@@ -127,7 +127,7 @@ bool isGraphRight(const DataBase* dataBase) {
     Graph fresh = {};
     if (!buildGraph(dataBase, &fresh)) return true;
     auto same = [](const OutLink& a, const OutLink& b) {
-        return a.head == b.head && a.link == b.link;
+        return a.head == b.head && a.slot == b.slot && a.link == b.link;
     };
     bool isRight = std::equal(fresh.out.begin(), fresh.out.end(), graph->out.begin(),
                               graph->out.end(), same);

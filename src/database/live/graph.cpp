@@ -1,6 +1,7 @@
 #include "database/live/graph.h"
 
 #include "database/database_util.h"
+#include "database/live/ledger.h"
 
 namespace {
 
@@ -92,7 +93,8 @@ bool buildGraph(const DataBase* dataBase, Graph* graph) {
         if (!makeRoom(&graph->out, graph->out.top + heads->top)) return false;
         for (Long i = 0; i < heads->top; i++) {
             const Long head = heads->cont[i];
-            graph->out[graph->out.top++] = {head, findLink(&dataBase->linkTab, n, head)};
+            DBLink* link = findLink(&dataBase->linkTab, n, head);
+            graph->out[graph->out.top++] = {head, link->ledger->slot, link};
         }
     }
     graph->first[graph->first.top++] = graph->out.top;
@@ -116,14 +118,13 @@ Long positionOf(const Graph* graph, Long tail, Long head) {
                              graph->out.begin());
 }
 
-void addToGraph(const DataBase* dataBase, Graph* graph, Long tail, Long head,
-                DBLink* link) {
+void addToGraph(const DataBase* dataBase, Graph* graph, Long tail, const OutLink& link) {
     if (!graph->isBuilt) return;
+    const Long head = link.head;
     const Long at = positionOf(graph, tail, head);
     const Long in = graph->firstIn[head] + nbTailsBelow(dataBase, tail, head);
     shift(graph, tail, head, in, 1);
-    graph->isBuilt = insertAt(&graph->out, at, OutLink{head, link}) &&
-                     insertAt(&graph->inOfOut, at, in);
+    graph->isBuilt = insertAt(&graph->out, at, link) && insertAt(&graph->inOfOut, at, in);
     if (graph->knowsConnected && !graph->isConnected) graph->knowsConnected = false;
 }
 

@@ -11,6 +11,7 @@
 
 struct OutLink {
     Long head;
+    Long slot;  // of the link (ledger.h)
     DBLink* link;
 };
 
@@ -38,8 +39,7 @@ Long positionOf(const Graph* graph, Long tail, Long head);
 
 // Say that a link or node has come or gone. Without memory the graph is given up, to be
 // built again.
-void addToGraph(const DataBase* dataBase, Graph* graph, Long tail, Long head,
-                DBLink* link);
+void addToGraph(const DataBase* dataBase, Graph* graph, Long tail, const OutLink& link);
 void removeFromGraph(Graph* graph, Long tail, Long head);
 void addNodeToGraph(Graph* graph, Long node);
 void removeNodeFromGraph(Graph* graph);

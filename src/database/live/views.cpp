@@ -64,16 +64,22 @@ void refresh(Views* views, Long position, const DBLink* link) {
     const DBLinkState* state = &link->state;
     const Ledger* ledger = link->ledger;
     LinkView* view = &views->links[position];
-    *view = {state->color, 0, false, {}};
+    *view = {state->color,
+             0,
+             false,
+             ledger->stale == 0,
+             static_cast<std::uint8_t>(ledger->occupied),
+             {}};
     for (int oa = 0; oa < kClasses; oa++) {
         const double cap = state->cap[oa];
         const bool isRead = (views->classes >> oa & 1U) != 0;
+        const LedgerClass* cls = ledger->classes[oa];
+        const Need worst = cls != nullptr ? cls->worst : Need{};
+        if ((views->needs >> oa & 1U) != 0) views->worst[oa][position] = worst;
         if ((ledger->occupied >> oa & 1U) == 0 && !isRead && cap >= 0.0 &&
             cap < kReasonable)
             continue;
-        const LedgerClass* cls = ledger->classes[oa];
-        const Reservation reserved =
-            reservationOf(state->pbw[oa], cls != nullptr ? cls->worst : Need{});
+        const Reservation reserved = reservationOf(state->pbw[oa], worst);
         const double load = loadOf(state->pbw[oa]);
         for (int p = 0; p < kLevels; p++)
             if (reserved.upTo[p] > cap) view->overfull[p] |= bitOf(oa);
@@ -96,6 +102,7 @@ template <class Act>
 bool forEachArray(Views* views, Act act) {
     if (!act(&views->links)) return false;
     for (int oa = 0; oa < kClasses; oa++) {
+        if ((views->needs >> oa & 1U) != 0 && !act(&views->worst[oa])) return false;
         if ((views->classes >> oa & 1U) == 0) continue;
         if (!act(&views->loads[oa])) return false;
         for (int p = 0; p < kLevels; p++)
@@ -131,24 +138,21 @@ bool makeAll(const Graph* graph, Views* views) {
 
 }  // namespace
 
-bool refreshViews(DataBase* dataBase, Live* live, unsigned classes, unsigned asked,
-                  int level) {
+bool refreshViews(DataBase* dataBase, Live* live, const Wanted& wanted) {
     Graph* graph = &live->graph;
     Views* views = &live->views;
     if (!graph->isBuilt) {
         views->isAligned = false;
         if (!buildGraph(dataBase, graph)) return false;
     }
-    const unsigned levelBit = 1U << level;
-    for (int oa = 0; oa < kClasses; oa++) {
-        const unsigned read = (classes | asked) >> oa & 1U;
-        const unsigned missing =
-            (asked >> oa & 1U) != 0 ? levelBit & ~views->levels[oa] : 0;
-        if ((read & ~(views->classes >> oa)) == 0 && missing == 0) continue;
-        views->classes |= read << oa;
-        views->levels[oa] |= missing;
-        views->isAligned = false;
-    }
+    auto want = [=](unsigned* have, unsigned bits) {
+        if ((bits & ~*have) != 0) views->isAligned = false;
+        *have |= bits;
+    };
+    want(&views->classes, wanted.loads | wanted.rooms);
+    want(&views->needs, wanted.needs);
+    for (int oa = 0; oa < kClasses; oa++)
+        if ((wanted.rooms >> oa & 1U) != 0) want(&views->levels[oa], 1U << wanted.level);
     if (!views->isAligned) return makeAll(graph, views);
     for (const DBLink* link : views->stale) {
         const Ledger* ledger = link->ledger;
@@ -191,6 +195,7 @@ bool checkViews(const Live* live, Long (&where)[2]) {
     if (!views->isAligned || !live->graph.isBuilt) return true;
     Views fresh = {};
     fresh.classes = views->classes;
+    fresh.needs = views->needs;
     std::copy_n(views->levels, kClasses, fresh.levels);
     auto size = [=](auto* array) { return makeRoom(array, 1); };
     bool isRight = views->links.top == live->graph.out.top;
@@ -200,6 +205,8 @@ bool checkViews(const Live* live, Long (&where)[2]) {
         refresh(&fresh, 0, link);
         isRight = fresh.links[0] == views->links[i];
         for (int oa = 0; oa < kClasses; oa++) {
+            if ((views->needs >> oa & 1U) != 0)
+                isRight &= isSameBytes(fresh.worst[oa][0], views->worst[oa][i]);
             if ((views->classes >> oa & 1U) == 0) continue;
             isRight &= isSameBytes(fresh.loads[oa][0], views->loads[oa][i]);
             for (int p = 0; p < kLevels; p++)
@@ -219,6 +226,7 @@ void endViews(Views* views) {
     endArray(&views->stale);
     for (int oa = 0; oa < kClasses; oa++) {
         endArray(&views->loads[oa]);
+        endArray(&views->worst[oa]);
         for (Array<Room>& room : views->rooms[oa]) endArray(&room);
     }
 }

@@ -13,13 +13,17 @@
 
 #include "common/array.h"
 #include "database/live/graph.h"
+#include "database/live/ledger.h"
 
 struct LinkView {
     Long color;
     // Classes, as bits, in which the failure of the link, or of its head, is among the
     // worst here: a primary frees bandwidth then.
     std::uint8_t ownNeed;
-    bool isOdd;  // capacity or load infinite, not a number or too large to multiply
+    bool isOdd;    // capacity or load infinite, not a number or too large to multiply
+    bool isFresh;  // rbw is what the tables give, in all classes
+    std::uint8_t
+        occupied;  // classes in which anything was ever booked or reserved, as bits
     // Classes whose capacity the reservation of the levels up to p exceeds.
     std::uint8_t overfull[kLevels];
 
@@ -47,18 +51,26 @@ struct Views {
     bool isAligned;             // with the graph
     unsigned classes;           // that have been read so far, as bits
     unsigned levels[kClasses];  // likewise, of these
+    unsigned needs;             // classes whose worst needs have been read
     Array<LinkView> links;
     Array<LoadView> loads[kClasses];
     Array<Room> rooms[kClasses][kLevels];  // what is reserved up to the level stays
+    Array<Need> worst[kClasses];           // worst needs
     Array<DBLink*> stale;                  // links that have changed since
 };
 
 struct Live;
 
-// Brings the views up to date for somebody who reads the loads of these classes, given as
-// bits, and the room of the classes `asked` up to a level. False if there is no memory.
-bool refreshViews(DataBase* dataBase, Live* live, unsigned classes, unsigned asked,
-                  int level);
+// What somebody reads of links: classes, as bits.
+struct Wanted {
+    unsigned loads;
+    unsigned rooms;
+    int level;  // of these
+    unsigned needs;
+};
+
+// Brings the views up to date. False if there is no memory.
+bool refreshViews(DataBase* dataBase, Live* live, const Wanted& wanted);
 
 // Says that a link has changed.
 void viewChanged(Views* views, DBLink* link);
