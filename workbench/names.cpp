@@ -50,14 +50,12 @@ std::size_t distance(const std::string& a, const std::string& b) {
     return row.back();
 }
 
-std::optional<int> findNodeIn(const NameIndex& names, std::size_t nodes,
+std::optional<int> findNodeIn(const NameIndex& names, const Network& network,
                               const std::string& text) {
-    int node = names.find(text);
-    const bool number = !text.empty() && text.size() < 10 &&
-                        text.find_first_not_of("0123456789") == std::string::npos;
-    if (node < 0 && number) node = std::stoi(text);
-    return node >= 0 && node < static_cast<int>(nodes) ? std::optional(node)
-                                                       : std::nullopt;
+    if (const int node = names.find(text); node >= 0) return node;
+    for (const Node& node : network.nodes)
+        if (std::to_string(node.number) == text) return node.id;
+    return std::nullopt;
 }
 
 }  // namespace
@@ -101,7 +99,7 @@ NameIndex nodeNames(const Network& network) {
 
 int nodeNamed(const Network& network, const std::string& text) {
     const NameIndex names = nodeNames(network);
-    if (const auto node = findNodeIn(names, network.nodes.size(), text)) return *node;
+    if (const auto node = findNodeIn(names, network, text)) return *node;
     throw UserError(
         fmt::format("the network has no node '{:.60}'{}", text, names.suggestion(text)));
 }
@@ -117,7 +115,7 @@ std::vector<int> linksNamed(const Network& network, const std::string& text) {
     for (std::size_t at = text.find_first_of("->"); at != std::string::npos;
          at = text.find_first_of("->", at + 1)) {
         const auto end = [&](const std::string& part) {
-            return findNodeIn(names, network.nodes.size(), trimmed(part));
+            return findNodeIn(names, network, trimmed(part));
         };
         const auto src = end(text.substr(0, at));
         const bool arrow = text.compare(at, 2, "->") == 0;

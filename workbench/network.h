@@ -26,6 +26,7 @@ struct Node {
     int id;
     std::string name;
     std::optional<Position> position;
+    int number = id;  // that the file refers to it by
 };
 
 // One direction. An undirected edge of a file is two links.
@@ -98,6 +99,10 @@ const char* describe(FindingKind kind);
 
 // "merged-link": the name in JSON.
 const char* keyOf(FindingKind kind);
+
+// Bandwidths, metrics and delays beyond are taken for mistakes; sums of all that is below
+// stay finite.
+inline constexpr double kMostBandwidth = 1e15;
 
 // Link from src to dst, -1 if there is none. One look through all links.
 int findLink(const Network& network, int src, int dst);

@@ -116,7 +116,7 @@ int auditPlan(const std::string& file, const Shared& shared) {
     const AuditResult result = audit(plan);
     if (shared.json)
         fmt::print("{}\n", toJson(result, plan).dump(1));
-    else if (!shared.quiet)
+    else
         printResult(result, plan);
     return result.isClean() ? 0 : 1;
 }

@@ -13,5 +13,7 @@ void addHeadroom(CLI::App& app, Shared& shared);
 void addImprove(CLI::App& app, Shared& shared);
 void addExplain(CLI::App& app, Shared& shared);
 void addReport(CLI::App& app, Shared& shared);
+void addExport(CLI::App& app, Shared& shared);
+void addGravity(CLI::App& app, Shared& shared);
 
 }  // namespace workbench

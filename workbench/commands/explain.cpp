@@ -180,7 +180,7 @@ int explainRequest(const Options& options, const Shared& shared) {
     const Explanation explanation = explain(&engine, request);
     if (shared.json)
         fmt::print("{}\n", toJson(explanation, request, plan).dump(1));
-    else if (!shared.quiet)
+    else
         print(request, explanation, plan);
     return 0;
 }

@@ -4,6 +4,7 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <limits>
 
 #include "cli/file.h"
 #include "cli/progress.h"
@@ -94,7 +95,7 @@ int improvePlan(const Options& options, const Shared& shared) {
     if (options.output == "-") return 0;
     if (shared.json)
         fmt::print("{}\n", toJson(result).dump(1));
-    else if (!shared.quiet)
+    else
         printResult(result, before, plan);
     return 0;
 }
@@ -106,10 +107,10 @@ void addImprove(CLI::App& app, Shared& shared) {
         app.add_subcommand("improve", "Move the LSPs of a plan to better paths");
     auto options = std::make_shared<Options>();
     cmd->add_option("PLAN", options->plan, "Plan written by place")->required();
-    cmd->add_option("-o,--output", options->output, "Write the better plan");
+    addOutputFile(*cmd, &options->output, "Write the better plan");
     cmd->add_option("--rounds", options->rounds,
                     "Rounds over all LSPs at most, 0 until one changes nothing [0]")
-        ->check(CLI::NonNegativeNumber);
+        ->check(CLI::Range(0, std::numeric_limits<int>::max()));
     addOutputOptions(*cmd, shared);
     cmd->footer(
         "LSPs are requested again one by one, with the weights of the plan. A new LSP "

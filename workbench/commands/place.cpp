@@ -8,6 +8,7 @@
 #include "cli/progress.h"
 #include "commands/commands.h"
 #include "engine/place.h"
+#include "graph/shortest.h"
 #include "plan_json.h"
 
 namespace workbench {
@@ -46,9 +47,70 @@ json timesJson(const std::vector<double>& seconds) {
             {"percentile99Ms", percentile(seconds, 0.99)}};
 }
 
+json classesJson(const Plan& plan) {
+    json all = json::array();
+    for (const ClassSummary& sums : classSummaries(plan))
+        all.push_back({{"class", plan.configuration.classes[sums.trafficClass].name},
+                       {"level", sums.level},
+                       {"requested", sums.requested},
+                       {"placed", sums.placed},
+                       {"protected", sums.isProtected},
+                       {"offered", sums.offered},
+                       {"carried", sums.carried},
+                       {"carriedProtected", sums.carriedProtected},
+                       {"primary", sums.primary},
+                       {"backup", sums.backup},
+                       {"backupDedicated", sums.dedicated}});
+    return all;
+}
+
+// Of the primaries: how much longer their paths are than the shortest.
+struct StretchSummary {
+    double mean = 1.0;
+    double maximum = 1.0;
+    int lsp = -1;  // with the maximum
+};
+
+StretchSummary stretchOf(const Plan& plan) {
+    const std::vector<double> all = stretches(plan);
+    StretchSummary result;
+    double sum = 0.0;
+    int primaries = 0;
+    for (std::size_t i = 0; i < all.size(); i++) {
+        if (plan.lsps[i].kind != LspKind::PRIMARY) continue;
+        sum += all[i];
+        primaries++;
+        if (result.lsp >= 0 && all[i] <= result.maximum) continue;
+        result.maximum = all[i];
+        result.lsp = plan.lsps[i].id;
+    }
+    if (primaries > 0) result.mean = sum / primaries;
+    return result;
+}
+
+json baselineJson(const Plan& plan) {
+    const Baseline baseline = baselineOf(plan);
+    return {{"carried", baseline.carried},
+            {"maximum", baseline.shares.maximum},
+            {"mean", baseline.shares.mean},
+            {"overloadedLinks", baseline.overloaded},
+            {"fullest", baseline.fullest < 0 ? json() : json(baseline.fullest)}};
+}
+
+json stretchJson(const Plan& plan) {
+    const StretchSummary stretch = stretchOf(plan);
+    return {{"mean", stretch.mean},
+            {"maximum", stretch.maximum},
+            {"lsp", stretch.lsp < 0 ? json() : json(stretch.lsp)}};
+}
+
 void printJson(const Plan& plan, const PlaceTimes& times, const Findings& findings,
                const Shared& shared) {
-    json out = {{"summary", toJson(plan.summary)},
+    json out = {{"unit", plan.network.unit},
+                {"summary", toJson(plan.summary)},
+                {"classes", classesJson(plan)},
+                {"shortestPaths", baselineJson(plan)},
+                {"stretch", stretchJson(plan)},
                 {"configuration", toJson(plan.configuration)},
                 {"refusedBecause", reasonsOf(plan, &PlanDemand::reason)},
                 {"unprotectedBecause", reasonsOf(plan, &PlanDemand::unprotected)},
@@ -84,6 +146,44 @@ void printShares(const char* what, const Shares& shares) {
                100.0 * shares.maximum);
 }
 
+std::string percentText(double part, double whole) {
+    return whole > 0.0 ? fmt::format("{:.1f} %", 100.0 * part / whole) : "-";
+}
+
+// What backups cost is the bandwidth kept for them against that of the primaries.
+void printClasses(const Plan& plan) {
+    const std::vector<ClassSummary> all = classSummaries(plan);
+    if (all.size() < 2) return;
+    const bool isProtected = plan.configuration.protection != Protection::NONE;
+    fmt::print("  {:<14} level  requests  placed     offered     carried{}\n", "class",
+               isProtected ? "  protected  cost" : "");
+    for (const ClassSummary& sums : all) {
+        fmt::print("    {:<12} {:5} {:9} {:7} {:>11} {:>11}",
+                   plan.configuration.classes[sums.trafficClass].name, sums.level,
+                   sums.requested, sums.placed,
+                   formatBandwidth(sums.offered, plan.network.unit),
+                   percentText(sums.carried, sums.offered));
+        if (isProtected)
+            fmt::print("  {:>9}  {}", percentText(sums.carriedProtected, sums.carried),
+                       percentText(sums.backup, sums.primary));
+        fmt::print("\n");
+    }
+}
+
+void printBaseline(const Plan& plan) {
+    const StretchSummary stretch = stretchOf(plan);
+    if (stretch.lsp >= 0)
+        fmt::print("  {:<14} mean {:.3f}, maximum {:.3f} (LSP {}) of the shortest path\n",
+                   "stretch", stretch.mean, stretch.maximum, stretch.lsp);
+    const Baseline baseline = baselineOf(plan);
+    if (baseline.fullest >= 0)
+        fmt::print(
+            "  {:<14} all demands on them: {} at {:.1f} %, {} links above their "
+            "capacity\n",
+            "shortest paths", linkName(plan.network, baseline.fullest),
+            100.0 * baseline.shares.maximum, baseline.overloaded);
+}
+
 void printSummary(const Plan& plan, const PlaceTimes& times) {
     const Summary& s = plan.summary;
     const std::string& unit = plan.network.unit;
@@ -109,6 +209,8 @@ void printSummary(const Plan& plan, const PlaceTimes& times) {
             formatBandwidth(s.backupDedicated, unit),
             s.backupDedicated > 0.0 ? 100.0 * s.backupShared / s.backupDedicated : 100.0);
     }
+    printClasses(plan);
+    printBaseline(plan);
     printTimes("requests", times.requests);
     printTimes("protecting", times.protections);
 }
@@ -131,7 +233,7 @@ int place(const Files& files, const Shared& shared) {
     if (files.plan == "-") return 0;
     if (shared.json)
         printJson(plan, times, findings, shared);
-    else if (!shared.quiet)
+    else
         printSummary(plan, times);
     return 0;
 }
@@ -145,9 +247,8 @@ void addPlace(CLI::App& app, Shared& shared) {
     cmd->add_option("NETWORK", files->network, "Network file")->required();
     cmd->add_option("DEMANDS", files->demands,
                     "Traffic matrix; by default the one in the network file");
-    cmd->add_option(
-        "-o,--output", files->plan,
-        "Write the plan: network, LSPs and the bandwidth tables of every link");
+    addOutputFile(*cmd, &files->plan,
+                  "Write the plan: network, LSPs and the bandwidth tables of every link");
     addReadingOptions(*cmd, shared);
     addPlacementOptions(*cmd, shared);
     addProtectionOption(*cmd, shared);
@@ -158,7 +259,8 @@ void addPlace(CLI::App& app, Shared& shared) {
         "requested again at once. When all requests are done the LSPs are protected, in "
         "the\n"
         "same order, without preemption; an LSP of which one link cannot be protected\n"
-        "stays without backups.\n"
+        "stays without backups. A demand may have its own class, level and limits (see\n"
+        "docs/formats.md); a request whose path breaks a limit is refused.\n"
         "\n"
         "Examples:\n"
         "  kavril place germany50.xml -o plan.json\n"

@@ -1,5 +1,7 @@
 #include "formats/json_lines.h"
 
+#include <fmt/format.h>
+
 #include <iterator>
 #include <regex>
 #include <vector>
@@ -41,18 +43,35 @@ class CountingIterator {
     int* line_;
 };
 
-// The library's message without its own number and position.
-std::string plainMessage(const json::exception& error) {
-    static const std::regex kFront(R"(^\[.*?\] (parse error at line \d+, )?)");
-    return std::regex_replace(std::string(error.what()), kFront, "");
-}
+constexpr int kDeepest = 64;
 
 }  // namespace
+
+std::string plainMessage(const json::exception& error) {
+    static const std::pair<std::regex, const char*> kRules[] = {
+        {std::regex(R"(^\[.*?\] (parse error at line \d+, )?)"), ""},
+        {std::regex(R"(^(\(.*?\) )?type must be (\w+), but is (\w+)$)"),
+         "expected a value of type $2, got $3"},
+        {std::regex(R"(^(\(.*?\) )?key '(.*)' not found$)"), "expected \"$2\""},
+        {std::regex(R"(^(\(.*?\) )?cannot use at\(\) with (\w+)$)"),
+         "expected an object, got $2"},
+        {std::regex(R"(^(\(.*?\) )?array index (\d+) is out of range$)"),
+         "expected a longer list"},
+    };
+    std::string text = error.what();
+    for (const auto& [rule, words] : kRules) text = std::regex_replace(text, rule, words);
+    return text;
+}
 
 json parseWithLines(const Source& source) {
     int line = 1;
     std::vector<int> starts;
-    const auto addLine = [&](int, json::parse_event_t event, json& parsed) {
+    const auto addLine = [&](int depth, json::parse_event_t event, json& parsed) {
+        if (depth > kDeepest)
+            throw InputError(source.file, line,
+                             fmt::format("expected JSON with at most {} lists and "
+                                         "objects inside each other",
+                                         kDeepest));
         if (event == json::parse_event_t::object_start) starts.push_back(line);
         if (event == json::parse_event_t::object_end) {
             parsed[kLineKey] = starts.back();

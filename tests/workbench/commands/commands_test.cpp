@@ -15,7 +15,6 @@ namespace {
 
 using nlohmann::json;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 struct Outcome {
     int status = -1;
@@ -107,7 +106,6 @@ TEST_F(Command, ReadableOutputNamesNodesAndFigures) {
     EXPECT_THAT(why, HasSubstr("of class default missing"));
     EXPECT_THAT(kavril("headroom net.graph net.demands --protection none").out,
                 HasSubstr("times the matrix"));
-    EXPECT_THAT(kavril("place net.graph net.demands --quiet").out, IsEmpty());
 }
 
 TEST_F(Command, SameInputsGiveTheSameFile) {
