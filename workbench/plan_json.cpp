@@ -1,5 +1,6 @@
 #include "plan_json.h"
 
+#include <algorithm>
 #include <array>
 #include <limits>
 
@@ -79,6 +80,38 @@ void from_json(const json& from, LspKind& to) {
                  &to);
 }
 
+void to_json(json& to, const FailureKind& from) {
+    to = toText(from);
+}
+void from_json(const json& from, FailureKind& to) {
+    enumFromJson(from,
+                 {FailureKind::LINK, FailureKind::CABLE, FailureKind::NODE,
+                  FailureKind::GROUP, FailureKind::PAIR, FailureKind::CUSTOM},
+                 &to);
+}
+
+// Members that older plans do not have.
+template <class Value>
+void getIfThere(const json& from, const char* key, Value* value) {
+    if (from.contains(key)) from[key].get_to(*value);
+}
+
+void to_json(json& to, const FailureSet& from) {
+    to = {{"kind", from.kind},
+          {"name", from.name},
+          {"links", from.links},
+          {"nodes", from.nodes}};
+    if (from.probability) to["probability"] = *from.probability;
+}
+void from_json(const json& from, FailureSet& to) {
+    from.at("kind").get_to(to.kind);
+    from.at("name").get_to(to.name);
+    from.at("links").get_to(to.links);
+    from.at("nodes").get_to(to.nodes);
+    if (from.contains("probability")) to.probability = from["probability"].get<double>();
+}
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Drained, nodes, links)
+
 void to_json(json& to, const FailureCell& from) {
     to = json::array({from.trafficClass, from.level, from.failedLink, from.bandwidth});
 }
@@ -112,8 +145,27 @@ void from_json(const json& from, Weights& to) {
         from.at(name.name).get_to(to.*name.weight);
 }
 
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Configuration, classes, parts, weights, protection,
-                                   order, preempt, scale, maxDemands, seed)
+void to_json(json& to, const Configuration& from) {
+    to = {{"classes", from.classes},       {"parts", from.parts},
+          {"weights", from.weights},       {"protection", from.protection},
+          {"survive", from.survive},       {"order", from.order},
+          {"preempt", from.preempt},       {"scale", from.scale},
+          {"maxDemands", from.maxDemands}, {"seed", from.seed}};
+}
+void from_json(const json& from, Configuration& to) {
+    from.at("classes").get_to(to.classes);
+    from.at("parts").get_to(to.parts);
+    from.at("weights").get_to(to.weights);
+    from.at("protection").get_to(to.protection);
+    to.survive.clear();
+    getIfThere(from, "survive", &to.survive);
+    from.at("order").get_to(to.order);
+    from.at("preempt").get_to(to.preempt);
+    from.at("scale").get_to(to.scale);
+    from.at("maxDemands").get_to(to.maxDemands);
+    from.at("seed").get_to(to.seed);
+}
+
 void to_json(json& to, const PlanDemand& from) {
     to = {{"name", from.name},       {"src", from.src},
           {"dst", from.dst},         {"trafficClass", from.trafficClass},
@@ -124,6 +176,8 @@ void to_json(json& to, const PlanDemand& from) {
     if (from.avoid != 0) to["avoid"] = from.avoid;
     if (from.maxDelay > 0.0) to["maxDelay"] = from.maxDelay;
     if (from.maxHops > 0) to["maxHops"] = from.maxHops;
+    if (!from.exposed.empty()) to["exposed"] = from.exposed;
+    if (!from.route.empty()) to["route"] = from.route;
 }
 void from_json(const json& from, PlanDemand& to) {
     from.at("name").get_to(to.name);
@@ -139,6 +193,8 @@ void from_json(const json& from, PlanDemand& to) {
     to.avoid = from.value("avoid", 0);
     to.maxDelay = from.value("maxDelay", 0.0);
     to.maxHops = from.value("maxHops", 0);
+    getIfThere(from, "exposed", &to.exposed);
+    getIfThere(from, "route", &to.route);
 }
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(PlanLsp, id, demand, kind, primary, path, trafficClass,
                                    level, bandwidth, protectedLinks, protectedNodes)
@@ -175,10 +231,13 @@ class PlanReader {
             fail(root_, "a plan of version 1");
         plan.network = networkFromJson(member("network"), file_);
         plan.configuration = read<Configuration>(member("configuration"));
+        if (root_.contains("failureSets")) readList("failureSets", &plan.failureSets);
+        if (root_.contains("drained")) plan.drained = read<Drained>(root_["drained"]);
         readList("demands", &plan.demands);
         readList("lsps", &plan.lsps);
         readList("links", &plan.links);
         checkConfiguration(plan.configuration);
+        checkFailureSets(plan);
         checkDemands(plan);
         checkLsps(plan);
         checkTables(plan);
@@ -234,12 +293,25 @@ class PlanReader {
                 fail(at, "classes and levels that are there in \"parts\"");
     }
 
+    void checkFailureSets(const Plan& plan) const {
+        const std::size_t nodes = plan.network.nodes.size();
+        const std::size_t links = plan.network.links.size();
+        for (std::size_t i = 0; i < plan.failureSets.size(); i++)
+            check(areIndexes(plan.failureSets[i].links, links) &&
+                      areIndexes(plan.failureSets[i].nodes, nodes),
+                  "failureSets", i, "links and nodes that are there");
+        if (!areIndexes(plan.drained.links, links) ||
+            !areIndexes(plan.drained.nodes, nodes))
+            fail(root_["drained"], "links and nodes that are there in \"drained\"");
+    }
+
     void checkDemands(const Plan& plan) const {
         const std::size_t nodes = plan.network.nodes.size();
         const std::size_t classes = plan.configuration.classes.size();
         for (std::size_t i = 0; i < plan.demands.size(); i++) {
             const PlanDemand& demand = plan.demands[i];
             check(isIndex(demand.src, nodes) && isIndex(demand.dst, nodes) &&
+                      areIndexes(demand.route, nodes) &&
                       isIndex(demand.trafficClass, classes) &&
                       isIndex(demand.level, kPlanLevels) && isBandwidth(demand.bandwidth),
                   "demands", i, "nodes, a class, a level and a bandwidth that can be");
@@ -254,9 +326,9 @@ class PlanReader {
             bool holds = lsp.id >= 0 && !lsp.path.empty() && isIndex(lsp.demand, plan.demands.size()) &&
                          isIndex(lsp.trafficClass, plan.configuration.classes.size()) &&
                          isIndex(lsp.level, kPlanLevels) && isBandwidth(lsp.bandwidth);
-            for (int node : lsp.path) holds = holds && isIndex(node, nodes);
-            for (int node : lsp.protectedNodes) holds = holds && isIndex(node, nodes);
-            for (int link : lsp.protectedLinks) holds = holds && isIndex(link, links);
+            holds = holds && areIndexes(lsp.path, nodes) &&
+                    areIndexes(lsp.protectedNodes, nodes) &&
+                    areIndexes(lsp.protectedLinks, links);
             check(holds, "lsps", i,
                   "an id, a demand, nodes, links, a class, a level and a bandwidth that "
                   "can be");
@@ -286,6 +358,10 @@ class PlanReader {
     static bool isIndex(int value, std::size_t size) {
         return value >= 0 && static_cast<std::size_t>(value) < size;
     }
+    static bool areIndexes(const std::vector<int>& values, std::size_t size) {
+        return std::ranges::all_of(values,
+                                   [size](int value) { return isIndex(value, size); });
+    }
     static bool isBandwidth(double value) {
         return value >= 0.0 && value <= kMostBandwidth;
     }
@@ -302,6 +378,9 @@ std::string planText(const Plan& plan) {
                        ",\n\"summary\": " + json(plan.summary).dump() +
                        ",\n\"configuration\": " + json(plan.configuration).dump() +
                        ",\n\"network\": " + toJson(plan.network).dump();
+    if (plan.drained != Drained())
+        text += ",\n\"drained\": " + json(plan.drained).dump();
+    if (!plan.failureSets.empty()) appendList("failureSets", plan.failureSets, &text);
     appendList("demands", plan.demands, &text);
     appendList("lsps", plan.lsps, &text);
     appendList("links", plan.links, &text);
