@@ -30,6 +30,8 @@ static void describe(CLI::App& app, Shared& shared) {
     addHeadroom(app, shared);
     addImprove(app, shared);
     addExplain(app, shared);
+    addChange(app, shared);
+    addDiff(app, shared);
     addReport(app, shared);
     addExport(app, shared);
     addGravity(app, shared);
