@@ -32,6 +32,7 @@ static void describe(CLI::App& app, Shared& shared) {
     addExplain(app, shared);
     addChange(app, shared);
     addDiff(app, shared);
+    addUpgrade(app, shared);
     addReport(app, shared);
     addExport(app, shared);
     addGravity(app, shared);

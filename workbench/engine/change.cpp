@@ -30,6 +30,11 @@ void renumber(const std::vector<int>& newId, std::vector<int>* links) {
     std::erase(*links, -1);
 }
 
+bool hasMore(const std::vector<int>& ids, const std::vector<int>& known) {
+    return std::ranges::any_of(
+        ids, [&](int id) { return std::ranges::count(known, id) == 0; });
+}
+
 class Changer {
   public:
     Changer(Plan* plan, const Change& change, const Step& step)
@@ -46,7 +51,7 @@ class Changer {
         makeRoom();
         placeAgain();
         for (const PlanDemand& demand : plan_->demands)
-            if (demand.lsp < 0 && !endsAtDrained(demand))
+            if (!isDraining_ && demand.lsp < 0 && !endsAtDrained(demand))
                 waiting_.push_back(indexOf(demand));
         placeWaiting(false, false);
         protectAll();
@@ -60,6 +65,8 @@ class Changer {
 
     void changeNetwork() {
         Network& network = plan_->network;
+        isDraining_ = hasMore(change_.drained.nodes, plan_->drained.nodes) ||
+                      hasMore(change_.drained.links, plan_->drained.links);
         plan_->drained = change_.drained;
         for (const auto& [link, capacity] : change_.capacities)
             network.links[link].capacity = capacity;
@@ -178,6 +185,13 @@ class Changer {
             for (int id : primariesByImportance(true))
                 if (!engine_->backupsOf(id).empty()) changed |= relieve(id);
         }
+        // What is still too full is so in several failures at once.
+        for (int id : primariesByImportance(true)) {
+            if (engine_->backupsOf(id).empty() || !engine_->survival().overloadBy(id))
+                continue;
+            toProtect_.insert(engine_->lsps().at(id).demand);
+            engine_->unprotect(id);
+        }
     }
 
     // With nothing failed.
@@ -265,7 +279,8 @@ class Changer {
             const int index = engine_->lsps().at(id).demand;
             PlanDemand& demand = plan_->demands[index];
             const bool lacks = engine_->backupsOf(id).empty();
-            if (lacks && (toProtect_.contains(index) || !demand.unprotected.empty()))
+            const bool mayGain = !isDraining_ && !demand.unprotected.empty();
+            if (lacks && (toProtect_.contains(index) || mayGain))
                 protectDemand(engine_, &demand);
             else if (demand.unprotected.empty())
                 demand.exposed = engine_->exposed(id);
@@ -277,6 +292,7 @@ class Changer {
     const Change& change_;
     const Step& step_;
     Engine* engine_ = nullptr;
+    bool isDraining_ = false;  // more than before: nothing new takes up the way back
     std::set<std::pair<int, int>> usable_;  // links, by their ends
     std::vector<PlanLsp> kept_;
     std::map<int, std::vector<int>> pathNow_;  // by demand

@@ -145,6 +145,82 @@ class Planner(unittest.TestCase):
         unprotected = [d for d in grouped.demands if d["unprotected"]]
         self.assertLessEqual(lost[1], len(noted) + len(unprotected))
 
+    def test_a_week_of_changes(self):
+        for network in NETWORKS[:3]:
+            with self.subTest(network=network):
+                before = placed("p.json", *network, "--protection", "local", *CLASSES)
+                node = max(range(len(before.names)), key=lambda n: sum(
+                    n in lsp["path"][1:-1] for lsp in before.primaries))
+                said = kavril("change", name("p.json"), "--drain", before.names[node],
+                              "-o", name("q.json"), "--json")
+                self.promises_hold("q.json")
+                after = Books(name("q.json"))
+                self.assertFalse([l for l in after.plan["lsps"] if node in l["path"]])
+                paths = [{lsp["id"]: lsp["path"] for lsp in b.primaries} for b in (before, after)]
+                for lsp, path in paths[0].items():
+                    if node not in path and lsp in paths[1]:
+                        self.assertEqual(path, paths[1][lsp], "it did not have to move")
+                both = paths[0].keys() & paths[1].keys()
+                self.assertEqual({i for i in both if paths[0][i] != paths[1][i]},
+                                 {one["lspAfter"] for one in said["moved"]})
+                self.assertEqual(paths[0].keys() - both, {one["lspBefore"] for one in said["lost"]})
+                self.assertEqual(said, kavril("diff", name("p.json"), name("q.json"), "--json"))
+                for link in said["links"]:
+                    ends = tuple(before.names.index(end) for end in link["link"].split(" > "))
+                    for when, books in (("before", before), ("after", after)):
+                        cell = (books.number[ends], [c["name"] for c in books.classes].index(
+                            link["trafficClass"]))
+                        self.assertAlmostEqual(books.base[cell], link[when], 5)
+                kavril("change", name("q.json"), "--back-to", name("p.json"), "-o", name("r.json"))
+                self.promises_hold("r.json")
+                back = Books(name("r.json"))
+                self.assertNotIn("drained", back.plan)
+                was, now = ({lsp["demand"]: lsp["path"] for lsp in b.primaries}
+                            for b in (before, back))
+                same = sum(was[demand] == now.get(demand) for demand in was)
+                self.assertGreater(same, 0.8 * len(was))  # a full network may keep some away
+                lsp = before.primaries[0]
+                kavril("change", name("p.json"), "--lock", lsp["id"], "-o", name("s.json"))
+                for _ in range(2):
+                    kavril("improve", name("s.json"), "-o", name("s.json"), "--rounds", 1)
+                kept = Books(name("s.json"))
+                self.assertEqual(lsp["path"], kept.lsps[lsp["id"]]["path"])
+                self.assertEqual([], kept.broken_promises())
+
+    def test_headroom_and_upgrade(self):
+        said = kavril("headroom", *ABILENE, "--protection", "none,global", "--json")
+        for room in said["headroom"]:
+            books = placed("p.json", *ABILENE, "--scale", room["factor"] * 0.999999,
+                           "--protection", room["protection"])
+            self.assertEqual(0, sum(d["lsp"] < 0 for d in books.demands))
+            self.assertGreater(room["failsAt"], room["factor"])
+            if said["optimum"] is None:
+                continue
+            self.assertLessEqual(room["factor"], said["optimum"] * SLACK)
+            for node in range(len(books.names)):  # no more than each node's links can take in
+                room_in = sum(books.capacity(books.number[e], 0) for e in books.links if e[1] == node)
+                wanted = sum(d["bandwidth"] for d in books.demands if d["dst"] == node)
+                scale = room["factor"] * 0.999999
+                self.assertLessEqual(said["optimum"] * wanted / scale, room_in * (1 + 1e-6))
+        books = placed("p.json", *NETWORKS[1], "--protection", "global")
+        said = kavril("upgrade", name("p.json"), "--candidates", 3, "--json")
+        links = [i for i, ends in enumerate(books.links) if set(said["cut"]["nodes"]) >= {ends[0]}
+                 and ends[1] not in said["cut"]["nodes"]]
+        self.assertAlmostEqual(sum(books.capacity(i, 0) for i in links), said["cut"]["capacity"], 5)
+        one = said["additions"][0]
+        bandwidth = books.plan["network"]["links"][0]["capacity"]
+        self.assertGreaterEqual(one["carried"], said["now"]["carried"] - 1e-6)
+        kavril("change", name("p.json"), "-o", name("q.json"), "--capacity",
+               f"{one['cable']}={one['added'] + self.capacity_of(books, one['cable'])}")
+        self.promises_hold("q.json")
+        carried = sum(lsp["bandwidth"] for lsp in Books(name("q.json")).primaries)
+        self.assertAlmostEqual(one["carried"] / bandwidth, carried / bandwidth, 6)
+
+    @staticmethod
+    def capacity_of(books, cable):
+        return next(books.capacity(min(links), 0) for title, links, _ in books.cables()
+                    if title == cable)
+
     def test_requirements_decide_the_exit_status(self):
         placed("p.json", *NETWORKS[0], "--protection", "global", *CLASSES)
         for wanted, status in (("overload=0", 0), ("protected=100.1%", 1), ("carried=1", 0),
