@@ -1,9 +1,11 @@
 // kavril: plans and checks a network's traffic engineering from the command line.
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "cli/error.h"
+#include "cli/file.h"
 #include "cli/help.h"
 #include "cli/progress.h"
 #include "commands/commands.h"
@@ -28,7 +30,12 @@ static void describe(CLI::App& app, Shared& shared) {
     addHeadroom(app, shared);
     addImprove(app, shared);
     addExplain(app, shared);
+    addChange(app, shared);
+    addDiff(app, shared);
+    addUpgrade(app, shared);
     addReport(app, shared);
+    addExport(app, shared);
+    addGravity(app, shared);
     app.footer(
         "Examples:\n"
         "  kavril info germany50.xml\n"
@@ -41,10 +48,22 @@ static void describe(CLI::App& app, Shared& shared) {
         "or input; 130 ended by Ctrl-C. Nothing is left half written.");
 }
 
+// The parser would only say that a command is missing.
+static void checkCommand(const CLI::App& app, int argc, char** argv) {
+    if (argc < 2 || argv[1][0] == '-') return;
+    std::vector<std::string> names;
+    for (const CLI::App* cmd : app.get_subcommands([](const CLI::App*) { return true; }))
+        names.push_back(cmd->get_name());
+    if (std::ranges::count(names, argv[1]) == 0)
+        throw wrongChoice("COMMAND", argv[1], names);
+}
+
 static int run(const Shared& shared) {
     try {
         watchInterrupt();
-        return shared.run();
+        const int status = shared.run();
+        flushOutput();
+        return status;
     } catch (const Interrupted&) {
         fmt::print(stderr, "kavril: interrupted\n");
         return 130;
@@ -59,9 +78,11 @@ int main(int argc, char** argv) {
     Shared shared;
     describe(app, shared);
     try {
+        checkCommand(app, argc, argv);
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : 2;
+        const int status = app.exit(error) == 0 ? 0 : 2;
+        shared.run = [status] { return status; };
     }
     return run(shared);
 }

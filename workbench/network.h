@@ -26,6 +26,7 @@ struct Node {
     int id;
     std::string name;
     std::optional<Position> position;
+    int number = id;  // that the file refers to it by
 };
 
 // One direction. An undirected edge of a file is two links.
@@ -38,6 +39,7 @@ struct Link {
     std::optional<double> metric;  // of the routing protocol
     std::optional<double> delay;   // in the file's unit: good for comparisons only
     std::string name;              // in the file, may be empty and need not be unique
+    std::vector<std::string> groups = {};  // shared risks: links that may fail together
 };
 
 struct Network {
@@ -52,7 +54,12 @@ struct Demand {
     int src;
     int dst;
     double bandwidth;
-    std::string name;  // need not be unique
+    std::string name;            // need not be unique
+    std::string trafficClass{};  // empty: split over the classes as configured
+    std::optional<int> level{};  // preemption level, the class's own if there is none
+    int avoid = 0;               // colours of links to avoid, a bit mask
+    double maxDelay = 0.0;       // of its path, 0 for any
+    int maxHops = 0;
 };
 
 struct Demands {
@@ -94,8 +101,9 @@ const char* describe(FindingKind kind);
 // "merged-link": the name in JSON.
 const char* keyOf(FindingKind kind);
 
-// Node with this name, or else with this number; -1 if there is none.
-int findNode(const Network& network, const std::string& nameOrId);
+// Bandwidths, metrics and delays beyond are taken for mistakes; sums of all that is below
+// stay finite.
+inline constexpr double kMostBandwidth = 1e15;
 
 // Link from src to dst, -1 if there is none. One look through all links.
 int findLink(const Network& network, int src, int dst);

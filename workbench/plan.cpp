@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <numeric>
+#include <tuple>
 
 namespace workbench {
 
@@ -78,6 +80,50 @@ Summary summarise(const Plan& plan) {
     return summary;
 }
 
+std::vector<ClassSummary> classSummaries(const Plan& plan) {
+    std::map<std::pair<int, int>, ClassSummary> all;
+    const bool wanted = plan.configuration.protection != Protection::NONE;
+    for (const PlanDemand& demand : plan.demands) {
+        ClassSummary& sums = all[{demand.trafficClass, demand.level}];
+        sums.requested++;
+        sums.offered += demand.bandwidth;
+        if (demand.lsp < 0) continue;
+        sums.placed++;
+        sums.carried += demand.bandwidth;
+        if (!wanted || !demand.unprotected.empty()) continue;
+        sums.isProtected++;
+        sums.carriedProtected += demand.bandwidth;
+    }
+    // Backups are booked at a level of their own. Where those of several levels share it,
+    // its cost is theirs in proportion to what they would take alone.
+    std::map<std::pair<int, int>, std::map<int, double>> alone;
+    for (const PlanLsp& lsp : plan.lsps) {
+        if (lsp.kind == LspKind::PRIMARY) continue;
+        const double taken = lsp.bandwidth * static_cast<double>(lsp.path.size() - 1);
+        const int level = plan.demands[lsp.demand].level;
+        all[{lsp.trafficClass, level}].dedicated += taken;
+        alone[{lsp.trafficClass, lsp.level}][level] += taken;
+    }
+    for (const auto& [cell, byLevel] : alone) {
+        double reserved = 0.0;
+        for (const LinkTables& link : plan.links)
+            reserved += link.reserved[cell.first][cell.second] -
+                        link.primary[cell.first][cell.second];
+        double taken = 0.0;
+        for (const auto& [level, part] : byLevel) taken += part;
+        for (const auto& [level, part] : byLevel)
+            if (taken > 0.0) all[{cell.first, level}].backup += reserved * part / taken;
+    }
+    std::vector<ClassSummary> list;
+    for (auto& [key, sums] : all) {
+        std::tie(sums.trafficClass, sums.level) = key;
+        for (const LinkTables& link : plan.links)
+            sums.primary += link.primary[key.first][key.second];
+        list.push_back(sums);
+    }
+    return list;
+}
+
 const char* toText(Protection protection) {
     switch (protection) {
         case Protection::LOCAL:
@@ -114,6 +160,40 @@ const char* toText(Outcome outcome) {
             break;
     }
     return "refused";
+}
+
+const char* toText(FailureKind kind) {
+    switch (kind) {
+        case FailureKind::LINK:
+            return "link";
+        case FailureKind::CABLE:
+            return "cable";
+        case FailureKind::NODE:
+            return "node";
+        case FailureKind::GROUP:
+            return "group";
+        case FailureKind::PAIR:
+            return "pair";
+        case FailureKind::CUSTOM:
+            break;
+    }
+    return "custom";
+}
+
+bool isDrained(const Plan& plan, int link) {
+    const auto has = [](const std::vector<int>& ids, int id) {
+        return std::ranges::find(ids, id) != ids.end();
+    };
+    const Link& one = plan.network.links[static_cast<std::size_t>(link)];
+    return has(plan.drained.links, link) || has(plan.drained.nodes, one.src) ||
+           has(plan.drained.nodes, one.dst);
+}
+
+double capacityOf(const Plan& plan, int link, int trafficClass) {
+    if (isDrained(plan, link)) return 0.0;
+    return plan.network.links[static_cast<std::size_t>(link)].capacity *
+           plan.configuration.classes[static_cast<std::size_t>(trafficClass)]
+               .capacityShare;
 }
 
 const char* toText(LspKind kind) {

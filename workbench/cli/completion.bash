@@ -21,7 +21,9 @@ _kavril() {
         --module) set -- largest smallest ;;
         --order) set -- given largest shuffled ;;
         --protection) set -- none local global ;;
-        --to) set -- json repetita sndlib-native sndlib-xml graphml ;;
+        --table) set -- links lsps demands failures classes ;;
+        --by) set -- capacity degree equal ;;
+        --to) set -- json repetita sndlib-native sndlib-xml graphml csv tsv dot ;;
         *) set -- ;;
     esac
     if (($#)); then

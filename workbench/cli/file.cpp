@@ -38,6 +38,11 @@ class TemporaryFile {
         const int descriptor = mkstemp(name_.data());
         if (descriptor < 0) throw failure("write", target);
         file_ = fdopen(descriptor, "w");
+        struct stat before;
+        if (stat(target.c_str(), &before) == 0) {
+            fchmod(descriptor, before.st_mode & 07777);
+            return;
+        }
         // As any new file; mkstemp gives it to its owner alone.
         const mode_t mask = umask(0);
         umask(mask);
@@ -71,11 +76,15 @@ bool isSpecial(const std::string& path) {
            !S_ISDIR(info.st_mode);
 }
 
-// Where a symbolic link leads, so that the link itself stays.
+// Where a symbolic link leads, so that the link itself stays, even to a file that is
+// still to come.
 std::string targetOf(const std::string& path) {
+    std::filesystem::path target = path;
     std::error_code error;
-    const auto target = std::filesystem::canonical(path, error);
-    return error ? path : target.string();
+    constexpr int kMostLinks = 40;
+    for (int i = 0; i < kMostLinks && std::filesystem::is_symlink(target, error); i++)
+        target = target.parent_path() / std::filesystem::read_symlink(target, error);
+    return target.string();
 }
 
 }  // namespace
@@ -91,6 +100,28 @@ std::string readFile(const std::string& path) {
         content.append(part, size);
     if (std::ferror(file.get()) != 0) throw failure("read", path);
     return content;
+}
+
+void checkOutput(const std::string& path) {
+    if (path == "-" || path.empty()) return;
+    const std::string target = targetOf(path);
+    std::error_code error;
+    if (std::filesystem::is_directory(target, error)) {
+        errno = EISDIR;
+        throw failure("write", path);
+    }
+    const bool there = std::filesystem::exists(target, error);
+    const auto folder = std::filesystem::path(target).parent_path();
+    const bool writable =
+        (!there || access(target.c_str(), W_OK) == 0) &&
+        (isSpecial(target) ||
+         access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) == 0);
+    if (!writable) throw failure("write", path);
+}
+
+void flushOutput() {
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+        throw failure("write", "to standard output");
 }
 
 void writeFile(const std::string& path, const std::string& content) {

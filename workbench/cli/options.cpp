@@ -1,10 +1,12 @@
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cmath>
-#include <map>
+#include <limits>
 
 #include "cli/error.h"
+#include "cli/file.h"
 #include "cli/shared.h"
 #include "formats/units.h"
 
@@ -32,14 +34,6 @@ std::vector<std::string> fieldsOf(const std::string& text, char separator) {
         else
             fields.back() += letter;
     return fields;
-}
-
-double numberFrom(const std::string& text, const std::string& option) {
-    double value = 0;
-    if (!CLI::detail::lexical_cast(text, value) || !std::isfinite(value) || value < 0)
-        throw CLI::ValidationError(
-            option, fmt::format("'{}' is not a number of at least 0", text));
-    return value;
 }
 
 void setWeight(const std::string& text, Weights* weights) {
@@ -123,45 +117,105 @@ void setCapacityShares(const std::vector<std::string>& texts,
             fmt::format("the shares of the capacity add up to {:g}, more than 1", sum));
 }
 
-// Bandwidth with an optional unit, "2.5G".
-void setBandwidth(const std::string& text, const char* option, double* bandwidth) {
-    const auto value = parseBandwidth(text, kMbit);
-    if (!value || *value <= 0)
-        throw CLI::ValidationError(
-            option,
-            fmt::format("'{}' is not a bandwidth such as 400, 2.5G or 100M", text));
-    *bandwidth = *value;
+// "Aix - Bonn=2.5G"; names may hold a '=' themselves.
+std::pair<std::string, double> linkAndBandwidth(const std::string& text) {
+    const auto at = text.rfind('=');
+    if (at == std::string::npos || at == 0)
+        throw CLI::ValidationError("--set-capacity",
+                                   fmt::format("'{}' is not LINK=BANDWIDTH", text));
+    return {text.substr(0, at), bandwidthFrom(text.substr(at + 1), "--set-capacity")};
 }
 
 }  // namespace
+
+double numberFrom(const std::string& text, const std::string& option, bool positive) {
+    const auto value = parseNumber(text);
+    if (value && *value > kMostBandwidth)
+        throw CLI::ValidationError(option, fmt::format("'{}' is too large", text));
+    const bool fits = value && (positive ? *value > 0 : *value >= 0);
+    if (!fits)
+        throw CLI::ValidationError(option,
+                                   fmt::format("'{}' is not a number {}", text,
+                                               positive ? "above 0" : "of at least 0"));
+    return *value;
+}
+
+double bandwidthFrom(const std::string& text, const std::string& option) {
+    const auto value = parseBandwidth(text, kMbit);
+    if (!value || *value <= 0 || *value > kMostBandwidth)
+        throw CLI::ValidationError(
+            option,
+            fmt::format("'{}' is not a bandwidth such as 400, 2.5G or 100M", text));
+    return *value;
+}
+
+CLI::ValidationError wrongChoice(const std::string& option, const std::string& given,
+                                 const std::vector<std::string>& words) {
+    return CLI::ValidationError(
+        option, fmt::format("'{}' is none of {}{}", given, fmt::join(words, ", "),
+                            NameIndex(words).suggestion(given)));
+}
+
+CLI::Option* addOutputFile(CLI::App& cmd, std::string* file, const std::string& text) {
+    return cmd
+        .add_option_function<std::string>(
+            "-o,--output",
+            [file](const std::string& path) {
+                try {
+                    checkOutput(path);
+                } catch (const UserError& error) {
+                    throw CLI::ValidationError("-o", error.what());
+                }
+                *file = path;
+            },
+            text)
+        ->type_name("FILE");
+}
 
 void addReadingOptions(CLI::App& cmd, Shared& shared) {
     const std::string group = "Reading";
     cmd.add_option_function<std::string>(
            "--default-capacity",
            [&shared](const std::string& text) {
-               setBandwidth(text, "--default-capacity", &shared.reading.defaultCapacity);
+               shared.reading.defaultCapacity = bandwidthFrom(text, "--default-capacity");
            },
            "Capacity of links that state none, in Mbit/s (or the file's own unit) unless "
            "it ends in k, M, G or T [10G]")
         ->type_name("BANDWIDTH")
         ->group(group);
-    static const std::map<std::string, Direction> kDirections = {
-        {"auto", Direction::Auto},
-        {"directed", Direction::Directed},
-        {"undirected", Direction::Undirected}};
-    cmd.add_option("--direction", shared.reading.direction,
-                   "Of links in SNDlib files, which leave it open: directed, undirected, "
-                   "or auto (directed if every link's reverse is listed) [auto]")
-        ->transform(CLI::CheckedTransformer(kDirections).description(""))
+    cmd.add_option_function<std::vector<std::string>>(
+           "--set-capacity",
+           [&shared](const auto& texts) {
+               for (const std::string& text : texts)
+                   shared.reading.setCapacity.push_back(linkAndBandwidth(text));
+           },
+           "Capacity of one link whatever the file says, 'A > B=10G' of one direction, "
+           "'A - B=10G' of both")
+        ->allow_extra_args(false)
+        ->type_name("LINK=BANDWIDTH")
+        ->group(group);
+    cmd.add_option_function<std::string>(
+           "--scale-capacity",
+           [&shared](const std::string& text) {
+               shared.reading.scaleCapacity = numberFrom(text, "--scale-capacity", true);
+           },
+           "Factor on every capacity of the file [1]")
+        ->type_name("FACTOR")
+        ->group(group);
+    addChoice<Direction>(
+        cmd, "--direction", &shared.reading.direction,
+        {{"auto", Direction::Auto},
+         {"directed", Direction::Directed},
+         {"undirected", Direction::Undirected}},
+        "Of links in SNDlib files, which leave it open: directed, undirected, "
+        "or auto (directed if every link's reverse is listed) [auto]")
         ->type_name("WAY")
         ->group(group);
-    static const std::map<std::string, ModuleChoice> kChoices = {
-        {"largest", ModuleChoice::Largest}, {"smallest", ModuleChoice::Smallest}};
-    cmd.add_option("--module", shared.reading.module,
-                   "Capacity module of SNDlib links with nothing installed: largest or "
-                   "smallest [largest]")
-        ->transform(CLI::CheckedTransformer(kChoices).description(""))
+    addChoice<ModuleChoice>(
+        cmd, "--module", &shared.reading.module,
+        {{"largest", ModuleChoice::Largest}, {"smallest", ModuleChoice::Smallest}},
+        "Capacity module of SNDlib links with nothing installed: largest or "
+        "smallest [largest]")
         ->type_name("WHICH")
         ->group(group);
 }
@@ -204,40 +258,47 @@ void addPlacementOptions(CLI::App& cmd, Shared& shared) {
         ->allow_extra_args(false)
         ->type_name("NAME:SHARE")
         ->group(group);
-    static const std::map<std::string, Order> kOrders = {{"given", Order::GIVEN},
-                                                         {"largest", Order::LARGEST},
-                                                         {"shuffled", Order::SHUFFLED}};
-    cmd.add_option("--order", configuration->order,
-                   "Of the requests: given, largest (first) or shuffled [given]")
-        ->transform(CLI::CheckedTransformer(kOrders).description(""))
+    addChoice<Order>(cmd, "--order", &configuration->order,
+                     {{"given", Order::GIVEN},
+                      {"largest", Order::LARGEST},
+                      {"shuffled", Order::SHUFFLED}},
+                     "Of the requests: given, largest (first) or shuffled [given]")
         ->type_name("ORDER")
         ->group(group);
     cmd.add_flag_callback(
            "--no-preemption", [configuration] { configuration->preempt = false; },
            "Refuse a request rather than make less important LSPs give way")
         ->group(group);
-    cmd.add_option("--scale", configuration->scale, "Factor on every demand [1]")
-        ->check(CLI::PositiveNumber.description(""))
+    cmd.add_option_function<std::string>(
+           "--scale",
+           [configuration](const std::string& text) {
+               configuration->scale = numberFrom(text, "--scale", true);
+           },
+           "Factor on every demand [1]")
         ->type_name("FACTOR")
         ->group(group);
     cmd.add_option("--max-demands", configuration->maxDemands,
                    "Take only so many demands from the front of the matrix, 0 for all")
-        ->check(CLI::NonNegativeNumber.description(""))
+        ->check(CLI::Range(0, std::numeric_limits<int>::max()).description(""))
         ->type_name("COUNT")
         ->group(group);
     cmd.add_option("--seed", configuration->seed, "Of the shuffle [1]")
+        ->check([](const std::string& text) {
+            return text.find_first_not_of("0123456789") == text.npos
+                       ? ""
+                       : "'" + text + "' is not a whole number of at least 0";
+        })
         ->type_name("NUMBER")
         ->group(group);
 }
 
 void addProtectionOption(CLI::App& cmd, Shared& shared) {
-    static const std::map<std::string, Protection> kKinds = {
-        {"none", Protection::NONE},
-        {"local", Protection::LOCAL},
-        {"global", Protection::GLOBAL}};
-    cmd.add_option("--protection", shared.configuration.protection,
-                   "Backups: none, local (one per link) or global (end to end) [none]")
-        ->transform(CLI::CheckedTransformer(kKinds).description(""))
+    addChoice<Protection>(
+        cmd, "--protection", &shared.configuration.protection,
+        {{"none", Protection::NONE},
+         {"local", Protection::LOCAL},
+         {"global", Protection::GLOBAL}},
+        "Backups: none, local (one per link) or global (end to end) [none]")
         ->type_name("KIND")
         ->group("Placement");
 }
@@ -245,7 +306,8 @@ void addProtectionOption(CLI::App& cmd, Shared& shared) {
 void addOutputOptions(CLI::App& cmd, Shared& shared) {
     const std::string group = "Output";
     cmd.add_flag("--json", shared.json, "Print the result as JSON")->group(group);
-    cmd.add_flag("--quiet", shared.quiet, "No notes and no progress")->group(group);
+    cmd.add_flag("--quiet", shared.quiet, "The result alone, no notes and no progress")
+        ->group(group);
     cmd.add_flag("--findings", shared.listFindings,
                  "List in full what was assumed, merged or dropped in reading")
         ->group(group);

@@ -24,6 +24,7 @@
 #include <string>
 
 #include "formats/read.h"
+#include "names.h"
 #include "plan.h"
 
 namespace workbench {
@@ -37,7 +38,11 @@ struct Shared {
     std::function<int()> run;  // of the command on the command line
 };
 
-// NETWORK and DEMANDS: default capacity, direction, modules.
+// -o: a file to write, "-" for standard output. That it cannot be written is said before
+// the work.
+CLI::Option* addOutputFile(CLI::App& cmd, std::string* file, const std::string& text);
+
+// NETWORK and DEMANDS: default capacity, direction, modules, changes of capacities.
 void addReadingOptions(CLI::App& cmd, Shared& shared);
 // All of the configuration but the protection: weights, classes, capacity shares, order,
 // preemption, scale, number of demands and seed.
@@ -47,12 +52,37 @@ void addProtectionOption(CLI::App& cmd, Shared& shared);
 // --json, --quiet, --findings.
 void addOutputOptions(CLI::App& cmd, Shared& shared);
 
+CLI::ValidationError wrongChoice(const std::string& option, const std::string& given,
+                                 const std::vector<std::string>& words);
+
+// An option with one of several words, whatever the case.
+template <class Value>
+CLI::Option* addChoice(CLI::App& cmd, const std::string& option, Value* value,
+                       const std::vector<std::pair<std::string, Value>>& choices,
+                       const std::string& text) {
+    std::vector<std::string> words;
+    for (const auto& [word, meaning] : choices) words.push_back(word);
+    return cmd.add_option_function<std::string>(
+        option,
+        [=, names = NameIndex(words)](const std::string& given) {
+            const int found = names.find(given);
+            if (found < 0) throw wrongChoice(option, given, words);
+            *value = choices[found].second;
+        },
+        text);
+}
 // Registers what the command does once the whole command line has been read.
 void onRun(CLI::App& cmd, Shared& shared, std::function<int()> run);
 
 // To standard error, unless --quiet or --json: a line per kind of finding with its count,
 // with --findings every one of them too.
 void printFindings(const Findings& findings, const Shared& shared);
+
+// A number of at least 0, or above it, in an option's value; a CLI error otherwise.
+double numberFrom(const std::string& text, const std::string& option,
+                  bool positive = false);
+// A bandwidth with or without a unit, "2.5G".
+double bandwidthFrom(const std::string& text, const std::string& option);
 
 // {"counts": {"merged-link": 2, ..}, "list": [{"kind", "text"}, ..]}, the list only with
 // --findings. For the member "findings" of a command's output.

@@ -12,6 +12,11 @@ void addAudit(CLI::App& app, Shared& shared);
 void addHeadroom(CLI::App& app, Shared& shared);
 void addImprove(CLI::App& app, Shared& shared);
 void addExplain(CLI::App& app, Shared& shared);
+void addChange(CLI::App& app, Shared& shared);
+void addDiff(CLI::App& app, Shared& shared);
+void addUpgrade(CLI::App& app, Shared& shared);
 void addReport(CLI::App& app, Shared& shared);
+void addExport(CLI::App& app, Shared& shared);
+void addGravity(CLI::App& app, Shared& shared);
 
 }  // namespace workbench

@@ -1,8 +1,6 @@
 // kavril convert: a network or its demands in another format.
 #include <fmt/format.h>
 
-#include <map>
-
 #include "cli/error.h"
 #include "cli/file.h"
 #include "commands/commands.h"
@@ -83,7 +81,7 @@ int convert(const ConvertOptions& options, const Shared& shared) {
                                           {"count", converted.count},
                                           {"findings", findingsJson(findings, shared)}}
                                .dump(2));
-    else if (!shared.quiet)
+    else
         fmt::print("{}: {} {}\n", options.output, converted.count, converted.what);
     return 0;
 }
@@ -97,21 +95,19 @@ void addConvert(CLI::App& app, Shared& shared) {
     cmd->add_option("FILE", options->input, "Network or demands")
         ->type_name("FILE")
         ->required();
-    cmd->add_option("-o,--output", options->output,
-                    "File to write, - for standard output")
-        ->type_name("FILE")
+    addOutputFile(*cmd, &options->output, "File to write, - for standard output")
         ->required();
-    static const std::map<std::string, Format> kFormats = {
-        {"json", Format::Json},
-        {"repetita", Format::Repetita},
-        {"sndlib-native", Format::SndlibNative},
-        {"sndlib-xml", Format::SndlibXml},
-        {"graphml", Format::Graphml}};
-    cmd->add_option(
-           "--to", options->format,
-           "json, repetita, sndlib-native, sndlib-xml or graphml [by the name of "
-           "the output: .json, .graph, .demands, .txt, .xml, .graphml]")
-        ->transform(CLI::CheckedTransformer(kFormats).description(""))
+    addChoice<std::optional<Format>>(
+        *cmd, "--to", &options->format,
+        {{"json", Format::Json},
+         {"repetita", Format::Repetita},
+         {"sndlib-native", Format::SndlibNative},
+         {"sndlib-xml", Format::SndlibXml},
+         {"graphml", Format::Graphml},
+         {"csv", Format::Csv},
+         {"tsv", Format::Tsv}},
+        "json, repetita, sndlib-native, sndlib-xml, graphml, csv or tsv [by the name "
+        "of the output: .json, .graph, .demands, .txt, .xml, .graphml, .csv, .tsv]")
         ->type_name("FORMAT");
     cmd->add_flag("--demands", options->demands,
                   "Convert the demands of a file that has a network too");

@@ -1,8 +1,10 @@
 #include <fmt/format.h>
 
+#include "bound/flow_bound.h"
 #include "cli/progress.h"
 #include "commands/commands.h"
 #include "engine/headroom.h"
+#include "graph/graph.h"
 #include "plan_json.h"
 
 namespace workbench {
@@ -27,6 +29,8 @@ json toJson(const Headroom& room, const std::vector<PlanDemand>& requests) {
     json out = {{"protection", toText(room.protection)},
                 {"factor", room.factor},
                 {"failsAt", room.failsAt},
+                {"largest", room.largest},
+                {"checked", room.checked},
                 {"reason", room.reason},
                 {"neverPlaced", room.neverPlaced},
                 {"neverProtected", room.neverProtected},
@@ -37,7 +41,14 @@ json toJson(const Headroom& room, const std::vector<PlanDemand>& requests) {
 
 void print(const Headroom& room, const std::vector<PlanDemand>& requests,
            const Network& network) {
-    fmt::print("  {:<7} {:.4g} times the matrix\n", toText(room.protection), room.factor);
+    fmt::print(
+        "  {:<7} {:.4g} times the matrix; at {} smaller factors nothing was refused "
+        "either\n",
+        toText(room.protection), room.factor,
+        room.factor < room.largest ? room.checked - 1 : room.checked);
+    if (room.factor < room.largest)
+        fmt::print("          {:.4g} happens to fit as well, but not all below it\n",
+                   room.largest);
     if (room.request >= 0)
         fmt::print("          at {:.4g}: {} (class {}, level {}) refused, {}\n",
                    room.failsAt, nameOf(requests[room.request], network),
@@ -50,17 +61,38 @@ void print(const Headroom& room, const std::vector<PlanDemand>& requests,
             room.neverPlaced, room.neverProtected);
 }
 
+void print(const FlowBound& bound) {
+    if (bound.known)
+        fmt::print(
+            "  optimum {:.4g} times the matrix: no placement at all can carry more\n",
+            bound.factor);
+    else
+        fmt::print("  optimum not known: {}\n", bound.whyNot);
+}
+
+// Requests whose ends some links join.
+std::vector<char> withinReach(const Network& network,
+                              const std::vector<PlanDemand>& requests) {
+    const Components parts = components(network);
+    std::vector<char> reach;
+    for (const PlanDemand& one : requests)
+        reach.push_back(parts.of[one.src] == parts.of[one.dst]);
+    return reach;
+}
+
 int headroom(const Options& options, const Shared& shared) {
     Findings findings;
     const Network network = readNetwork(options.network, shared.reading, findings);
     const Demands demands = readDemands(
         options.demands.empty() ? options.network : options.demands, network, findings);
     printFindings(findings, shared);
-    const std::vector<PlanDemand> requests =
-        requestsOf(demands.demands, shared.configuration);
+    const Configuration wanted = withClassesOf(demands.demands, shared.configuration);
+    const std::vector<PlanDemand> requests = requestsOf(demands.demands, wanted);
+    const Plan empty = newPlan(network, {}, shared.configuration);
+    const FlowBound bound = flowBound(empty, requests, withinReach(network, requests));
     json all = json::array();
     for (Protection kind : options.kinds) {
-        Configuration configuration = shared.configuration;
+        Configuration configuration = wanted;
         configuration.protection = kind;
         Headroom room;
         {
@@ -75,9 +107,11 @@ int headroom(const Options& options, const Shared& shared) {
         else
             print(room, requests, network);
     }
+    if (!shared.json) print(bound);
     if (shared.json)
         fmt::print("{}\n", json({{"headroom", std::move(all)},
                                  {"precision", options.precision},
+                                 {"optimum", bound.known ? json(bound.factor) : json()},
                                  {"findings", findingsJson(findings, shared)}})
                                .dump(2));
     return 0;
@@ -87,7 +121,7 @@ int headroom(const Options& options, const Shared& shared) {
 
 void addHeadroom(CLI::App& app, Shared& shared) {
     CLI::App* cmd = app.add_subcommand(
-        "headroom", "How far a traffic matrix can grow with nothing refused");
+        "headroom", "How far a traffic matrix can grow before something is refused");
     auto options = std::make_shared<Options>();
     cmd->add_option("NETWORK", options->network, "Network file")->required();
     cmd->add_option("DEMANDS", options->demands,
@@ -110,7 +144,15 @@ void addHeadroom(CLI::App& app, Shared& shared) {
     cmd->footer(
         "The whole matrix is placed again and again, with all its demands larger or "
         "smaller,\n"
-        "until the factor is known. Requests without any path, and LSPs that nothing "
+        "until the factor is known. Requests are placed one by one, so a smaller matrix "
+        "may "
+        "be\n"
+        "refused where a larger one fits: smaller factors are tried as well, and the one "
+        "given\n"
+        "is the last below which none that was tried is refused. The optimum is that of "
+        "a\n"
+        "linear program that may split traffic. Requests without any path, and LSPs that "
+        "nothing "
         "could\n"
         "protect in an empty network, are left out of the judgement.\n"
         "\n"

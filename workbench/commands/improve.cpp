@@ -4,6 +4,7 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <limits>
 
 #include "cli/file.h"
 #include "cli/progress.h"
@@ -23,13 +24,8 @@ struct Options {
 };
 
 json toJson(const Move& move) {
-    return {{"round", move.round},
-            {"demand", move.demand},
-            {"lspBefore", move.lspBefore},
-            {"lspAfter", move.lspAfter},
-            {"before", move.before},
-            {"after", move.after},
-            {"gain", move.gain}};
+    return {{"round", move.round},   {"demand", move.demand}, {"lsp", move.lsp},
+            {"before", move.before}, {"after", move.after},   {"gain", move.gain}};
 }
 
 json toJson(const Improvement& result) {
@@ -53,10 +49,9 @@ void printMoves(const Improvement& result, const Plan& plan) {
     constexpr std::size_t kMost = 20;
     for (std::size_t i = 0; i < std::min(kMost, result.moves.size()); i++) {
         const Move& move = result.moves[i];
-        fmt::print(
-            "  LSP {} is now LSP {}, score less {:.5g}\n    from {}\n    to   {}\n",
-            move.lspBefore, move.lspAfter, move.gain, text(move.before, plan.network),
-            text(move.after, plan.network));
+        fmt::print("  LSP {}, score less {:.5g}\n    from {}\n    to   {}\n", move.lsp,
+                   move.gain, text(move.before, plan.network),
+                   text(move.after, plan.network));
     }
     if (result.moves.size() > kMost)
         fmt::print("  and {} more\n", result.moves.size() - kMost);
@@ -76,8 +71,8 @@ void printResult(const Improvement& result, const Summary& before, const Plan& a
                100.0 * before.primary.maximum, 100.0 * after.summary.primary.mean,
                100.0 * before.primary.mean);
     if (result.keptForProtection > 0)
-        fmt::print("  {:<14} {} times: new backups found no room beside the old ones\n",
-                   "not moved", result.keptForProtection);
+        fmt::print("  {:<14} {} times: protection would have been lost\n", "not moved",
+                   result.keptForProtection);
 }
 
 int improvePlan(const Options& options, const Shared& shared) {
@@ -94,7 +89,7 @@ int improvePlan(const Options& options, const Shared& shared) {
     if (options.output == "-") return 0;
     if (shared.json)
         fmt::print("{}\n", toJson(result).dump(1));
-    else if (!shared.quiet)
+    else
         printResult(result, before, plan);
     return 0;
 }
@@ -106,19 +101,21 @@ void addImprove(CLI::App& app, Shared& shared) {
         app.add_subcommand("improve", "Move the LSPs of a plan to better paths");
     auto options = std::make_shared<Options>();
     cmd->add_option("PLAN", options->plan, "Plan written by place")->required();
-    cmd->add_option("-o,--output", options->output, "Write the better plan");
+    addOutputFile(*cmd, &options->output, "Write the better plan");
     cmd->add_option("--rounds", options->rounds,
                     "Rounds over all LSPs at most, 0 until one changes nothing [0]")
-        ->check(CLI::NonNegativeNumber);
+        ->check(CLI::Range(0, std::numeric_limits<int>::max()));
     addOutputOptions(*cmd, shared);
     cmd->footer(
-        "LSPs are requested again one by one, with the weights of the plan. A new LSP "
-        "is\n"
-        "made, with its backups, before the old one goes, and on links of both the "
-        "bandwidth\n"
-        "counts once. It stays if the total score falls: the sum over all links of what "
+        "LSPs are requested again one by one, with the weights of the plan. One that "
+        "finds "
+        "a\n"
+        "better path moves there, with its id and new backups, if the total score falls: "
         "the\n"
-        "criteria of the path score measure.\n"
+        "sum over all links of what the criteria of the path score measure. Protection "
+        "is "
+        "never\n"
+        "given up for it, and LSPs with a route of their own stay.\n"
         "\n"
         "Examples:\n"
         "  kavril improve plan.json -o better.json\n"

@@ -4,10 +4,13 @@
 #include <cmath>
 #include <map>
 
+#include "audit/failure_sets.h"
 #include "cli/file.h"
 #include "cli/progress.h"
 #include "commands/commands.h"
+#include "commands/options.h"
 #include "engine/place.h"
+#include "graph/shortest.h"
 #include "plan_json.h"
 
 namespace workbench {
@@ -20,6 +23,7 @@ struct Files {
     std::string network;
     std::string demands;
     std::string plan;
+    std::string sets;
 };
 
 // Nearest rank, in milliseconds.
@@ -46,9 +50,70 @@ json timesJson(const std::vector<double>& seconds) {
             {"percentile99Ms", percentile(seconds, 0.99)}};
 }
 
+json classesJson(const Plan& plan) {
+    json all = json::array();
+    for (const ClassSummary& sums : classSummaries(plan))
+        all.push_back({{"class", plan.configuration.classes[sums.trafficClass].name},
+                       {"level", sums.level},
+                       {"requested", sums.requested},
+                       {"placed", sums.placed},
+                       {"protected", sums.isProtected},
+                       {"offered", sums.offered},
+                       {"carried", sums.carried},
+                       {"carriedProtected", sums.carriedProtected},
+                       {"primary", sums.primary},
+                       {"backup", sums.backup},
+                       {"backupDedicated", sums.dedicated}});
+    return all;
+}
+
+// Of the primaries: how much longer their paths are than the shortest.
+struct StretchSummary {
+    double mean = 1.0;
+    double maximum = 1.0;
+    int lsp = -1;  // with the maximum
+};
+
+StretchSummary stretchOf(const Plan& plan) {
+    const std::vector<double> all = stretches(plan);
+    StretchSummary result;
+    double sum = 0.0;
+    int primaries = 0;
+    for (std::size_t i = 0; i < all.size(); i++) {
+        if (plan.lsps[i].kind != LspKind::PRIMARY) continue;
+        sum += all[i];
+        primaries++;
+        if (result.lsp >= 0 && all[i] <= result.maximum) continue;
+        result.maximum = all[i];
+        result.lsp = plan.lsps[i].id;
+    }
+    if (primaries > 0) result.mean = sum / primaries;
+    return result;
+}
+
+json baselineJson(const Plan& plan) {
+    const Baseline baseline = baselineOf(plan);
+    return {{"carried", baseline.carried},
+            {"maximum", baseline.shares.maximum},
+            {"mean", baseline.shares.mean},
+            {"overloadedLinks", baseline.overloaded},
+            {"fullest", baseline.fullest < 0 ? json() : json(baseline.fullest)}};
+}
+
+json stretchJson(const Plan& plan) {
+    const StretchSummary stretch = stretchOf(plan);
+    return {{"mean", stretch.mean},
+            {"maximum", stretch.maximum},
+            {"lsp", stretch.lsp < 0 ? json() : json(stretch.lsp)}};
+}
+
 void printJson(const Plan& plan, const PlaceTimes& times, const Findings& findings,
                const Shared& shared) {
-    json out = {{"summary", toJson(plan.summary)},
+    json out = {{"unit", plan.network.unit},
+                {"summary", toJson(plan.summary)},
+                {"classes", classesJson(plan)},
+                {"shortestPaths", baselineJson(plan)},
+                {"stretch", stretchJson(plan)},
                 {"configuration", toJson(plan.configuration)},
                 {"refusedBecause", reasonsOf(plan, &PlanDemand::reason)},
                 {"unprotectedBecause", reasonsOf(plan, &PlanDemand::unprotected)},
@@ -71,6 +136,12 @@ void printReasons(const char* what, const Counts& counts) {
         fmt::print("           and {} more reasons\n", sorted.size() - kMost);
 }
 
+std::string kindsText(const std::vector<FailureKind>& kinds) {
+    std::string text;
+    for (const FailureKind kind : kinds) text += std::string(", ") + toText(kind);
+    return text;
+}
+
 void printTimes(const char* what, const std::vector<double>& seconds) {
     if (!seconds.empty())
         fmt::print("  {:<14} {} in all; median {:.3g} ms, 99th percentile {:.3g} ms\n",
@@ -82,6 +153,44 @@ void printShares(const char* what, const Shares& shares) {
     fmt::print("  {:<14} mean {:.1f} %, 95th percentile {:.1f} %, maximum {:.1f} %\n",
                what, 100.0 * shares.mean, 100.0 * shares.percentile95,
                100.0 * shares.maximum);
+}
+
+std::string percentText(double part, double whole) {
+    return whole > 0.0 ? fmt::format("{:.1f} %", 100.0 * part / whole) : "-";
+}
+
+// What backups cost is the bandwidth kept for them against that of the primaries.
+void printClasses(const Plan& plan) {
+    const std::vector<ClassSummary> all = classSummaries(plan);
+    if (all.size() < 2) return;
+    const bool isProtected = plan.configuration.protection != Protection::NONE;
+    fmt::print("  {:<14} level  requests  placed     offered     carried{}\n", "class",
+               isProtected ? "  protected  cost" : "");
+    for (const ClassSummary& sums : all) {
+        fmt::print("    {:<12} {:5} {:9} {:7} {:>11} {:>11}",
+                   plan.configuration.classes[sums.trafficClass].name, sums.level,
+                   sums.requested, sums.placed,
+                   formatBandwidth(sums.offered, plan.network.unit),
+                   percentText(sums.carried, sums.offered));
+        if (isProtected)
+            fmt::print("  {:>9}  {}", percentText(sums.carriedProtected, sums.carried),
+                       percentText(sums.backup, sums.primary));
+        fmt::print("\n");
+    }
+}
+
+void printBaseline(const Plan& plan) {
+    const StretchSummary stretch = stretchOf(plan);
+    if (stretch.lsp >= 0)
+        fmt::print("  {:<14} mean {:.3f}, maximum {:.3f} (LSP {}) of the shortest path\n",
+                   "stretch", stretch.mean, stretch.maximum, stretch.lsp);
+    const Baseline baseline = baselineOf(plan);
+    if (baseline.fullest >= 0)
+        fmt::print(
+            "  {:<14} all demands on them: {} at {:.1f} %, {} links above their "
+            "capacity\n",
+            "shortest paths", linkName(plan.network, baseline.fullest),
+            100.0 * baseline.shares.maximum, baseline.overloaded);
 }
 
 void printSummary(const Plan& plan, const PlaceTimes& times) {
@@ -104,11 +213,18 @@ void printSummary(const Plan& plan, const PlaceTimes& times) {
                    s.unprotected);
         printReasons("unprotected", reasonsOf(plan, &PlanDemand::unprotected));
         fmt::print(
+            "  {:<14} {} LSPs do not survive all of: link{}\n", "exposed",
+            std::ranges::count_if(
+                plan.demands, [](const PlanDemand& one) { return !one.exposed.empty(); }),
+            kindsText(plan.configuration.survive));
+        fmt::print(
             "  {:<14} {} reserved for backups, {} without sharing ({:.1f} %)\n",
             "sharing", formatBandwidth(s.backupShared, unit),
             formatBandwidth(s.backupDedicated, unit),
             s.backupDedicated > 0.0 ? 100.0 * s.backupShared / s.backupDedicated : 100.0);
     }
+    printClasses(plan);
+    printBaseline(plan);
     printTimes("requests", times.requests);
     printTimes("protecting", times.protections);
 }
@@ -119,7 +235,9 @@ int place(const Files& files, const Shared& shared) {
     const Demands demands = readDemands(
         files.demands.empty() ? files.network : files.demands, network, findings);
     printFindings(findings, shared);
-    Plan plan = newPlan(network, demands.demands, shared.configuration);
+    Plan plan = newPlan(network, demands.demands,
+                        withClassesOf(demands.demands, shared.configuration));
+    if (!files.sets.empty()) plan.failureSets = readFailureSets(files.sets, plan);
     PlaceTimes times;
     {
         Progress progress(shared, "placing", stepsOf(plan));
@@ -130,7 +248,7 @@ int place(const Files& files, const Shared& shared) {
     if (files.plan == "-") return 0;
     if (shared.json)
         printJson(plan, times, findings, shared);
-    else if (!shared.quiet)
+    else
         printSummary(plan, times);
     return 0;
 }
@@ -144,20 +262,30 @@ void addPlace(CLI::App& app, Shared& shared) {
     cmd->add_option("NETWORK", files->network, "Network file")->required();
     cmd->add_option("DEMANDS", files->demands,
                     "Traffic matrix; by default the one in the network file");
-    cmd->add_option(
-        "-o,--output", files->plan,
-        "Write the plan: network, LSPs and the bandwidth tables of every link");
+    addOutputFile(*cmd, &files->plan,
+                  "Write the plan: network, LSPs and the bandwidth tables of every link");
     addReadingOptions(*cmd, shared);
     addPlacementOptions(*cmd, shared);
     addProtectionOption(*cmd, shared);
+    addSurviveOption(*cmd, &shared.configuration);
+    cmd->add_option("--sets", files->sets,
+                    "File of risk groups and other failures to survive")
+        ->type_name("FILE")
+        ->group("Placement");
     addOutputOptions(*cmd, shared);
     cmd->footer(
         "Requests are made one by one, as they would come in. LSPs that are preempted "
         "are\n"
-        "requested again at once. When all requests are done the LSPs are protected, in "
-        "the\n"
-        "same order, without preemption; an LSP of which one link cannot be protected\n"
-        "stays without backups.\n"
+        "requested again at once. When all requests are done the LSPs are protected, the "
+        "most\n"
+        "important first, without preemption; an LSP of which one link cannot be "
+        "protected, or\n"
+        "whose backups would overload a link in a failure to survive, stays without "
+        "backups.\n"
+        "Where no backup avoids all that fails at once, the plan notes what the LSP is "
+        "exposed\n"
+        "to. A demand may have its own class, level and limits (see docs/formats.md); a\n"
+        "request whose path breaks a limit is refused.\n"
         "\n"
         "Examples:\n"
         "  kavril place germany50.xml -o plan.json\n"

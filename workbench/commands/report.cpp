@@ -47,7 +47,7 @@ int report(const ReportOptions& options, const Shared& shared) {
                                            {"failures", result.failures.size()},
                                            {"clean", result.isClean()}})
                                .dump(2));
-    else if (!shared.quiet)
+    else
         fmt::print("{}: {} LSPs, {} failures, {:.1f} MB; open it in a browser\n",
                    options.output, plan.summary.placed + plan.summary.replaced,
                    result.failures.size(), page.size() / 1e6);
@@ -61,8 +61,8 @@ void addReport(CLI::App& app, Shared& shared) {
     auto options = std::make_shared<ReportOptions>();
     cmd->add_option("PLAN", options->plan, "Plan, as written by kavril place")
         ->required();
-    cmd->add_option("-o,--output", options->output, "HTML file to write, - for stdout")
-        ->capture_default_str();
+    addOutputFile(*cmd, &options->output,
+                  "HTML file to write, - for standard output [report.html]");
     addOutputOptions(*cmd, shared);
     cmd->footer(
         "The page is one file and needs no network: a map, failures and LSPs to pick,\n"

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "admission/link_eval.h"
 #include "common/setup.h"
 #include "computation/computation.h"
 #include "computation/primary/primaryPath.h"

@@ -16,6 +16,10 @@ constexpr double kLight = 1e-3;
 // Factors beyond are of no use to anyone.
 constexpr double kMostGrowth = 1e12;
 
+// Parts of the largest factor that are tried too.
+constexpr double kParts[] = {0.1, 0.2,  0.3,  0.4,   0.5,  0.6,  0.7,  0.8,  0.85,
+                             0.9, 0.92, 0.94, 0.955, 0.97, 0.98, 0.99, 0.995};
+
 class Search {
   public:
     Search(const Network& network, const std::vector<Demand>& demands,
@@ -23,6 +27,7 @@ class Search {
         : network_(network),
           demands_(demands),
           configuration_(configuration),
+          empty_(newPlan(network, {}, configuration)),
           step_(step),
           result_(result) {
         excuseHopeless();
@@ -55,7 +60,7 @@ class Search {
     }
 
     bool run(std::vector<PlanDemand>* requests) {
-        Engine engine(network_, configuration_);
+        Engine engine(empty_);
         options_.step = step_;
         result_->runs++;
         return placeAll(&engine, requests, options_, nullptr);
@@ -87,6 +92,7 @@ class Search {
     const Network& network_;
     const std::vector<Demand>& demands_;
     const Configuration& configuration_;
+    const Plan empty_;
     const Step& step_;
     Headroom* result_;
     PlaceOptions options_;
@@ -116,7 +122,17 @@ Headroom findHeadroom(const Network& network, const std::vector<Demand>& demands
         else
             fails = middle;
     }
+    result.largest = works;
     result.factor = works;
+    double before = 0.0;
+    for (const double part : kParts) {
+        result.checked++;
+        if (!search.works(part * result.largest)) {
+            result.factor = before;
+            break;
+        }
+        before = part * result.largest;
+    }
     return result;
 }
 

@@ -10,8 +10,10 @@ namespace workbench {
 
 struct Headroom {
     Protection protection = Protection::NONE;
-    double factor = 0.0;   // on every demand; everything is placed and protected
+    double factor = 0.0;   // on every demand: it and all smaller ones tried do
     double failsAt = 0.0;  // the smallest factor tried that does not do
+    double largest = 0.0;  // that did, though a smaller one may not
+    int checked = 0;       // smaller factors that were tried
     // What was refused there, and why.
     int request = -1;
     std::string reason;
@@ -21,8 +23,10 @@ struct Headroom {
     int runs = 0;  // placements of the whole matrix
 };
 
-// The factor by bisection, to a relative precision. Placement is a chain of choices, not
-// a monotone function: a larger factor may happen to work again.
+// The largest factor by bisection, to a relative precision. Placement is a chain of
+// choices, not a monotone function: a smaller factor may be refused. So factors all the
+// way up are tried as well, and the one that is given is the last before a refusal. What
+// lies between those tried is not promised.
 Headroom findHeadroom(const Network& network, const std::vector<Demand>& demands,
                       const Configuration& configuration, double precision,
                       const Step& step);

@@ -1,9 +1,15 @@
 #include "engine/place.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <chrono>
 #include <deque>
+#include <numeric>
 #include <random>
+
+#include "cli/error.h"
+#include "names.h"
 
 namespace workbench {
 
@@ -39,6 +45,20 @@ void arrange(std::vector<Demand>* demands, const Configuration& configuration) {
     if (most > 0 && demands->size() > most) demands->resize(most);
 }
 
+int usualLevel(int trafficClass, const Configuration& configuration) {
+    const auto part =
+        std::ranges::find(configuration.parts, trafficClass, &TrafficPart::trafficClass);
+    return part == configuration.parts.end() ? 0 : part->level;
+}
+
+// A demand of a class of its own is not split.
+std::vector<TrafficPart> partsOf(const Demand& demand,
+                                 const Configuration& configuration) {
+    if (demand.trafficClass.empty()) return configuration.parts;
+    const int oa = classNamed(configuration.classes, demand.trafficClass);
+    return {{oa, usualLevel(oa, configuration), 1.0}};
+}
+
 // One run over a matrix; the queue holds indexes of demands.
 class Placement {
   public:
@@ -71,14 +91,7 @@ class Placement {
         waiting_.pop_front();
         PlanDemand& demand = (*demands_)[index];
         const Stopwatch watch;
-        const Answer answer =
-            engine_->request({.demand = index,
-                              .src = demand.src,
-                              .dst = demand.dst,
-                              .trafficClass = demand.trafficClass,
-                              .level = demand.level,
-                              .bandwidth = demand.bandwidth,
-                              .preempt = engine_->configuration().preempt});
+        const Answer answer = engine_->request(requestFor(*engine_, demand, index));
         if (times_ != nullptr) times_->requests.push_back(watch.seconds());
         const bool again = demand.outcome == Outcome::PREEMPTED;
         demand.lsp = answer.lsp;
@@ -103,14 +116,19 @@ class Placement {
         waiting_.insert(waiting_.begin(), again.begin(), again.end());
     }
 
+    // The most important first, those of a level in the order of the requests.
     bool protectAll() {
         const Protection protection = engine_->configuration().protection;
         if (protection == Protection::NONE) return true;
-        for (std::size_t i = 0; i < demands_->size(); i++) {
+        std::vector<std::size_t> order(demands_->size());
+        std::iota(order.begin(), order.end(), std::size_t{0});
+        std::ranges::stable_sort(order, {},
+                                 [this](std::size_t i) { return (*demands_)[i].level; });
+        for (const std::size_t i : order) {
             PlanDemand& demand = (*demands_)[i];
             if (demand.lsp >= 0) {
                 const Stopwatch watch;
-                demand.unprotected = engine_->protect(demand.lsp, protection);
+                protectDemand(engine_, &demand);
                 if (times_ != nullptr) times_->protections.push_back(watch.seconds());
                 if (!demand.unprotected.empty() &&
                     !isExcused(options_.excusedProtection, static_cast<int>(i)))
@@ -130,25 +148,78 @@ class Placement {
 
 }  // namespace
 
+Configuration withClassesOf(const std::vector<Demand>& demands,
+                            const Configuration& configuration) {
+    const Configuration usual;
+    const bool hasOwn = configuration.classes.size() != 1 ||
+                        configuration.classes[0].name != usual.classes[0].name;
+    std::vector<TrafficClass> classes;
+    double all = 0.0;
+    for (const bool named : {false, true})  // the class of those without one is the first
+        for (const Demand& demand : demands) {
+            if (demand.trafficClass.empty() == named) continue;
+            const std::string& name = named ? demand.trafficClass : usual.classes[0].name;
+            auto known = std::ranges::find(classes, name, &TrafficClass::name);
+            if (known == classes.end())
+                known = classes.insert(known, {.name = name, .capacityShare = 0.0});
+            known->capacityShare += demand.bandwidth;
+            all += demand.bandwidth;
+        }
+    if (hasOwn || classes.empty()) return configuration;
+    if (classes.size() > kPlanClasses)
+        throw UserError(fmt::format("the demands name {} classes, at most {} are allowed",
+                                    classes.size(), kPlanClasses));
+    Configuration result = configuration;
+    result.classes = std::move(classes);
+    for (TrafficClass& known : result.classes) known.capacityShare /= all;
+    return result;
+}
+
 std::vector<PlanDemand> requestsOf(const std::vector<Demand>& demands,
                                    const Configuration& configuration) {
     std::vector<Demand> arranged = demands;
     arrange(&arranged, configuration);
     std::vector<PlanDemand> requests;
     for (const Demand& demand : arranged)
-        for (const TrafficPart& part : configuration.parts)
+        for (const TrafficPart& part : partsOf(demand, configuration))
             requests.push_back(
                 {.name = demand.name,
                  .src = demand.src,
                  .dst = demand.dst,
                  .trafficClass = part.trafficClass,
-                 .level = part.level,
+                 .level = demand.level.value_or(part.level),
                  .bandwidth = demand.bandwidth * configuration.scale * part.share,
                  .outcome = Outcome::REFUSED,
                  .lsp = -1,
                  .reason = {},
-                 .unprotected = {}});
+                 .unprotected = {},
+                 .avoid = demand.avoid,
+                 .maxDelay = demand.maxDelay,
+                 .maxHops = demand.maxHops});
     return requests;
+}
+
+Request requestFor(const Engine& engine, const PlanDemand& demand, int index) {
+    Request request = {.demand = index,
+                       .src = demand.src,
+                       .dst = demand.dst,
+                       .trafficClass = demand.trafficClass,
+                       .level = demand.level,
+                       .bandwidth = demand.bandwidth,
+                       .preempt = engine.configuration().preempt,
+                       .maxDelay = demand.maxDelay,
+                       .maxHops = demand.maxHops,
+                       .route = demand.route};
+    if (demand.avoid != 0) request.avoidColours = engine.coloursWith(demand.avoid);
+    return request;
+}
+
+void protectDemand(Engine* engine, PlanDemand* demand) {
+    const Protection protection = engine->configuration().protection;
+    demand->unprotected = engine->protect(demand->lsp, protection);
+    demand->exposed.clear();
+    if (protection != Protection::NONE && demand->unprotected.empty())
+        demand->exposed = engine->exposed(demand->lsp);
 }
 
 bool placeAll(Engine* engine, std::vector<PlanDemand>* demands,
@@ -178,7 +249,7 @@ Plan newPlan(const Network& network, const std::vector<Demand>& demands,
 }
 
 void runPlan(Plan* plan, const Step& step, PlaceTimes* times) {
-    Engine engine(plan->network, plan->configuration);
+    Engine engine(*plan);
     PlaceOptions options;
     options.step = step;
     placeAll(&engine, &plan->demands, options, times);

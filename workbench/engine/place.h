@@ -18,13 +18,22 @@ struct PlaceTimes {
 // Called after every step of long work; ends it by throwing.
 using Step = std::function<void()>;
 
+// The configuration with the classes that the demands name, unless it has classes of its
+// own: each with as much of the capacity as of the traffic. UserError for more than 8.
+Configuration withClassesOf(const std::vector<Demand>& demands,
+                            const Configuration& configuration);
+
 // The requests of a matrix under a configuration, in the order in which they are made.
 std::vector<PlanDemand> requestsOf(const std::vector<Demand>& demands,
                                    const Configuration& configuration);
 
+// What is asked of the engine for a demand of a plan.
+Request requestFor(const Engine& engine, const PlanDemand& demand, int index);
+
 // Makes the requests of a plan whose demands are filled in, in their order, requests
 // preempted LSPs again at once, the most important first, and then protects every
-// primary. Outcomes and reasons are written to the plan's demands.
+// primary, again the most important first. Outcomes and reasons are written to the plan's
+// demands.
 //
 // This ends: an LSP is preempted by more important ones only, so the requests of each
 // level are as many as it has demands and the levels above it have preempted.
@@ -39,6 +48,9 @@ struct PlaceOptions {
 };
 bool placeAll(Engine* engine, std::vector<PlanDemand>* demands,
               const PlaceOptions& options, PlaceTimes* times);
+
+// Protects the LSP of a demand and writes down what came of it.
+void protectDemand(Engine* engine, PlanDemand* demand);
 
 // A plan with its requests, none of them made yet.
 Plan newPlan(const Network& network, const std::vector<Demand>& demands,

@@ -22,7 +22,7 @@ struct Source {
 // A node as a link or demand refers to it.
 struct NodeRef {
     std::string id;
-    int number = -1;  // position in the list of nodes, if the format counts
+    int number = -1;  // if the format numbers its nodes
 };
 
 struct DraftNode {
@@ -30,6 +30,7 @@ struct DraftNode {
     std::string name;
     std::optional<Position> position;
     int line;
+    int number = -1;  // for links and demands to refer to; its place in the list if -1
 };
 
 enum class Way { Directed, Undirected, Open };  // Open: the format does not tell
@@ -45,6 +46,7 @@ struct DraftLink {
     std::optional<double> metric;
     std::optional<double> delay;
     int line;
+    std::vector<std::string> groups = {};  // as in Link
 };
 
 struct DraftDemand {
@@ -53,6 +55,12 @@ struct DraftDemand {
     NodeRef dst;
     double bandwidth;
     int line;
+    // As in Demand.
+    std::string trafficClass{};
+    std::optional<int> level{};
+    int avoid = 0;
+    double maxDelay = 0.0;
+    int maxHops = 0;
 };
 
 struct Draft {
@@ -84,5 +92,6 @@ Draft parseSndlibXml(const Source& source);
 Draft parseSndlibNative(const Source& source);
 Draft parseRepetita(const Source& source);
 Draft parseOwnJson(const Source& source);
+Draft parseTable(const Source& source);
 
 }  // namespace workbench

@@ -58,6 +58,14 @@ class GraphmlParser {
         return result;
     }
 
+    std::optional<double> atLeastZero(pugi::xml_node element, const char* name) const {
+        const auto value = number(element, name);
+        if (value && *value < 0)
+            xml_.fail(data(element, name),
+                      fmt::format("a number of at least 0 as {}, got {}", name, *value));
+        return value;
+    }
+
     void addNode(pugi::xml_node node) {
         const std::string id = xml_.attribute(node, "id");
         std::string name = text(node, "label");
@@ -72,7 +80,7 @@ class GraphmlParser {
 
     // LinkSpeedRaw is bit/s; the others say the same in words.
     std::optional<double> capacity(pugi::xml_node edge) const {
-        std::optional<double> value = number(edge, "LinkSpeedRaw");
+        std::optional<double> value = atLeastZero(edge, "LinkSpeedRaw");
         if (value) value = inMbit(*value, kBit);
         if (!value) {
             const auto unit = parseUnit(text(edge, "LinkSpeedUnits"));
@@ -98,8 +106,8 @@ class GraphmlParser {
                                 .modules = {},
                                 .way = directed ? Way::Directed : Way::Undirected,
                                 .colour = 0,
-                                .metric = number(edge, "Metric"),
-                                .delay = number(edge, "Delay"),
+                                .metric = atLeastZero(edge, "Metric"),
+                                .delay = atLeastZero(edge, "Delay"),
                                 .line = line});
     }
 

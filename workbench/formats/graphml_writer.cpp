@@ -46,9 +46,22 @@ void addEdge(const Link& link, pugi::xml_node graph) {
     if (!link.name.empty()) addData(element, "d6", link.name);
 }
 
+void addKey(const Key& key, pugi::xml_node root) {
+    pugi::xml_node element = root.append_child("key");
+    element.append_attribute("id") = key.id;
+    element.append_attribute("for") = key.element;
+    element.append_attribute("attr.name") = key.name;
+    element.append_attribute("attr.type") = key.type;
+}
+
+std::string keyOf(const LinkFigure& figure) {
+    return "figure " + figure.name;
+}
+
 }  // namespace
 
-std::string graphmlText(const Network& network, Findings& findings) {
+std::string graphmlText(const Network& network, Findings& findings,
+                        const std::vector<LinkFigure>& figures) {
     noteLostAttributes(network, true, true, "GraphML", findings);
     noteMissingUnit(network.unit, "bit/s", findings);
     pugi::xml_document document;
@@ -56,17 +69,18 @@ std::string graphmlText(const Network& network, Findings& findings) {
     document.first_child().append_attribute("encoding") = "UTF-8";
     pugi::xml_node root = document.append_child("graphml");
     root.append_attribute("xmlns") = "http://graphml.graphdrawing.org/xmlns";
-    for (const Key& key : kKeys) {
-        pugi::xml_node element = root.append_child("key");
-        element.append_attribute("id") = key.id;
-        element.append_attribute("for") = key.element;
-        element.append_attribute("attr.name") = key.name;
-        element.append_attribute("attr.type") = key.type;
-    }
+    for (const Key& key : kKeys) addKey(key, root);
+    for (const LinkFigure& figure : figures)
+        addKey({keyOf(figure).c_str(), "edge", figure.name.c_str(), "double"}, root);
     pugi::xml_node graph = root.append_child("graph");
     graph.append_attribute("edgedefault") = "directed";
     for (const Node& node : network.nodes) addNode(node, graph);
-    for (const Link& link : network.links) addEdge(link, graph);
+    for (const Link& link : network.links) {
+        addEdge(link, graph);
+        for (const LinkFigure& figure : figures)
+            addData(graph.last_child(), keyOf(figure).c_str(),
+                    numberText(figure.values[link.id]));
+    }
     std::ostringstream text;
     document.save(text, " ");
     return text.str();

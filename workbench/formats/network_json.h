@@ -13,7 +13,7 @@ nlohmann::json toJson(const Network& network);
 // Names the ends of the demands, so that they can be used with another network.
 nlohmann::json toJson(const Demands& demands, const Network& network);
 
-// As written by toJson; nothing is tidied. Throws UserError naming the member.
-Network networkFromJson(const nlohmann::json& json);
+// As written by toJson; nothing is tidied. Throws UserError naming file, line and member.
+Network networkFromJson(const nlohmann::json& json, const std::string& file);
 
 }  // namespace workbench

@@ -7,12 +7,15 @@
 #include "formats/network_json.h"
 #include "formats/tidy.h"
 #include "formats/units.h"
+#include "plan.h"
 
 namespace workbench {
 
 using nlohmann::json;
 
 namespace {
+
+constexpr int kMostNumber = 2147483647;
 
 // Members of one object, with messages that say where it stands.
 class Members {
@@ -56,6 +59,15 @@ class Members {
         return value.get<double>();
     }
 
+    std::optional<int> natural(const char* key, int most) const {
+        if (!has(key)) return std::nullopt;
+        const json& value = object_[key];
+        if (!value.is_number_unsigned() ||
+            value.get<std::uint64_t>() > static_cast<std::uint64_t>(most))
+            fail(fmt::format("a whole number from 0 to {} as \"{}\"", most, key), value);
+        return value.get<int>();
+    }
+
     bool flag(const char* key) const {
         if (!has(key)) return false;
         if (!object_[key].is_boolean())
@@ -67,7 +79,7 @@ class Members {
     NodeRef node(const char* key) const {
         const json& value = at(key);
         if (value.is_string()) return {.id = value.get<std::string>()};
-        if (value.is_number_unsigned() && value.get<std::uint64_t>() < 1u << 30)
+        if (value.is_number_unsigned() && value.get<std::uint64_t>() <= kMostNumber)
             return {.id = "", .number = value.get<int>()};
         fail(fmt::format("the name or number of a node as \"{}\"", key), value);
     }
@@ -76,6 +88,13 @@ class Members {
         const json& value = at(key);
         if (!value.is_array()) fail(fmt::format("a list as \"{}\"", key), value);
         return value;
+    }
+
+    std::vector<std::string> texts(const char* key) const {
+        if (!has(key)) return {};
+        for (const json& text : list(key))
+            if (!text.is_string()) fail(fmt::format("texts in \"{}\"", key), text);
+        return object_[key];
     }
 
     [[noreturn]] void fail(const std::string& expected, const json& got) const {
@@ -111,17 +130,15 @@ std::optional<double> scaled(std::optional<double> value, double factor) {
 void addNode(const Members& node, Draft* draft) {
     const std::string name = node.at("name").is_string() ? node.text("name") : "";
     if (name.empty()) node.fail("a name", node.at("name"));
-    const auto number = static_cast<double>(draft->nodes.size());
-    if (node.number("id", 0).value_or(number) != number)
-        node.fail(fmt::format("id {} (nodes are numbered from 0)", number),
-                  node.at("id"));
+    const int place = static_cast<int>(draft->nodes.size());
+    const int number = node.natural("id", kMostNumber).value_or(place);
     std::optional<Position> position;
     if (node.has("x") || node.has("y")) {
         node.at("x");
         node.at("y");
         position = {*node.number("x", -HUGE_VAL), *node.number("y", -HUGE_VAL)};
     }
-    draft->nodes.push_back({name, name, position, node.line()});
+    draft->nodes.push_back({name, name, position, node.line(), number});
 }
 
 void addLink(const Members& link, double unit, Draft* draft) {
@@ -132,11 +149,11 @@ void addLink(const Members& link, double unit, Draft* draft) {
          .capacity = scaled(link.number("capacity", 0), unit),
          .modules = {},
          .way = link.flag("undirected") ? Way::Undirected : Way::Directed,
-         .colour = static_cast<int>(
-             std::min(link.number("colour", 0).value_or(0), 2147483647.0)),
-         .metric = link.number("metric", -HUGE_VAL),
+         .colour = link.natural("colour", kMostNumber).value_or(0),
+         .metric = link.number("metric", 0),
          .delay = link.number("delay", 0),
-         .line = link.line()});
+         .line = link.line(),
+         .groups = link.texts("groups")});
 }
 
 void addDemand(const Members& demand, double unit, Draft* draft) {
@@ -145,7 +162,12 @@ void addDemand(const Members& demand, double unit, Draft* draft) {
                               .src = demand.node("src"),
                               .dst = demand.node("dst"),
                               .bandwidth = inMbit(*demand.number("bandwidth", 0), unit),
-                              .line = demand.line()});
+                              .line = demand.line(),
+                              .trafficClass = demand.text("class"),
+                              .level = demand.natural("level", kPlanLevels - 1),
+                              .avoid = demand.natural("avoid", kMostNumber).value_or(0),
+                              .maxDelay = demand.number("maxDelay", 0).value_or(0),
+                              .maxHops = demand.natural("maxHops", 10000).value_or(0)});
 }
 
 // Calls add with the members of every object in a list of the root.
@@ -219,6 +241,7 @@ json toJson(const Network& network) {
         if (link.metric) entry["metric"] = *link.metric;
         if (link.delay) entry["delay"] = *link.delay;
         if (!link.name.empty()) entry["name"] = link.name;
+        if (!link.groups.empty()) entry["groups"] = link.groups;
     }
     return result;
 }
@@ -235,16 +258,29 @@ json toJson(const Demands& demands, const Network& network) {
                  {"dst", network.nodes[demand.dst].name},
                  {"bandwidth", demand.bandwidth}};
         if (!demand.name.empty()) entry["name"] = demand.name;
+        if (!demand.trafficClass.empty()) entry["class"] = demand.trafficClass;
+        if (demand.level) entry["level"] = *demand.level;
+        if (demand.avoid != 0) entry["avoid"] = demand.avoid;
+        if (demand.maxDelay > 0.0) entry["maxDelay"] = demand.maxDelay;
+        if (demand.maxHops > 0) entry["maxHops"] = demand.maxHops;
     }
     return result;
 }
 
-Network networkFromJson(const json& json) {
+Network networkFromJson(const json& json, const std::string& file) {
     Findings findings;
-    Network network = tidyNetwork(networkDraft(json, "network"), {}, findings);
+    const Draft draft = networkDraft(json, file);
+    for (std::size_t place = 0; place < draft.nodes.size(); place++)
+        if (draft.nodes[place].number != static_cast<int>(place))
+            throw InputError(file, draft.nodes[place].line,
+                             fmt::format("expected the id {}, for what a plan refers to "
+                                         "is numbered from 0, got {}",
+                                         place, draft.nodes[place].number));
+    Network network = tidyNetwork(draft, {}, findings);
     for (const Finding& finding : findings)
         if (finding.kind != FindingKind::SeparateComponents)
-            throw UserError(fmt::format("{} ({})", finding.text, keyOf(finding.kind)));
+            throw UserError(fmt::format("{}: expected a network that needs no tidying",
+                                        finding.text));
     return network;
 }
 

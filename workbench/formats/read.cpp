@@ -8,6 +8,7 @@
 #include "cli/error.h"
 #include "cli/file.h"
 #include "formats/draft.h"
+#include "formats/table.h"
 #include "formats/tidy.h"
 #include "formats/words.h"
 #include "formats/xml.h"
@@ -75,11 +76,12 @@ Draft parseText(const Source& source) {
         words.take("a section");
         return words.peek() == "(" ? parseSndlibNative(source) : parseRepetita(source);
     }
+    if (isTable(source.text)) return parseTable(source);
     throw InputError(
         source.file, words.atEnd() ? 0 : line,
         fmt::format(
-            "expected Topology Zoo GraphML, SNDlib XML or native text, Repetita or "
-            "KAVRIL's JSON, got {}",
+            "expected Topology Zoo GraphML, SNDlib XML or native text, Repetita, a table "
+            "with the columns src and dst, or KAVRIL's JSON, got {}",
             words.atEnd() ? "an empty file" : fmt::format("'{:.40}'", first)));
 }
 

@@ -1,12 +1,14 @@
 // Reading networks and traffic matrices. The format is told from the content: Topology
-// Zoo GraphML, SNDlib XML and native text, Repetita, and KAVRIL's own JSON (a plan is
-// read as the network in it).
+// Zoo GraphML, SNDlib XML and native text, Repetita, tables (CSV, TSV), and KAVRIL's own
+// JSON (a plan is read as the network in it).
 //
 // All throw InputError (cli/error.h) with file, line and what was expected; findings are
 // appended.
 #pragma once
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "network.h"
 
@@ -20,6 +22,9 @@ struct ReadOptions {
     Direction direction =
         Direction::Auto;  // of the links of a format that leaves it open
     ModuleChoice module = ModuleChoice::Largest;
+    double scaleCapacity = 1.0;  // of every link
+    // Links as in linksNamed, and their capacity, whatever the file says.
+    std::vector<std::pair<std::string, double>> setCapacity{};
 };
 
 Network readNetwork(const std::string& path, const ReadOptions& options,

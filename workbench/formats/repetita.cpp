@@ -71,6 +71,10 @@ class RepetitaParser {
         stayOnLine(field);
         return words_.number(field);
     }
+    double atLeastZero(const char* field) {
+        stayOnLine(field);
+        return words_.atLeastZero(field);
+    }
     NodeRef node(const char* field) {
         stayOnLine(field);
         return {.id = "", .number = words_.natural(field)};
@@ -92,12 +96,12 @@ class RepetitaParser {
                        .modules = {},
                        .way = Way::Directed,
                        .colour = 0,
-                       .metric = number("a weight"),
+                       .metric = atLeastZero("a weight"),
                        .delay = {},
                        .line = line_};
-        const double capacity = number("a capacity");
+        const double capacity = atLeastZero("a capacity");
         if (capacity > 0) link.capacity = inMbit(capacity, kKbit);
-        link.delay = number("a delay");
+        link.delay = atLeastZero("a delay");
         draft_.links.push_back(link);
     }
 
@@ -107,8 +111,7 @@ class RepetitaParser {
                            .dst = node("the number of a node"),
                            .bandwidth = 0,
                            .line = line_};
-        stayOnLine("a bandwidth");
-        demand.bandwidth = inMbit(words_.atLeastZero("a bandwidth"), kKbit);
+        demand.bandwidth = inMbit(atLeastZero("a bandwidth"), kKbit);
         draft_.demands.push_back(demand);
     }
 

@@ -1,7 +1,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
+#include <cmath>
 #include <map>
 #include <set>
 #include <unordered_map>
@@ -11,6 +11,7 @@
 #include "formats/tidy.h"
 #include "formats/units.h"
 #include "graph/graph.h"
+#include "names.h"
 
 namespace workbench {
 
@@ -44,6 +45,7 @@ class Tidier {
         addNodes();
         const bool openAsDirected = decideDirection();
         for (const DraftLink& link : draft_.links) addLink(link, openAsDirected);
+        changeCapacities();
         if (!network_.links.empty()) noteComponents();
         return std::move(network_);
     }
@@ -74,20 +76,55 @@ class Tidier {
                 note(FindingKind::RenamedNode, node.line,
                      fmt::format("node {} '{}' is now '{}'", node.id, given, name));
             names_.insert(name);
-            network_.nodes.push_back({id, name, node.position});
+            const int number = node.number < 0 ? id : node.number;
+            if (!byNumber_.emplace(number, id).second)
+                throw InputError(
+                    draft_.file, node.line,
+                    fmt::format("expected an id of its own, {} is taken", number));
+            if (node.position) checkPosition(*node.position, node.line);
+            network_.nodes.push_back({id, name, node.position, number});
         }
     }
 
+    void checkPosition(const Position& at, int line) const {
+        constexpr double kFarthest = 1e9;
+        if (std::abs(at.x) > kFarthest || std::abs(at.y) > kFarthest)
+            throw InputError(
+                draft_.file, line,
+                fmt::format("expected a position within {:g}, got {:g}, {:g}", kFarthest,
+                            at.x, at.y));
+    }
+
+    void checkLength(double value, const char* what, const DraftLink& link) const {
+        if (value > kMostBandwidth)
+            throw InputError(draft_.file, link.line,
+                             fmt::format("expected a {} of at most {:g}, got {:g}", what,
+                                         kMostBandwidth, value));
+    }
+
     int resolve(const NodeRef& ref, int line) const {
-        const auto count = static_cast<int>(network_.nodes.size());
-        if (ref.number >= 0 && ref.number < count) return ref.number;
-        const auto found = nodeOf_.find(ref.id);
-        if (ref.number < 0 && found != nodeOf_.end()) return found->second;
+        if (ref.number >= 0) {
+            const auto found = byNumber_.find(ref.number);
+            if (found != byNumber_.end()) return found->second;
+            throw InputError(
+                draft_.file, line,
+                fmt::format("expected the number of a node, got {}", ref.number));
+        }
+        const auto exact = nodeOf_.find(ref.id);
+        if (exact != nodeOf_.end()) return exact->second;
+        const NameIndex names = nodeNames(network_);
+        const int found = names.find(ref.id);
+        if (found >= 0) return found;
         throw InputError(draft_.file, line,
-                         ref.number < 0
-                             ? fmt::format("expected the id of a node, got '{}'", ref.id)
-                             : fmt::format("expected a node number below {}, got {}",
-                                           count, ref.number));
+                         fmt::format("expected the id of a node, got '{:.60}'{}", ref.id,
+                                     names.suggestion(ref.id)));
+    }
+
+    void changeCapacities() {
+        for (Link& link : network_.links) link.capacity *= options_.scaleCapacity;
+        for (const auto& [name, capacity] : options_.setCapacity)
+            for (const int id : linksNamed(network_, name))
+                network_.links[id].capacity = capacity;
     }
 
     // Whether links whose direction is open are to be taken one way.
@@ -146,6 +183,13 @@ class Tidier {
         if (isDuplicate(link, src, dst))
             return note(FindingKind::DuplicateLink, link.line, name);
         const double capacity = capacityOf(link, name);
+        if (!(capacity <= kMostBandwidth))
+            throw InputError(draft_.file, link.line,
+                             fmt::format("expected a capacity of at most {}, got {}",
+                                         formatBandwidth(kMostBandwidth, network_.unit),
+                                         formatBandwidth(capacity, network_.unit)));
+        checkLength(link.metric.value_or(0), "metric", link);
+        checkLength(link.delay.value_or(0), "delay", link);
         addDirection(link, src, dst, capacity);
         if (link.way == Way::Directed || (link.way == Way::Open && openAsDirected))
             return;
@@ -164,13 +208,15 @@ class Tidier {
                                   .colour = link.colour,
                                   .metric = link.metric,
                                   .delay = link.delay,
-                                  .name = link.name});
+                                  .name = link.name,
+                                  .groups = link.groups});
     }
 
     // The first link keeps its name, metric and delay; a colour of any part counts.
     void merge(const DraftLink& link, double capacity, Link* first) {
         first->capacity += capacity;
         first->colour |= link.colour;
+        first->groups.insert(first->groups.end(), link.groups.begin(), link.groups.end());
         note(FindingKind::MergedLink, link.line,
              fmt::format("{}: {} more, {} in all", nameOf(link, first->src, first->dst),
                          formatBandwidth(capacity, network_.unit),
@@ -196,6 +242,7 @@ class Tidier {
     Findings& findings_;
     Network network_;
     std::unordered_map<std::string, int> nodeOf_;  // by id
+    std::unordered_map<int, int> byNumber_;
     std::unordered_set<std::string> names_;
     std::map<std::pair<int, int>, int> linkOf_;
     std::set<std::tuple<std::string, int, int, double>> seen_;

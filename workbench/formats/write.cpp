@@ -1,5 +1,8 @@
 #include "formats/write.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <filesystem>
 #include <map>
 
@@ -13,7 +16,8 @@ std::optional<Format> formatOfName(const std::string& path) {
     static const std::map<std::string, Format> kEndings = {
         {".json", Format::Json},        {".graph", Format::Repetita},
         {".demands", Format::Repetita}, {".txt", Format::SndlibNative},
-        {".xml", Format::SndlibXml},    {".graphml", Format::Graphml}};
+        {".xml", Format::SndlibXml},    {".graphml", Format::Graphml},
+        {".csv", Format::Csv},          {".tsv", Format::Tsv}};
     const auto found = kEndings.find(std::filesystem::path(path).extension().string());
     return found == kEndings.end() ? std::nullopt : std::optional(found->second);
 }
@@ -39,6 +43,30 @@ static std::string linesOf(const nlohmann::json& root) {
     return text + "\n}\n";
 }
 
+static void notePositions(const Network& network, Findings& findings) {
+    const auto placed = std::ranges::count_if(
+        network.nodes, [](const Node& node) { return node.position.has_value(); });
+    if (placed > 0)
+        findings.push_back(
+            {FindingKind::LostAttribute,
+             fmt::format("position of {} nodes: a table of links has no place for it",
+                         placed)});
+}
+
+// Of demands: classes, levels, colours to avoid, limits.
+static void noteLostRequirements(const Demands& demands, const char* format,
+                                 Findings& findings) {
+    const auto lost = std::ranges::count_if(demands.demands, [](const Demand& demand) {
+        return !demand.trafficClass.empty() || demand.level || demand.avoid != 0 ||
+               demand.maxDelay > 0 || demand.maxHops > 0;
+    });
+    if (lost > 0)
+        findings.push_back({FindingKind::LostAttribute,
+                            fmt::format("class, level or limits of {} demands: {} has no "
+                                        "place for them",
+                                        lost, format)});
+}
+
 std::string networkText(const Network& network, Format format, Findings& findings) {
     switch (format) {
         case Format::Repetita:
@@ -49,6 +77,11 @@ std::string networkText(const Network& network, Format format, Findings& finding
             return sndlibXmlText(network, nullptr, findings);
         case Format::Graphml:
             return graphmlText(network, findings);
+        case Format::Csv:
+        case Format::Tsv:
+            notePositions(network, findings);
+            return format == Format::Csv ? csvText(linkTable(network))
+                                         : tsvText(linkTable(network));
         case Format::Json:
             break;
     }
@@ -59,15 +92,22 @@ std::string demandsText(const Demands& demands, const Network& network, Format f
                         Findings& findings) {
     switch (format) {
         case Format::Repetita:
+            noteLostRequirements(demands, "Repetita", findings);
             return repetitaDemands(demands, findings);
         case Format::SndlibNative:
+            noteLostRequirements(demands, "SNDlib", findings);
             return sndlibNativeText(network, &demands, findings);
         case Format::SndlibXml:
+            noteLostRequirements(demands, "SNDlib", findings);
             return sndlibXmlText(network, &demands, findings);
         case Format::Graphml:
             throw UserError(
                 "GraphML holds no demands: choose json, repetita, "
-                "sndlib-native or sndlib-xml");
+                "sndlib-native, sndlib-xml, csv or tsv");
+        case Format::Csv:
+            return csvText(demandTable(demands, network));
+        case Format::Tsv:
+            return tsvText(demandTable(demands, network));
         case Format::Json:
             break;
     }

@@ -11,9 +11,10 @@
 
 namespace workbench {
 
-enum class Format { Json, Repetita, SndlibNative, SndlibXml, Graphml };
+enum class Format { Json, Repetita, SndlibNative, SndlibXml, Graphml, Csv, Tsv };
 
-// By the end of the file's name: .json, .graph, .demands, .txt, .xml, .graphml.
+// By the end of the file's name: .json, .graph, .demands, .txt, .xml, .graphml,
+// .csv, .tsv.
 std::optional<Format> formatOfName(const std::string& path);
 
 std::string networkText(const Network& network, Format format, Findings& findings);

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "formats/table.h"
 #include "network.h"
 
 namespace workbench {
@@ -18,7 +19,20 @@ std::string sndlibNativeText(const Network& network, const Demands* demands,
 std::string sndlibXmlText(const Network& network, const Demands* demands,
                           Findings& findings);
 
-std::string graphmlText(const Network& network, Findings& findings);
+// A figure of every link, as an attribute of its own.
+struct LinkFigure {
+    std::string name;
+    std::vector<double> values;
+};
+std::string graphmlText(const Network& network, Findings& findings,
+                        const std::vector<LinkFigure>& figures = {});
+
+// For Graphviz, links in colours by the share of their capacity in use.
+std::string dotText(const Network& network, const std::vector<double>& shares);
+
+// Positions of nodes, and what a network or matrix is called, have no place in a table.
+Table linkTable(const Network& network);
+Table demandTable(const Demands& demands, const Network& network);
 
 // The names as words of their own: blanks, parentheses and '#' become '_'; what is then
 // empty or taken is numbered. `what` is for the findings.

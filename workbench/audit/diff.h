@@ -1,0 +1,62 @@
+// What is different between two plans, of one network or of two that share names.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "audit/audit.h"
+
+namespace workbench {
+
+// A demand is the same in both plans if its name, ends, class and level are; the first
+// with these in one plan is the first in the other.
+struct LspChange {
+    std::string demand;  // "Berlin > Paris", with the demand's name if it has one
+    std::string trafficClass;
+    int level = 0;
+    double bandwidth = 0.0;
+    int lspBefore = -1;  // -1: not up
+    int lspAfter = -1;
+    std::vector<std::string> before;  // nodes
+    std::vector<std::string> after;
+    std::string reason;  // why it is not up, or not protected, after
+};
+
+struct LinkChange {
+    std::string link;
+    std::string trafficClass;
+    double before = 0.0;  // load with nothing failed
+    double after = 0.0;
+    double worstBefore = 0.0;  // after the failure that fills it most
+    double worstAfter = 0.0;
+    double capacityBefore = 0.0;  // 0 where it is not there
+    double capacityAfter = 0.0;
+};
+
+// The state of one of the plans.
+struct PlanFigures {
+    double carried = 0.0;
+    double isProtected = 0.0;
+    double worstLost = 0.0;
+    std::string worstFailure;  // empty: nothing is ever lost
+    double worstLoad = 0.0;    // share of a capacity, after any failure
+    std::size_t overloads = 0;
+};
+
+struct PlanDiff {
+    std::vector<LspChange> moved;
+    std::vector<LspChange> gained;       // up in the second only
+    std::vector<LspChange> lost;         // up in the first only
+    std::vector<LspChange> unprotected;  // up in both, protected in the first only
+    std::vector<LspChange> isProtected;  // protected in the second only
+    std::vector<LinkChange> links;       // those that differ
+    PlanFigures before;
+    PlanFigures after;
+};
+
+PlanDiff diffPlans(const Plan& before, const Plan& after);
+
+nlohmann::json toJson(const PlanDiff& diff);
+
+}  // namespace workbench

@@ -1,0 +1,141 @@
+// kavril export: the tables of a plan, or the plan as a graph, for other tools.
+#include <fmt/format.h>
+
+#include <unordered_map>
+
+#include "audit/audit.h"
+#include "cli/error.h"
+#include "cli/file.h"
+#include "commands/commands.h"
+#include "formats/plan_tables.h"
+#include "formats/units.h"
+#include "formats/write.h"
+#include "formats/writers.h"
+#include "plan_json.h"
+
+namespace workbench {
+
+namespace {
+
+using TableOf = Table (*)(const Plan& plan);
+
+struct ExportOptions {
+    std::string plan;
+    std::string output = "-";
+    TableOf table = planLsps;
+    std::string format;
+};
+
+// Every single failure, as kavril audit tells it.
+Table planFailures(const Plan& plan) {
+    Table table{
+        {"kind", "name", "hit", "restored", "lost", withUnit("lost", plan.network.unit),
+         "overloads", "fullest", "fullest %"},
+        {}};
+    std::unordered_map<int, double> bandwidths;
+    for (const PlanLsp& lsp : plan.lsps) bandwidths[lsp.id] = lsp.bandwidth;
+    const AuditResult result = audit(plan);
+    for (const Failure& failure : result.failures) {
+        double lost = 0.0;
+        for (const Lost& one : failure.lost) lost += bandwidths[one.lsp];
+        const Load& fullest = failure.fullest;
+        table.rows.push_back(
+            {failure.isNode ? "node" : "link",
+             failure.isNode ? plan.network.nodes[failure.id].name
+                            : linkName(plan.network, failure.id),
+             std::to_string(failure.hit.size()), std::to_string(failure.restored.size()),
+             std::to_string(failure.lost.size()), numberText(lost),
+             std::to_string(failure.overloads.size()),
+             fullest.link < 0 ? "" : linkName(plan.network, fullest.link),
+             fullest.link < 0 ? "" : fmt::format("{:.3f}", 100.0 * fullest.share())});
+    }
+    return table;
+}
+
+const std::vector<std::pair<std::string, TableOf>> kTables = {{"links", planLinks},
+                                                              {"lsps", planLsps},
+                                                              {"demands", planDemands},
+                                                              {"failures", planFailures},
+                                                              {"classes", planClasses}};
+
+std::string formatOf(const ExportOptions& options) {
+    if (!options.format.empty()) return options.format;
+    for (const char* format : {"csv", "tsv", "graphml", "dot"})
+        if (options.output.ends_with(std::string(".") + format)) return format;
+    if (options.output == "-") return "csv";
+    throw UserError(fmt::format(
+        "cannot tell the format from the name {}: give it with --to", options.output));
+}
+
+std::string graphText(const Plan& plan, const std::string& format, Findings& findings) {
+    LinkFigure primary{"Primaries", {}};
+    LinkFigure reserved{"Reserved", {}};
+    LinkFigure share{"ReservedShare", {}};
+    const std::vector<LinkUse> uses = linkUses(plan);
+    for (const Link& link : plan.network.links) {
+        const LinkUse& use = uses[link.id];
+        primary.values.push_back(use.primary);
+        reserved.values.push_back(use.reserved);
+        share.values.push_back(link.capacity > 0.0 ? use.reserved / link.capacity : 0.0);
+    }
+    return format == "dot"
+               ? dotText(plan.network, share.values)
+               : graphmlText(plan.network, findings, {primary, reserved, share});
+}
+
+int exportPlan(const ExportOptions& options, const Shared& shared) {
+    const std::string format = formatOf(options);
+    const Plan plan = readPlan(options.plan);
+    Findings findings;
+    std::string text;
+    if (format == "graphml" || format == "dot") {
+        text = graphText(plan, format, findings);
+    } else {
+        const Table table = options.table(plan);
+        text = format == "csv" ? csvText(table) : tsvText(table);
+    }
+    writeFile(options.output, text);
+    printFindings(findings, shared);
+    if (options.output != "-" && !shared.json)
+        fmt::print("{}: {} bytes\n", options.output, text.size());
+    else if (options.output != "-")
+        fmt::print("{}\n", nlohmann::json{{"output", options.output},
+                                          {"bytes", text.size()},
+                                          {"findings", findingsJson(findings, shared)}}
+                               .dump(2));
+    return 0;
+}
+
+}  // namespace
+
+void addExport(CLI::App& app, Shared& shared) {
+    CLI::App* cmd = app.add_subcommand(
+        "export", "Tables of a plan for spreadsheets, or the plan as a graph");
+    const auto options = std::make_shared<ExportOptions>();
+    cmd->add_option("PLAN", options->plan, "Plan written by place")->required();
+    addOutputFile(*cmd, &options->output,
+                  "File to write, - for standard output [standard output]");
+    addChoice<TableOf>(
+        *cmd, "--table", &options->table, kTables,
+        "links, lsps (primaries and backups), demands, failures or classes [lsps]")
+        ->type_name("TABLE");
+    addChoice<std::string>(
+        *cmd, "--to", &options->format,
+        {{"csv", "csv"}, {"tsv", "tsv"}, {"graphml", "graphml"}, {"dot", "dot"}},
+        "Tables as csv or tsv; the network with its loads as graphml or dot "
+        "[by the name of the output, else csv]")
+        ->type_name("FORMAT");
+    addOutputOptions(*cmd, shared);
+    cmd->footer(
+        "A spreadsheet opens the CSV as it is. The tables of links and demands can be "
+        "read\n"
+        "again as a network and its demands.\n"
+        "\n"
+        "Examples:\n"
+        "  kavril export plan.json -o lsps.csv\n"
+        "  kavril export plan.json --table links --to tsv | sort -k10 -n\n"
+        "  kavril export plan.json --to dot | neato -n -Tsvg > plan.svg");
+    onRun(*cmd, shared, [&shared, options] { return exportPlan(*options, shared); });
+}
+
+}  // namespace workbench
