@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <array>
-#include <charconv>
 
 namespace workbench {
 
@@ -42,16 +41,6 @@ const char* describe(FindingKind kind) {
 
 const char* keyOf(FindingKind kind) {
     return kKinds[static_cast<int>(kind)].key;
-}
-
-int findNode(const Network& network, const std::string& nameOrId) {
-    for (const Node& node : network.nodes)
-        if (node.name == nameOrId) return node.id;
-    int id = -1;
-    const char* end = nameOrId.data() + nameOrId.size();
-    const auto [stop, error] = std::from_chars(nameOrId.data(), end, id);
-    const bool number = error == std::errc() && stop == end && id >= 0;
-    return number && id < static_cast<int>(network.nodes.size()) ? id : -1;
 }
 
 int findLink(const Network& network, int src, int dst) {

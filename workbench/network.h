@@ -52,7 +52,12 @@ struct Demand {
     int src;
     int dst;
     double bandwidth;
-    std::string name;  // need not be unique
+    std::string name;            // need not be unique
+    std::string trafficClass{};  // empty: split over the classes as configured
+    std::optional<int> level{};  // preemption level, the class's own if there is none
+    int avoid = 0;               // colours of links to avoid, a bit mask
+    double maxDelay = 0.0;       // of its path, 0 for any
+    int maxHops = 0;
 };
 
 struct Demands {
@@ -93,9 +98,6 @@ const char* describe(FindingKind kind);
 
 // "merged-link": the name in JSON.
 const char* keyOf(FindingKind kind);
-
-// Node with this name, or else with this number; -1 if there is none.
-int findNode(const Network& network, const std::string& nameOrId);
 
 // Link from src to dst, -1 if there is none. One look through all links.
 int findLink(const Network& network, int src, int dst);

@@ -65,6 +65,9 @@ struct PlanDemand {
     int lsp = -1;             // its primary, -1 while none is up
     std::string reason;       // why it is not up
     std::string unprotected;  // why the primary has no backup though one was asked for
+    int avoid = 0;            // colours of links to avoid, a bit mask
+    double maxDelay = 0.0;    // of the primary's path, 0 for any
+    int maxHops = 0;
 };
 
 enum class LspKind { PRIMARY, LOCAL_BACKUP, GLOBAL_BACKUP };

@@ -79,8 +79,37 @@ void from_json(const json& from, Weights& to) {
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Configuration, classes, parts, weights, protection,
                                    order, preempt, scale, maxDemands, seed)
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(PlanDemand, name, src, dst, trafficClass, level,
-                                   bandwidth, outcome, lsp, reason, unprotected)
+void to_json(json& to, const PlanDemand& from) {
+    to = {{"name", from.name},
+          {"src", from.src},
+          {"dst", from.dst},
+          {"trafficClass", from.trafficClass},
+          {"level", from.level},
+          {"bandwidth", from.bandwidth},
+          {"outcome", from.outcome},
+          {"lsp", from.lsp},
+          {"reason", from.reason},
+          {"unprotected", from.unprotected}};
+    // Few demands have limits.
+    if (from.avoid != 0) to["avoid"] = from.avoid;
+    if (from.maxDelay > 0.0) to["maxDelay"] = from.maxDelay;
+    if (from.maxHops > 0) to["maxHops"] = from.maxHops;
+}
+void from_json(const json& from, PlanDemand& to) {
+    from.at("name").get_to(to.name);
+    from.at("src").get_to(to.src);
+    from.at("dst").get_to(to.dst);
+    from.at("trafficClass").get_to(to.trafficClass);
+    from.at("level").get_to(to.level);
+    from.at("bandwidth").get_to(to.bandwidth);
+    from.at("outcome").get_to(to.outcome);
+    from.at("lsp").get_to(to.lsp);
+    from.at("reason").get_to(to.reason);
+    from.at("unprotected").get_to(to.unprotected);
+    to.avoid = from.value("avoid", 0);
+    to.maxDelay = from.value("maxDelay", 0.0);
+    to.maxHops = from.value("maxHops", 0);
+}
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(PlanLsp, id, demand, kind, primary, path, trafficClass,
                                    level, bandwidth, protectedLinks, protectedNodes)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(LinkTables, capacity, primary, reserved, backup, freed)

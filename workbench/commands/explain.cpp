@@ -9,6 +9,7 @@
 #include "commands/commands.h"
 #include "commands/explain_json.h"
 #include "formats/units.h"
+#include "names.h"
 #include "plan_json.h"
 
 namespace workbench {
@@ -27,20 +28,6 @@ struct Options {
 
 constexpr std::size_t kMost = 12;  // lines of each kind
 
-int nodeOf(const Network& network, const std::string& name) {
-    const int node = findNode(network, name);
-    if (node < 0) throw UserError("the plan has no node '" + name + "'");
-    return node;
-}
-
-int classOf(const Configuration& configuration, const std::string& name) {
-    if (name.empty()) return 0;
-    const auto& classes = configuration.classes;
-    const auto found = std::ranges::find(classes, name, &TrafficClass::name);
-    if (found == classes.end()) throw UserError("the plan has no class '" + name + "'");
-    return static_cast<int>(found - classes.begin());
-}
-
 // The level at which the plan's own demands of the class are requested.
 int usualLevel(const Configuration& configuration, int trafficClass) {
     for (const TrafficPart& part : configuration.parts)
@@ -50,15 +37,17 @@ int usualLevel(const Configuration& configuration, int trafficClass) {
 
 Request requestOf(const Options& options, const Plan& plan) {
     Request request;
-    request.src = nodeOf(plan.network, options.src);
-    request.dst = nodeOf(plan.network, options.dst);
+    request.src = nodeNamed(plan.network, options.src);
+    request.dst = nodeNamed(plan.network, options.dst);
     if (request.src == request.dst) throw UserError("--from and --to are one node");
     const auto bandwidth = parseBandwidth(options.bandwidth, kMbit);
     if (!bandwidth || *bandwidth <= 0.0)
         throw UserError("'" + options.bandwidth +
                         "' is not a bandwidth such as 400, 2.5G or 100M");
     request.bandwidth = *bandwidth;
-    request.trafficClass = classOf(plan.configuration, options.trafficClass);
+    if (!options.trafficClass.empty())
+        request.trafficClass =
+            classNamed(plan.configuration.classes, options.trafficClass);
     request.level = options.level >= 0
                         ? options.level
                         : usualLevel(plan.configuration, request.trafficClass);

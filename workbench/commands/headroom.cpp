@@ -56,11 +56,11 @@ int headroom(const Options& options, const Shared& shared) {
     const Demands demands = readDemands(
         options.demands.empty() ? options.network : options.demands, network, findings);
     printFindings(findings, shared);
-    const std::vector<PlanDemand> requests =
-        requestsOf(demands.demands, shared.configuration);
+    const Configuration wanted = withClassesOf(demands.demands, shared.configuration);
+    const std::vector<PlanDemand> requests = requestsOf(demands.demands, wanted);
     json all = json::array();
     for (Protection kind : options.kinds) {
-        Configuration configuration = shared.configuration;
+        Configuration configuration = wanted;
         configuration.protection = kind;
         Headroom room;
         {

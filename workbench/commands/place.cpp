@@ -119,7 +119,8 @@ int place(const Files& files, const Shared& shared) {
     const Demands demands = readDemands(
         files.demands.empty() ? files.network : files.demands, network, findings);
     printFindings(findings, shared);
-    Plan plan = newPlan(network, demands.demands, shared.configuration);
+    Plan plan = newPlan(network, demands.demands,
+                        withClassesOf(demands.demands, shared.configuration));
     PlaceTimes times;
     {
         Progress progress(shared, "placing", stepsOf(plan));

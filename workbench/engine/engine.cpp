@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <set>
 #include <stdexcept>
 
 #include "common/setup.h"
@@ -114,6 +115,13 @@ std::vector<std::string> Engine::takeErrors() {
     return texts;
 }
 
+std::vector<int> Engine::coloursWith(int bits) const {
+    std::set<int> colours;
+    for (const Link& link : network_.links)
+        if ((link.colour & bits) != 0) colours.insert(link.colour);
+    return {colours.begin(), colours.end()};
+}
+
 void Engine::allowPreemption(bool allow) {
     kavrilConfig.predicateConfig.allowReroute = allow;
 }
@@ -142,7 +150,9 @@ Path Engine::findPath(const Request& request, AvoidedLink avoided) {
     allowPreemption(request.preempt);
     COST = 0.0;
     if (computePrimaryPath(centralDB, &asked) < 0) return {};
-    return {.found = true, .nodes = valuesOf(asked.path), .score = COST};
+    const Path path = {.found = true, .nodes = valuesOf(asked.path), .score = COST};
+    const std::string broken = brokenLimit(request, path.nodes);
+    return broken.empty() ? path : pathWithinLimits(request, broken);
 }
 
 // Adds one LSP to the library and to the records; returns why not.
@@ -212,7 +222,7 @@ Answer Engine::request(const Request& request) {
     const Path path = findPath(request);
     takeErrors();
     if (!path.found) {
-        answer.reason = refusal(request);
+        answer.reason = path.reason.empty() ? refusal(request) : path.reason;
         return answer;
     }
     PlanLsp lsp;

@@ -31,6 +31,8 @@ struct Request {
     bool preempt = false;
     int replaces = -1;  // LSP with which it does not contend for bandwidth
     std::vector<int> avoidColours = {};  // of links
+    double maxDelay = 0.0;               // of the path, 0 for any
+    int maxHops = 0;
 };
 
 struct Answer {
@@ -52,6 +54,7 @@ struct Path {
     bool found = false;
     std::vector<int> nodes;
     double score = 0.0;
+    std::string reason{};  // why there is none, where a limit is to blame
 };
 
 class Engine {
@@ -64,7 +67,8 @@ class Engine {
     // Puts the LSPs of a plan up as they stand in it, without asking for room.
     void load(const std::vector<PlanLsp>& lsps);
 
-    // The best path of a request; nothing changes.
+    // The best path of a request; nothing changes. If that breaks a limit, the shortest
+    // path with room that keeps it.
     Path findPath(const Request& request, AvoidedLink avoided = {});
 
     // Finds a path, puts the LSP up and removes those that it preempts.
@@ -79,6 +83,9 @@ class Engine {
 
     const std::map<int, PlanLsp>& lsps() const { return lsps_; }
     std::vector<int> backupsOf(int primary) const;
+
+    // Colours of links that have one of these bits: the library compares colours whole.
+    std::vector<int> coloursWith(int bits) const;
 
     // Number of the link between two nodes, -1 if there is none.
     int linkBetween(int src, int dst) const;
@@ -107,6 +114,8 @@ class Engine {
     void drop(int lsp);
     PlanLsp backupOf(const PlanLsp& primary, int index, const LSPRequest& found) const;
     std::string refusal(const Request& request) const;
+    std::string brokenLimit(const Request& request, const std::vector<int>& path) const;
+    Path pathWithinLimits(const Request& request, const std::string& broken) const;
     std::string unprotectable(const PlanLsp& primary, const LSPRequestList& found) const;
     bool reachable(int src, int dst, int withoutLink) const;
 

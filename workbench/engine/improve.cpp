@@ -58,14 +58,9 @@ class Improver {
     void tryDemand(int index) {
         const PlanDemand& demand = plan_->demands[index];
         const PlanLsp old = engine_.lsps().at(demand.lsp);
-        const Request request = {.demand = index,
-                                 .src = demand.src,
-                                 .dst = demand.dst,
-                                 .trafficClass = demand.trafficClass,
-                                 .level = demand.level,
-                                 .bandwidth = demand.bandwidth,
-                                 .preempt = false,
-                                 .replaces = old.id};
+        Request request = requestFor(engine_, demand, index);
+        request.preempt = false;
+        request.replaces = old.id;
         const Path path = engine_.findPath(request);
         engine_.takeErrors();
         if (!path.found || path.nodes == old.path) return;

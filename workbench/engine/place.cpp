@@ -1,9 +1,14 @@
 #include "engine/place.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <chrono>
 #include <deque>
 #include <random>
+
+#include "cli/error.h"
+#include "names.h"
 
 namespace workbench {
 
@@ -39,6 +44,20 @@ void arrange(std::vector<Demand>* demands, const Configuration& configuration) {
     if (most > 0 && demands->size() > most) demands->resize(most);
 }
 
+int usualLevel(int trafficClass, const Configuration& configuration) {
+    const auto part =
+        std::ranges::find(configuration.parts, trafficClass, &TrafficPart::trafficClass);
+    return part == configuration.parts.end() ? 0 : part->level;
+}
+
+// A demand of a class of its own is not split.
+std::vector<TrafficPart> partsOf(const Demand& demand,
+                                 const Configuration& configuration) {
+    if (demand.trafficClass.empty()) return configuration.parts;
+    const int oa = classNamed(configuration.classes, demand.trafficClass);
+    return {{oa, usualLevel(oa, configuration), 1.0}};
+}
+
 // One run over a matrix; the queue holds indexes of demands.
 class Placement {
   public:
@@ -71,14 +90,7 @@ class Placement {
         waiting_.pop_front();
         PlanDemand& demand = (*demands_)[index];
         const Stopwatch watch;
-        const Answer answer =
-            engine_->request({.demand = index,
-                              .src = demand.src,
-                              .dst = demand.dst,
-                              .trafficClass = demand.trafficClass,
-                              .level = demand.level,
-                              .bandwidth = demand.bandwidth,
-                              .preempt = engine_->configuration().preempt});
+        const Answer answer = engine_->request(requestFor(*engine_, demand, index));
         if (times_ != nullptr) times_->requests.push_back(watch.seconds());
         const bool again = demand.outcome == Outcome::PREEMPTED;
         demand.lsp = answer.lsp;
@@ -130,25 +142,69 @@ class Placement {
 
 }  // namespace
 
+Configuration withClassesOf(const std::vector<Demand>& demands,
+                            const Configuration& configuration) {
+    const Configuration usual;
+    const bool hasOwn = configuration.classes.size() != 1 ||
+                        configuration.classes[0].name != usual.classes[0].name;
+    std::vector<TrafficClass> classes;
+    double all = 0.0;
+    for (const bool named : {false, true})  // the class of those without one is the first
+        for (const Demand& demand : demands) {
+            if (demand.trafficClass.empty() == named) continue;
+            const std::string& name = named ? demand.trafficClass : usual.classes[0].name;
+            auto known = std::ranges::find(classes, name, &TrafficClass::name);
+            if (known == classes.end())
+                known = classes.insert(known, {.name = name, .capacityShare = 0.0});
+            known->capacityShare += demand.bandwidth;
+            all += demand.bandwidth;
+        }
+    if (hasOwn || classes.empty()) return configuration;
+    if (classes.size() > kPlanClasses)
+        throw UserError(fmt::format("the demands name {} classes, at most {} are allowed",
+                                    classes.size(), kPlanClasses));
+    Configuration result = configuration;
+    result.classes = std::move(classes);
+    for (TrafficClass& known : result.classes) known.capacityShare /= all;
+    return result;
+}
+
 std::vector<PlanDemand> requestsOf(const std::vector<Demand>& demands,
                                    const Configuration& configuration) {
     std::vector<Demand> arranged = demands;
     arrange(&arranged, configuration);
     std::vector<PlanDemand> requests;
     for (const Demand& demand : arranged)
-        for (const TrafficPart& part : configuration.parts)
+        for (const TrafficPart& part : partsOf(demand, configuration))
             requests.push_back(
                 {.name = demand.name,
                  .src = demand.src,
                  .dst = demand.dst,
                  .trafficClass = part.trafficClass,
-                 .level = part.level,
+                 .level = demand.level.value_or(part.level),
                  .bandwidth = demand.bandwidth * configuration.scale * part.share,
                  .outcome = Outcome::REFUSED,
                  .lsp = -1,
                  .reason = {},
-                 .unprotected = {}});
+                 .unprotected = {},
+                 .avoid = demand.avoid,
+                 .maxDelay = demand.maxDelay,
+                 .maxHops = demand.maxHops});
     return requests;
+}
+
+Request requestFor(const Engine& engine, const PlanDemand& demand, int index) {
+    Request request = {.demand = index,
+                       .src = demand.src,
+                       .dst = demand.dst,
+                       .trafficClass = demand.trafficClass,
+                       .level = demand.level,
+                       .bandwidth = demand.bandwidth,
+                       .preempt = engine.configuration().preempt,
+                       .maxDelay = demand.maxDelay,
+                       .maxHops = demand.maxHops};
+    if (demand.avoid != 0) request.avoidColours = engine.coloursWith(demand.avoid);
+    return request;
 }
 
 bool placeAll(Engine* engine, std::vector<PlanDemand>* demands,

@@ -18,9 +18,17 @@ struct PlaceTimes {
 // Called after every step of long work; ends it by throwing.
 using Step = std::function<void()>;
 
+// The configuration with the classes that the demands name, unless it has classes of its
+// own: each with as much of the capacity as of the traffic. UserError for more than 8.
+Configuration withClassesOf(const std::vector<Demand>& demands,
+                            const Configuration& configuration);
+
 // The requests of a matrix under a configuration, in the order in which they are made.
 std::vector<PlanDemand> requestsOf(const std::vector<Demand>& demands,
                                    const Configuration& configuration);
+
+// What is asked of the engine for a demand of a plan.
+Request requestFor(const Engine& engine, const PlanDemand& demand, int index);
 
 // Makes the requests of a plan whose demands are filled in, in their order, requests
 // preempted LSPs again at once, the most important first, and then protects every
