@@ -38,6 +38,7 @@ struct Link {
     std::optional<double> metric;  // of the routing protocol
     std::optional<double> delay;   // in the file's unit: good for comparisons only
     std::string name;              // in the file, may be empty and need not be unique
+    std::vector<std::string> groups = {};  // shared risks: links that may fail together
 };
 
 struct Network {

@@ -116,6 +116,40 @@ const char* toText(Outcome outcome) {
     return "refused";
 }
 
+const char* toText(FailureKind kind) {
+    switch (kind) {
+        case FailureKind::LINK:
+            return "link";
+        case FailureKind::CABLE:
+            return "cable";
+        case FailureKind::NODE:
+            return "node";
+        case FailureKind::GROUP:
+            return "group";
+        case FailureKind::PAIR:
+            return "pair";
+        case FailureKind::CUSTOM:
+            break;
+    }
+    return "custom";
+}
+
+bool isDrained(const Plan& plan, int link) {
+    const auto has = [](const std::vector<int>& ids, int id) {
+        return std::ranges::find(ids, id) != ids.end();
+    };
+    const Link& one = plan.network.links[static_cast<std::size_t>(link)];
+    return has(plan.drained.links, link) || has(plan.drained.nodes, one.src) ||
+           has(plan.drained.nodes, one.dst);
+}
+
+double capacityOf(const Plan& plan, int link, int trafficClass) {
+    if (isDrained(plan, link)) return 0.0;
+    return plan.network.links[static_cast<std::size_t>(link)].capacity *
+           plan.configuration.classes[static_cast<std::size_t>(trafficClass)]
+               .capacityShare;
+}
+
 const char* toText(LspKind kind) {
     switch (kind) {
         case LspKind::LOCAL_BACKUP:

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,18 @@ struct TrafficPart {
     double share = 1.0;  // of the demand's bandwidth
 };
 
+enum class FailureKind { LINK, CABLE, NODE, GROUP, PAIR, CUSTOM };
+
+// What fails at once. A cable is the links of both directions.
+struct FailureSet {
+    FailureKind kind = FailureKind::CUSTOM;
+    std::string name;        // "A > B" for a link, "A - B" for a cable, "A" for a node
+    std::vector<int> links;  // ascending; a failed node takes its own links along
+    std::vector<int> nodes;
+    std::optional<double> probability = {};  // part of the time that it is down
+    bool operator==(const FailureSet&) const = default;
+};
+
 enum class Protection { NONE, LOCAL, GLOBAL };
 enum class Order { GIVEN, LARGEST, SHUFFLED };
 
@@ -39,6 +52,8 @@ struct Configuration {
     std::vector<TrafficPart> parts = {{0, 0, 1.0}};
     Weights weights;
     Protection protection = Protection::NONE;
+    // Failures that backups are to survive, besides that of single links.
+    std::vector<FailureKind> survive = {FailureKind::CABLE, FailureKind::NODE};
     Order order = Order::GIVEN;
     bool preempt = true;
     double scale = 1.0;      // of every demand
@@ -68,6 +83,9 @@ struct PlanDemand {
     int avoid = 0;            // colours of links to avoid, a bit mask
     double maxDelay = 0.0;    // of the primary's path, 0 for any
     int maxHops = 0;
+    // Of the failures to survive, those that its backups do not cover, by name.
+    std::vector<std::string> exposed = {};
+    std::vector<int> route = {};  // nodes that it must take; empty: any
 };
 
 enum class LspKind { PRIMARY, LOCAL_BACKUP, GLOBAL_BACKUP };
@@ -129,9 +147,18 @@ struct Summary {
     double backupDedicated = 0.0;  // what the same backups would take without sharing
 };
 
+// Taken out of service for a while: in the network, but nothing may use it.
+struct Drained {
+    std::vector<int> nodes;
+    std::vector<int> links;
+    bool operator==(const Drained&) const = default;
+};
+
 struct Plan {
     Network network;
     Configuration configuration;
+    std::vector<FailureSet> failureSets;  // risk groups and others that were named
+    Drained drained;
     std::vector<PlanDemand> demands;
     std::vector<PlanLsp> lsps;      // ascending ids; a primary before its backups
     std::vector<LinkTables> links;  // as the network's links
@@ -148,5 +175,12 @@ const char* toText(Protection protection);
 const char* toText(Order order);
 const char* toText(Outcome outcome);
 const char* toText(LspKind kind);
+const char* toText(FailureKind kind);
+
+// Whether a link, or one of its ends, is drained.
+bool isDrained(const Plan& plan, int link);
+
+// Of a class on a link; none while it is drained.
+double capacityOf(const Plan& plan, int link, int trafficClass);
 
 }  // namespace workbench

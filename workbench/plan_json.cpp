@@ -1,6 +1,6 @@
 #include "plan_json.h"
 
-#include <array>
+#include <algorithm>
 
 #include "cli/error.h"
 #include "cli/file.h"
@@ -57,6 +57,38 @@ void from_json(const json& from, LspKind& to) {
                  &to);
 }
 
+void to_json(json& to, const FailureKind& from) {
+    to = toText(from);
+}
+void from_json(const json& from, FailureKind& to) {
+    enumFromJson(from,
+                 {FailureKind::LINK, FailureKind::CABLE, FailureKind::NODE,
+                  FailureKind::GROUP, FailureKind::PAIR, FailureKind::CUSTOM},
+                 &to);
+}
+
+// Members that older plans do not have.
+template <class Value>
+void getIfThere(const json& from, const char* key, Value* value) {
+    if (from.contains(key)) from[key].get_to(*value);
+}
+
+void to_json(json& to, const FailureSet& from) {
+    to = {{"kind", from.kind},
+          {"name", from.name},
+          {"links", from.links},
+          {"nodes", from.nodes}};
+    if (from.probability) to["probability"] = *from.probability;
+}
+void from_json(const json& from, FailureSet& to) {
+    from.at("kind").get_to(to.kind);
+    from.at("name").get_to(to.name);
+    from.at("links").get_to(to.links);
+    from.at("nodes").get_to(to.nodes);
+    if (from.contains("probability")) to.probability = from["probability"].get<double>();
+}
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Drained, nodes, links)
+
 void to_json(json& to, const FailureCell& from) {
     to = json::array({from.trafficClass, from.level, from.failedLink, from.bandwidth});
 }
@@ -77,23 +109,39 @@ void from_json(const json& from, Weights& to) {
         from.at(name.name).get_to(to.*name.weight);
 }
 
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Configuration, classes, parts, weights, protection,
-                                   order, preempt, scale, maxDemands, seed)
+void to_json(json& to, const Configuration& from) {
+    to = {{"classes", from.classes},       {"parts", from.parts},
+          {"weights", from.weights},       {"protection", from.protection},
+          {"survive", from.survive},       {"order", from.order},
+          {"preempt", from.preempt},       {"scale", from.scale},
+          {"maxDemands", from.maxDemands}, {"seed", from.seed}};
+}
+void from_json(const json& from, Configuration& to) {
+    from.at("classes").get_to(to.classes);
+    from.at("parts").get_to(to.parts);
+    from.at("weights").get_to(to.weights);
+    from.at("protection").get_to(to.protection);
+    to.survive.clear();
+    getIfThere(from, "survive", &to.survive);
+    from.at("order").get_to(to.order);
+    from.at("preempt").get_to(to.preempt);
+    from.at("scale").get_to(to.scale);
+    from.at("maxDemands").get_to(to.maxDemands);
+    from.at("seed").get_to(to.seed);
+}
+
 void to_json(json& to, const PlanDemand& from) {
-    to = {{"name", from.name},
-          {"src", from.src},
-          {"dst", from.dst},
-          {"trafficClass", from.trafficClass},
-          {"level", from.level},
-          {"bandwidth", from.bandwidth},
-          {"outcome", from.outcome},
-          {"lsp", from.lsp},
-          {"reason", from.reason},
-          {"unprotected", from.unprotected}};
+    to = {{"name", from.name},       {"src", from.src},
+          {"dst", from.dst},         {"trafficClass", from.trafficClass},
+          {"level", from.level},     {"bandwidth", from.bandwidth},
+          {"outcome", from.outcome}, {"lsp", from.lsp},
+          {"reason", from.reason},   {"unprotected", from.unprotected}};
     // Few demands have limits.
     if (from.avoid != 0) to["avoid"] = from.avoid;
     if (from.maxDelay > 0.0) to["maxDelay"] = from.maxDelay;
     if (from.maxHops > 0) to["maxHops"] = from.maxHops;
+    if (!from.exposed.empty()) to["exposed"] = from.exposed;
+    if (!from.route.empty()) to["route"] = from.route;
 }
 void from_json(const json& from, PlanDemand& to) {
     from.at("name").get_to(to.name);
@@ -109,7 +157,10 @@ void from_json(const json& from, PlanDemand& to) {
     to.avoid = from.value("avoid", 0);
     to.maxDelay = from.value("maxDelay", 0.0);
     to.maxHops = from.value("maxHops", 0);
+    getIfThere(from, "exposed", &to.exposed);
+    getIfThere(from, "route", &to.route);
 }
+
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(PlanLsp, id, demand, kind, primary, path, trafficClass,
                                    level, bandwidth, protectedLinks, protectedNodes)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(LinkTables, capacity, primary, reserved, backup, freed)
@@ -139,6 +190,21 @@ bool isIndex(int value, std::size_t size) {
     return value >= 0 && static_cast<std::size_t>(value) < size;
 }
 
+bool areIndexes(const std::vector<int>& values, std::size_t size) {
+    return std::ranges::all_of(values,
+                               [size](int value) { return isIndex(value, size); });
+}
+
+void checkFailureSets(const Plan& plan) {
+    const std::size_t nodes = plan.network.nodes.size();
+    const std::size_t links = plan.network.links.size();
+    for (const FailureSet& set : plan.failureSets)
+        check(areIndexes(set.links, links) && areIndexes(set.nodes, nodes),
+              "failure " + set.name + " has a link or node that is not there");
+    check(areIndexes(plan.drained.links, links) && areIndexes(plan.drained.nodes, nodes),
+          "a link or node is drained that is not there");
+}
+
 void checkConfiguration(const Configuration& configuration) {
     const std::size_t classes = configuration.classes.size();
     check(classes >= 1 && classes <= kPlanClasses, "1 to 8 classes expected");
@@ -153,6 +219,7 @@ void checkDemands(const Plan& plan) {
     for (std::size_t i = 0; i < plan.demands.size(); i++) {
         const PlanDemand& demand = plan.demands[i];
         check(isIndex(demand.src, nodes) && isIndex(demand.dst, nodes) &&
+                  areIndexes(demand.route, nodes) &&
                   isIndex(demand.trafficClass, classes) &&
                   isIndex(demand.level, kPlanLevels),
               "demand " + std::to_string(i) +
@@ -167,9 +234,9 @@ void checkLsps(const Plan& plan) {
         bool holds = lsp.id >= 0 && isIndex(lsp.demand, plan.demands.size()) &&
                      isIndex(lsp.trafficClass, plan.configuration.classes.size()) &&
                      isIndex(lsp.level, kPlanLevels);
-        for (int node : lsp.path) holds = holds && isIndex(node, nodes);
-        for (int node : lsp.protectedNodes) holds = holds && isIndex(node, nodes);
-        for (int link : lsp.protectedLinks) holds = holds && isIndex(link, links);
+        holds = holds && areIndexes(lsp.path, nodes) &&
+                areIndexes(lsp.protectedNodes, nodes) &&
+                areIndexes(lsp.protectedLinks, links);
         check(holds, "LSP " + std::to_string(lsp.id) +
                          " has a demand, node, link, class or level that is not there");
     }
@@ -200,11 +267,14 @@ Plan planFrom(const json& root) {
     Plan plan;
     plan.network = networkFromJson(root.at("network"));
     root.at("configuration").get_to(plan.configuration);
+    getIfThere(root, "failureSets", &plan.failureSets);
+    getIfThere(root, "drained", &plan.drained);
     root.at("demands").get_to(plan.demands);
     root.at("lsps").get_to(plan.lsps);
     root.at("links").get_to(plan.links);
     root.at("summary").get_to(plan.summary);
     checkConfiguration(plan.configuration);
+    checkFailureSets(plan);
     checkDemands(plan);
     checkLsps(plan);
     checkTables(plan);
@@ -219,6 +289,8 @@ std::string planText(const Plan& plan) {
                        ",\n\"summary\": " + json(plan.summary).dump() +
                        ",\n\"configuration\": " + json(plan.configuration).dump() +
                        ",\n\"network\": " + toJson(plan.network).dump();
+    if (plan.drained != Drained()) text += ",\n\"drained\": " + json(plan.drained).dump();
+    if (!plan.failureSets.empty()) appendList("failureSets", plan.failureSets, &text);
     appendList("demands", plan.demands, &text);
     appendList("lsps", plan.lsps, &text);
     appendList("links", plan.links, &text);

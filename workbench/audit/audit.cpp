@@ -1,6 +1,7 @@
 #include "audit/audit.h"
 
 #include "audit/drill.h"
+#include "audit/failure_sets.h"
 #include "audit/recompute.h"
 #include "audit/routes.h"
 
@@ -11,13 +12,19 @@ namespace {
 void count(const Failure& failure, AuditResult* result) {
     result->hit += failure.hit.size();
     result->restored += failure.restored.size();
-    result->overloadedFailures += failure.overloads.empty() ? 0 : 1;
+    if (!failure.overloads.empty()) {
+        result->overloadedFailures++;
+        result->overloadedClaimed += failure.claimed ? 1 : 0;
+    }
     for (const Lost& lost : failure.lost) switch (lost.cause) {
             case LossCause::ENDS_HERE:
                 result->lostEndsHere++;
                 break;
             case LossCause::UNPROTECTED:
                 result->lostUnprotected++;
+                break;
+            case LossCause::NOT_COVERED:
+                result->lostNotCovered++;
                 break;
             case LossCause::BROKEN:
                 result->lostBroken++;
@@ -29,20 +36,26 @@ void count(const Failure& failure, AuditResult* result) {
 
 bool AuditResult::isClean() const {
     return problems.empty() && overloads.empty() && lostBroken == 0 &&
-           overloadedFailures == 0 && tables.differing.empty();
+           overloadedClaimed == 0 && tables.differing.empty();
 }
 
 AuditResult audit(const Plan& plan) {
+    return audit(plan, failuresOf(plan, {FailureKind::CABLE, FailureKind::NODE}));
+}
+
+AuditResult audit(const Plan& plan, const std::vector<FailureSet>& failures,
+                  const std::function<void()>& step) {
     AuditResult result;
     const Routes routes(plan, &result.problems);
     Drill drill(plan, routes);
     result.fullest = drill.fullest();
     result.overloads = drill.overloads();
-    for (int link = 0; link < std::ssize(plan.network.links); link++)
-        result.failures.push_back(drill.failLink(link));
-    for (int node = 0; node < std::ssize(plan.network.nodes); node++)
-        result.failures.push_back(drill.failNode(node));
-    for (const Failure& failure : result.failures) count(failure, &result);
+    for (const FailureSet& set : failures) {
+        result.failures.push_back(drill.fail(set));
+        count(result.failures.back(), &result);
+        if (step) step();
+    }
+    result.worst = drill.worst();
     result.tables = checkTables(plan, recomputeTables(plan, routes));
     return result;
 }
@@ -51,6 +64,8 @@ const char* toText(LossCause cause) {
     switch (cause) {
         case LossCause::ENDS_HERE:
             return "ends here";
+        case LossCause::NOT_COVERED:
+            return "not covered";
         case LossCause::BROKEN:
             return "protected";
         case LossCause::UNPROTECTED:

@@ -1,18 +1,17 @@
-// Checks a plan from outside: what every single failure does to its LSPs and links, and
-// whether its bandwidth tables are those of its LSPs.
+// Checks a plan from outside: what failures do to its LSPs and links, and whether its
+// bandwidth tables are those of its LSPs.
 //
 // Nothing here asks the library. Loads are added up hop by hop from the paths of the
 // LSPs; the tables only say what ought to be in them.
 //
-// What counts as protected. A backup restores the failures that the plan says it is there
-// for: a local one the link behind its head and, where it stays clear of it, the node at
-// that link's end; a global one every link of its primary and the nodes between the ends
-// that it stays clear of. A primary without a note in the plan that it is unprotected is
-// promised protection from the failure of each of its links, and from that of the nodes
-// that its backups name. Losing a promised LSP is a broken promise. An LSP that starts or
-// ends at the failed node is lost, but no protection could help it.
+// What is promised. A plan says which kinds of failures its backups are to survive:
+// cables and nodes unless told otherwise, and single links always. A primary without a
+// note that it is unprotected is promised to survive all of these but the ones that it is
+// noted to be exposed to. Losing a promised LSP is a broken promise. An LSP that starts
+// or ends at a failed node is lost, but no protection could help it.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -25,13 +24,14 @@ constexpr double kRounding = 1e-9;
 
 enum class LossCause {
     ENDS_HERE,    // at the failed node
-    UNPROTECTED,  // nothing was promised
+    UNPROTECTED,  // it has no backup
+    NOT_COVERED,  // its backups are not there for this failure
     BROKEN,       // protection was promised
 };
 
 struct Restored {
-    int lsp = 0;  // a primary
-    int backup = 0;
+    int lsp = 0;               // a primary
+    std::vector<int> backups;  // in the order in which the traffic takes them
 };
 
 struct Lost {
@@ -49,14 +49,22 @@ struct Load {
     double share() const { return capacity > 0.0 ? bandwidth / capacity : 0.0; }
 };
 
+// The fullest that a link gets in a class.
+struct WorstLoad {
+    Load load;
+    int failure = -1;  // that causes it, by its place in AuditResult; -1: none is needed
+};
+
 struct Failure {
-    bool isNode = false;
-    int id = 0;  // link or node
+    FailureSet set;
+    bool claimed = false;  // of a kind that the plan's backups are to survive
     std::vector<int> hit;
     std::vector<Restored> restored;
     std::vector<Lost> lost;
-    Load fullest;                 // after the switch to the backups; link -1: no load
-    std::vector<Load> overloads;  // links above their capacity
+    double bandwidthLost = 0.0;      // but for LSPs that end at a failed node
+    double bandwidthEndsHere = 0.0;  // of these
+    Load fullest;                    // after the switch to the backups; link -1: no load
+    std::vector<Load> overloads;     // links above their capacity
 };
 
 // A cell of the plan's tables that is not what its LSPs give.
@@ -81,20 +89,28 @@ struct AuditResult {
     std::vector<std::string> problems;  // LSPs that cannot be what the plan says
     std::vector<Load> overloads;        // with nothing failed
     Load fullest;
-    std::vector<Failure> failures;  // every link, then every node
+    std::vector<Failure> failures;
+    std::vector<WorstLoad> worst;  // by link * classes + class, over all failures
     TableCheck tables;
     std::size_t hit = 0;  // sums over all failures
     std::size_t restored = 0;
     std::size_t lostEndsHere = 0;
     std::size_t lostUnprotected = 0;
+    std::size_t lostNotCovered = 0;
     std::size_t lostBroken = 0;
     std::size_t overloadedFailures = 0;
+    std::size_t overloadedClaimed = 0;  // of a kind that backups are to survive
 
-    // No promise broken, no link overloaded, tables and LSPs in order.
+    // No promise broken, no link overloaded where the plan says that there is room,
+    // tables and LSPs in order.
     bool isClean() const;
 };
 
+// Cables and nodes unless told otherwise.
 AuditResult audit(const Plan& plan);
+// `step` is called after every failure.
+AuditResult audit(const Plan& plan, const std::vector<FailureSet>& failures,
+                  const std::function<void()>& step = {});
 
 const char* toText(LossCause cause);
 

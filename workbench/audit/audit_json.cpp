@@ -4,8 +4,6 @@ namespace workbench {
 
 using nlohmann::json;
 
-namespace {
-
 json toJson(const Load& load) {
     if (load.link < 0) return nullptr;
     return {{"link", load.link},
@@ -15,29 +13,74 @@ json toJson(const Load& load) {
             {"share", load.share()}};
 }
 
+namespace {
+
 json toJson(const std::vector<Load>& loads) {
     json all = json::array();
     for (const Load& load : loads) all.push_back(toJson(load));
     return all;
 }
 
-json toJson(const Failure& failure, const Plan& plan) {
+json toJson(const Failure& failure) {
     json restored = json::array();
     for (const Restored& one : failure.restored)
-        restored.push_back({{"lsp", one.lsp}, {"backup", one.backup}});
+        restored.push_back({{"lsp", one.lsp}, {"backups", one.backups}});
     json lost = json::array();
     for (const Lost& one : failure.lost)
         lost.push_back(
             {{"lsp", one.lsp}, {"cause", toText(one.cause)}, {"reason", one.reason}});
-    return {{"kind", failure.isNode ? "node" : "link"},
-            {"id", failure.id},
-            {"name", failure.isNode ? plan.network.nodes[failure.id].name
-                                    : linkName(plan.network, failure.id)},
-            {"hit", failure.hit},
-            {"restored", std::move(restored)},
-            {"lost", std::move(lost)},
-            {"fullest", toJson(failure.fullest)},
-            {"overloads", toJson(failure.overloads)}};
+    json out = {{"kind", toText(failure.set.kind)},
+                {"name", failure.set.name},
+                {"links", failure.set.links},
+                {"nodes", failure.set.nodes},
+                {"claimed", failure.claimed},
+                {"hit", failure.hit},
+                {"restored", std::move(restored)},
+                {"lost", std::move(lost)},
+                {"bandwidthLost", failure.bandwidthLost},
+                {"bandwidthEndsHere", failure.bandwidthEndsHere},
+                {"fullest", toJson(failure.fullest)},
+                {"overloads", toJson(failure.overloads)}};
+    if (failure.set.probability) out["probability"] = *failure.set.probability;
+    return out;
+}
+
+json toJson(const Fate& fate, const Plan& plan) {
+    json out = {{"requested", fate.requested},
+                {"carried", fate.carried},
+                {"protected", fate.isProtected},
+                {"bandwidthRequested", fate.bandwidthRequested},
+                {"bandwidthCarried", fate.bandwidthCarried},
+                {"bandwidthProtected", fate.bandwidthProtected},
+                {"bandwidthBackups", fate.bandwidthBackups},
+                {"worstLost", fate.worstLost},
+                {"worstFailure", fate.worstFailure}};
+    if (fate.trafficClass >= 0)
+        out["trafficClass"] = plan.configuration.classes[fate.trafficClass].name;
+    if (fate.level >= 0) out["level"] = fate.level;
+    if (fate.lowestAvailability) out["lowestAvailability"] = *fate.lowestAvailability;
+    if (fate.meanAvailability) out["meanAvailability"] = *fate.meanAvailability;
+    return out;
+}
+
+json toJson(const Verdict& verdict, const Plan& plan) {
+    json out = {{"all", toJson(verdict.all, plan)},
+                {"classes", json::array()},
+                {"levels", json::array()},
+                {"worstLoad", verdict.worstLoad},
+                {"overloads", verdict.overloads}};
+    for (const Fate& fate : verdict.classes) out["classes"].push_back(toJson(fate, plan));
+    for (const Fate& fate : verdict.levels) out["levels"].push_back(toJson(fate, plan));
+    return out;
+}
+
+json availabilityOf(const Plan& plan, const AuditResult& result) {
+    json all = json::array();
+    const std::vector<double> up = availabilities(plan, result);
+    for (std::size_t i = 0; i < plan.lsps.size(); i++)
+        if (plan.lsps[i].kind == LspKind::PRIMARY)
+            all.push_back({{"lsp", plan.lsps[i].id}, {"availability", up[i]}});
+    return all;
 }
 
 json toJson(const TableCheck& tables) {
@@ -60,25 +103,35 @@ json toJson(const TableCheck& tables) {
 
 }  // namespace
 
-json toJson(const AuditResult& result, const Plan& plan) {
+json toJson(const AuditResult& result, const Verdict& verdict, const Plan& plan) {
     json failures = json::array();
-    for (const Failure& failure : result.failures)
-        failures.push_back(toJson(failure, plan));
-    return {
+    for (const Failure& failure : result.failures) failures.push_back(toJson(failure));
+    json worst = json::array();
+    for (const WorstLoad& one : result.worst) {
+        worst.push_back(toJson(one.load));
+        worst.back()["failure"] = one.failure;
+    }
+    json out = {
         {"clean", result.isClean()},
+        {"verdict", toJson(verdict, plan)},
         {"summary",
          {{"failures", result.failures.size()},
           {"hit", result.hit},
           {"restored", result.restored},
           {"lostEndsHere", result.lostEndsHere},
           {"lostUnprotected", result.lostUnprotected},
+          {"lostNotCovered", result.lostNotCovered},
           {"lostProtected", result.lostBroken},
-          {"overloadedFailures", result.overloadedFailures}}},
+          {"overloadedFailures", result.overloadedFailures},
+          {"overloadedClaimed", result.overloadedClaimed}}},
         {"problems", result.problems},
         {"withoutFailure",
          {{"fullest", toJson(result.fullest)}, {"overloads", toJson(result.overloads)}}},
         {"failures", std::move(failures)},
+        {"worst", std::move(worst)},
         {"tables", toJson(result.tables)}};
+    if (verdict.all.meanAvailability) out["availability"] = availabilityOf(plan, result);
+    return out;
 }
 
 }  // namespace workbench

@@ -3,10 +3,13 @@
 
 #include <nlohmann/json.hpp>
 
-#include "audit/audit.h"
+#include "audit/verdict.h"
 
 namespace workbench {
 
-nlohmann::json toJson(const AuditResult& result, const Plan& plan);
+nlohmann::json toJson(const AuditResult& result, const Verdict& verdict,
+                      const Plan& plan);
+
+nlohmann::json toJson(const Load& load);
 
 }  // namespace workbench

@@ -7,15 +7,6 @@ namespace workbench {
 
 namespace {
 
-bool contains(const std::vector<int>& values, int value) {
-    return std::ranges::find(values, value) != values.end();
-}
-
-bool names(const PlanLsp& backup, const Failure& failure) {
-    return contains(failure.isNode ? backup.protectedNodes : backup.protectedLinks,
-                    failure.id);
-}
-
 bool isOverloaded(const Load& load) {
     return load.bandwidth > load.capacity * (1.0 + kRounding);
 }
@@ -30,10 +21,12 @@ Drill::Drill(const Plan& plan, const Routes& routes)
     : plan_(plan),
       routes_(routes),
       nbClasses_(plan.configuration.classes.size()),
+      outage_(plan.network),
+      claimed_(plan.configuration.survive.begin(), plan.configuration.survive.end()),
       load_(plan.network.links.size() * nbClasses_, 0.0),
       byShare_(load_.size()),
-      isChanged_(load_.size(), 0),
-      isPromised_(plan.demands.size(), 0) {
+      isChanged_(load_.size(), 0) {
+    claimed_.insert(FailureKind::LINK);
     for (const Route& route : routes.all())
         if (route.lsp->kind == LspKind::PRIMARY) add(route.links, *route.lsp, 1.0);
     changes_.clear();
@@ -42,17 +35,14 @@ Drill::Drill(const Plan& plan, const Routes& routes)
     std::ranges::stable_sort(byShare_, [this](std::size_t a, std::size_t b) {
         return loadOf(a).share() > loadOf(b).share();
     });
-    for (std::size_t i = 0; i < plan.demands.size(); i++)
-        isPromised_[i] = plan.configuration.protection != Protection::NONE &&
-                         plan.demands[i].unprotected.empty();
+    for (std::size_t cell = 0; cell < load_.size(); cell++)
+        worst_.push_back({.load = loadOf(cell), .failure = -1});
 }
 
 Load Drill::loadOf(std::size_t cell) const {
     const auto link = static_cast<int>(cell / nbClasses_);
     const auto oa = static_cast<int>(cell % nbClasses_);
-    return {link, oa, load_[cell],
-            plan_.network.links[link].capacity *
-                plan_.configuration.classes[oa].capacityShare};
+    return {link, oa, load_[cell], capacityOf(plan_, link, oa)};
 }
 
 void Drill::addTo(std::size_t cell, double bandwidth) {
@@ -87,70 +77,67 @@ std::vector<Load> Drill::overloads() const {
     return over;
 }
 
-bool Drill::isDown(int link, const Failure& failure) const {
-    if (!failure.isNode) return link == failure.id;
-    const Link& ends = plan_.network.links[link];
-    return ends.src == failure.id || ends.dst == failure.id;
+std::vector<const Route*> Drill::hitBy(const FailureSet& set) const {
+    std::vector<const Route*> hit;
+    for (int link : set.links)
+        hit.insert(hit.end(), routes_.onLink(link).begin(), routes_.onLink(link).end());
+    for (int node : set.nodes)
+        hit.insert(hit.end(), routes_.atNode(node).begin(), routes_.atNode(node).end());
+    std::ranges::sort(hit, {}, [](const Route* route) { return route->lsp->id; });
+    hit.erase(std::unique(hit.begin(), hit.end()), hit.end());
+    return hit;
 }
 
-// The primary up to the backup's head, the backup, and the primary from where it ends.
-std::vector<int> Drill::detour(const Route& route, const Route& backup) const {
-    const std::vector<int>& nodes = route.lsp->path;
-    const auto head = std::ranges::find(nodes, backup.lsp->path.front());
-    const auto merge = std::find(head, nodes.end(), backup.lsp->path.back());
-    std::vector<int> links(route.links.begin(),
-                           route.links.begin() + (head - nodes.begin()));
-    links.insert(links.end(), backup.links.begin(), backup.links.end());
-    links.insert(links.end(), route.links.begin() + (merge - nodes.begin()),
-                 route.links.end());
-    return links;
+LossCause Drill::causeOf(const PlanLsp& lsp, const Route& route,
+                         const Failure& failure) const {
+    const PlanDemand& demand = plan_.demands[lsp.demand];
+    const bool promised = plan_.configuration.protection != Protection::NONE &&
+                          demand.unprotected.empty() && failure.claimed &&
+                          std::ranges::count(demand.exposed, failure.set.name) == 0;
+    if (promised) return LossCause::BROKEN;
+    return route.backups.empty() ? LossCause::UNPROTECTED : LossCause::NOT_COVERED;
 }
 
 void Drill::reroute(const Route& route, Failure* failure) {
     const PlanLsp& lsp = *route.lsp;
-    if (failure->isNode &&
-        (lsp.path.front() == failure->id || lsp.path.back() == failure->id)) {
-        failure->lost.push_back(
-            {lsp.id, LossCause::ENDS_HERE, "ends at the failed node"});
+    Switchover to = switchOver(route, outage_);
+    if (to.restored) {
+        add(to.links, lsp, 1.0);
+        failure->restored.push_back({lsp.id, std::move(to.backups)});
         return;
     }
-    bool promised = !failure->isNode && isPromised_[lsp.demand];
-    std::string reason = plan_.demands[lsp.demand].unprotected;
-    for (const Route* backup : route.backups) {
-        if (!names(*backup->lsp, *failure)) continue;
-        promised = true;
-        const std::vector<int> links = detour(route, *backup);
-        if (std::ranges::any_of(links, [&](int l) { return isDown(l, *failure); })) {
-            reason = "backup " + std::to_string(backup->lsp->id) + " has failed too";
-            continue;
-        }
-        failure->restored.push_back({lsp.id, backup->lsp->id});
-        add(links, lsp, 1.0);
-        return;
-    }
-    if (reason.empty())
-        reason = route.backups.empty() ? "has no backup"
-                 : failure->isNode     ? "its backup protects the link only"
-                                       : "no backup is there for this link";
-    failure->lost.push_back(
-        {lsp.id, promised ? LossCause::BROKEN : LossCause::UNPROTECTED, reason});
+    const LossCause cause =
+        to.endsHere ? LossCause::ENDS_HERE : causeOf(lsp, route, *failure);
+    if (cause == LossCause::UNPROTECTED && !plan_.demands[lsp.demand].unprotected.empty())
+        to.reason = plan_.demands[lsp.demand].unprotected;
+    (to.endsHere ? failure->bandwidthEndsHere : failure->bandwidthLost) += lsp.bandwidth;
+    failure->lost.push_back({lsp.id, cause, std::move(to.reason)});
 }
 
-void Drill::fail(const std::vector<const Route*>& hit, Failure* failure) {
-    for (const Route* route : hit) {
-        failure->hit.push_back(route->lsp->id);
+Failure Drill::fail(const FailureSet& set) {
+    Failure failure;
+    failure.set = set;
+    failure.claimed = claimed_.contains(set.kind);
+    outage_.begin(set);
+    for (const Route* route : hitBy(set)) {
+        failure.hit.push_back(route->lsp->id);
         add(route->links, *route->lsp, -1.0);
-        reroute(*route, failure);
+        reroute(*route, &failure);
     }
-    judge(failure);
+    outage_.end();
+    judge(&failure);
     putBack();
+    nbFailures_++;
+    return failure;
 }
 
-void Drill::judge(Failure* failure) const {
+void Drill::judge(Failure* failure) {
     for (const Change& change : changes_) {
         const Load load = loadOf(change.cell);
         if (isFuller(load, failure->fullest)) failure->fullest = load;
         if (isOverloaded(load)) failure->overloads.push_back(load);
+        if (load.bandwidth > worst_[change.cell].load.bandwidth)
+            worst_[change.cell] = {.load = load, .failure = nbFailures_};
     }
     const auto still = std::ranges::find_if(
         byShare_, [this](std::size_t cell) { return !isChanged_[cell]; });
@@ -159,21 +146,6 @@ void Drill::judge(Failure* failure) const {
     std::ranges::sort(failure->overloads, {}, [](const Load& load) {
         return std::pair(load.link, load.trafficClass);
     });
-}
-
-Failure Drill::failLink(int link) {
-    Failure failure;
-    failure.id = link;
-    fail(routes_.onLink(link), &failure);
-    return failure;
-}
-
-Failure Drill::failNode(int node) {
-    Failure failure;
-    failure.isNode = true;
-    failure.id = node;
-    fail(routes_.atNode(node), &failure);
-    return failure;
 }
 
 }  // namespace workbench

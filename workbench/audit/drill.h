@@ -1,10 +1,11 @@
-// Fails links and nodes on paper.
+// Fails sets of links and nodes on paper.
 #pragma once
 
+#include <set>
 #include <vector>
 
 #include "audit/audit.h"
-#include "audit/routes.h"
+#include "audit/switchover.h"
 
 namespace workbench {
 
@@ -13,12 +14,15 @@ class Drill {
   public:
     Drill(const Plan& plan, const Routes& routes);
 
-    Failure failLink(int link);
-    Failure failNode(int node);
+    // Failures are counted from 0 in the order in which they are tried.
+    Failure fail(const FailureSet& set);
 
     // With nothing failed.
     Load fullest() const;
     std::vector<Load> overloads() const;
+
+    // So far: by link * classes + class.
+    const std::vector<WorstLoad>& worst() const { return worst_; }
 
   private:
     struct Change {
@@ -26,24 +30,27 @@ class Drill {
         double before;
     };
 
-    void fail(const std::vector<const Route*>& hit, Failure* failure);
+    std::vector<const Route*> hitBy(const FailureSet& set) const;
     void reroute(const Route& route, Failure* failure);
-    bool isDown(int link, const Failure& failure) const;
-    std::vector<int> detour(const Route& route, const Route& backup) const;
+    LossCause causeOf(const PlanLsp& lsp, const Route& route,
+                      const Failure& failure) const;
     void add(const std::vector<int>& links, const PlanLsp& lsp, double sign);
     void addTo(std::size_t cell, double bandwidth);
     Load loadOf(std::size_t cell) const;
-    void judge(Failure* failure) const;
+    void judge(Failure* failure);
     void putBack();
 
     const Plan& plan_;
     const Routes& routes_;
     std::size_t nbClasses_;
+    Outage outage_;
+    std::set<FailureKind> claimed_;
     std::vector<double> load_;          // by link * classes + class
     std::vector<std::size_t> byShare_;  // cells, the fullest first, with nothing failed
     std::vector<Change> changes_;       // of the failure in hand, each cell once
     std::vector<char> isChanged_;       // by cell
-    std::vector<char> isPromised_;      // by demand: protection from link failures
+    std::vector<WorstLoad> worst_;
+    int nbFailures_ = 0;
 };
 
 }  // namespace workbench

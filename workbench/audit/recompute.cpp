@@ -162,8 +162,8 @@ std::vector<LinkTables> recomputeTables(const Plan& plan, const Routes& routes) 
             bookBackup(route, *routes.find(route.lsp->primary), &books);
     for (std::size_t i = 0; i < tables.size(); i++) {
         for (std::size_t oa = 0; oa < classes; oa++) {
-            tables[i].capacity.push_back(plan.network.links[i].capacity *
-                                         plan.configuration.classes[oa].capacityShare);
+            tables[i].capacity.push_back(
+                capacityOf(plan, static_cast<int>(i), static_cast<int>(oa)));
             tables[i].reserved.push_back(
                 reservedOf(plan, books[i], tables[i].primary[oa], static_cast<int>(oa)));
         }

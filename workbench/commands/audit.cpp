@@ -1,10 +1,16 @@
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
+#include <map>
 
-#include "audit/audit.h"
 #include "audit/audit_json.h"
+#include "audit/failure_sets.h"
+#include "audit/verdict.h"
+#include "cli/error.h"
+#include "cli/progress.h"
 #include "commands/commands.h"
+#include "commands/options.h"
 #include "plan_json.h"
 
 namespace workbench {
@@ -13,10 +19,17 @@ namespace {
 
 constexpr std::size_t kMost = 10;  // lines of each kind
 
-std::string nameOf(const Failure& failure, const Network& network) {
-    return failure.isNode ? "node " + network.nodes[failure.id].name
-                          : "link " + linkName(network, failure.id);
-}
+struct Options {
+    std::string plan;
+    std::vector<std::string> kinds;
+    std::string sets;
+    std::vector<std::string> fail;
+    std::vector<std::string> mtbf;
+    std::vector<std::string> mttr;
+    std::vector<std::string> requirements;
+    bool eachFailure = false;
+    bool eachLink = false;
+};
 
 std::string text(const Load& load, const Plan& plan) {
     const std::string& unit = plan.network.unit;
@@ -26,6 +39,14 @@ std::string text(const Load& load, const Plan& plan) {
                        formatBandwidth(load.bandwidth, unit),
                        formatBandwidth(load.capacity, unit),
                        plan.configuration.classes[load.trafficClass].name);
+}
+
+std::string nameOf(const FailureSet& set) {
+    return std::string(toText(set.kind)) + " " + set.name;
+}
+
+double percent(double part, double whole) {
+    return whole > 0.0 ? 100.0 * part / whole : 100.0;
 }
 
 void printMore(std::size_t all) {
@@ -40,13 +61,13 @@ void printProblems(const AuditResult& result) {
     printMore(result.problems.size());
 }
 
-void printBroken(const AuditResult& result, const Plan& plan) {
+void printBroken(const AuditResult& result) {
     std::size_t shown = 0;
     for (const Failure& failure : result.failures)
         for (const Lost& lost : failure.lost)
             if (lost.cause == LossCause::BROKEN && shown++ < kMost)
                 fmt::print("      LSP {} when {} fails: {}\n", lost.lsp,
-                           nameOf(failure, plan.network), lost.reason);
+                           nameOf(failure.set), lost.reason);
     printMore(shown);
 }
 
@@ -57,7 +78,7 @@ void printOverloads(const AuditResult& result, const Plan& plan) {
     for (const Failure& failure : result.failures)
         for (const Load& load : failure.overloads)
             if (shown++ < kMost)
-                fmt::print("      when {} fails: {}\n", nameOf(failure, plan.network),
+                fmt::print("      when {} fails: {}\n", nameOf(failure.set),
                            text(load, plan));
     printMore(shown);
 }
@@ -79,75 +100,300 @@ void printTables(const TableCheck& tables, const Plan& plan) {
     printMore(tables.differing.size());
 }
 
-const Failure* worstOf(const AuditResult& result, bool isNode) {
-    const Failure* worst = nullptr;
-    for (const Failure& failure : result.failures)
-        if (failure.isNode == isNode &&
-            (worst == nullptr || failure.fullest.share() > worst->fullest.share()))
-            worst = &failure;
-    return worst;
+std::string availability(const Fate& fate) {
+    if (!fate.meanAvailability) return {};
+    return fmt::format("{:.5f} % ({:.5f} % at worst)", 100.0 * *fate.meanAvailability,
+                       100.0 * *fate.lowestAvailability);
 }
 
-void printResult(const AuditResult& result, const Plan& plan) {
-    const Network& network = plan.network;
-    fmt::print("{}: {} links and {} nodes failed one at a time\n", network.name,
-               network.links.size(), network.nodes.size());
+std::string worstOf(const Fate& fate, const AuditResult& result, const Plan& plan) {
+    if (fate.worstFailure < 0) return "nothing";
+    return fmt::format("{} ({:.1f} %), {}",
+                       formatBandwidth(fate.worstLost, plan.network.unit),
+                       percent(fate.worstLost, fate.bandwidthCarried),
+                       nameOf(result.failures[fate.worstFailure].set));
+}
+
+void printFate(const std::string& name, const Fate& fate, const AuditResult& result,
+               const Plan& plan) {
+    fmt::print(
+        "  {:<14} {:>9} {:>9} {:>9}   {}   {}\n", name,
+        fmt::format("{:.1f} %", percent(fate.bandwidthCarried, fate.bandwidthRequested)),
+        fmt::format("{:.1f} %", percent(fate.bandwidthProtected, fate.bandwidthCarried)),
+        formatBandwidth(fate.bandwidthBackups, plan.network.unit),
+        worstOf(fate, result, plan), availability(fate));
+}
+
+void printFates(const AuditResult& result, const Verdict& verdict, const Plan& plan) {
+    fmt::print("  {:<14} {:>9} {:>9} {:>9}   lost at worst{}\n", "class", "carried",
+               "protected", "backups",
+               verdict.all.meanAvailability ? "   availability" : "");
+    for (const Fate& fate : verdict.classes) {
+        const std::string name = plan.configuration.classes[fate.trafficClass].name;
+        printFate(name, fate, result, plan);
+        for (const Fate& level : verdict.levels)
+            if (level.trafficClass == fate.trafficClass && verdict.levels.size() > 1)
+                printFate(fmt::format("  level {}", level.level), level, result, plan);
+    }
+}
+
+void printFailures(const AuditResult& result, const Plan& plan) {
+    fmt::print("  {:<40} {:>5} {:>8} {:>5} {:>14}   fullest\n", "failure", "hit",
+               "restored", "lost", "bandwidth");
+    for (const Failure& failure : result.failures)
+        fmt::print("  {:<40} {:>5} {:>8} {:>5} {:>14}   {}\n", nameOf(failure.set),
+                   failure.hit.size(), failure.restored.size(), failure.lost.size(),
+                   formatBandwidth(failure.bandwidthLost + failure.bandwidthEndsHere,
+                                   plan.network.unit),
+                   text(failure.fullest, plan));
+}
+
+void printLinks(const AuditResult& result, const Plan& plan) {
+    fmt::print("  worst load of each link\n");
+    for (const WorstLoad& worst : result.worst)
+        fmt::print("    {}, {}\n", text(worst.load, plan),
+                   worst.failure < 0
+                       ? "with nothing failed"
+                       : "when " + nameOf(result.failures[worst.failure].set) + " fails");
+}
+
+// Every LSP that the one failure hits.
+void printCase(const Failure& failure, const Plan& plan) {
+    std::map<int, std::string> outcomes;
+    for (const Restored& one : failure.restored)
+        outcomes[one.lsp] = fmt::format("restored by {}", fmt::join(one.backups, ", "));
+    for (const Lost& one : failure.lost)
+        outcomes[one.lsp] = fmt::format("lost, {}", one.reason);
+    for (const PlanLsp& lsp : plan.lsps)
+        if (const auto at = outcomes.find(lsp.id); at != outcomes.end())
+            fmt::print("    LSP {:<6} {} > {}, {}: {}\n", lsp.id,
+                       plan.network.nodes[lsp.path.front()].name,
+                       plan.network.nodes[lsp.path.back()].name,
+                       formatBandwidth(lsp.bandwidth, plan.network.unit), at->second);
+}
+
+// In an hour of the failure that costs most.
+void printWorstHour(const Verdict& verdict, const Plan& plan) {
+    if (verdict.all.worstFailure < 0 || plan.network.unit != "Mbit/s") return;
+    fmt::print("  {:<14} {:.4g} GByte in an hour of it\n", "",
+               verdict.all.worstLost * 3600.0 / 8000.0);
+}
+
+std::string verdictText(const AuditResult& result, const Verdict& verdict) {
+    if (!result.isClean()) return "Not all promises hold.";
+    const Fate& all = verdict.all;
+    const double survives = percent(all.bandwidthProtected, all.bandwidthRequested);
+    if (result.failures.empty()) return "No failure was tried.";
+    return fmt::format(
+        "{:.1f} % of the requested bandwidth is carried and survives each of the {} "
+        "failures{}.",
+        survives, result.failures.size(),
+        result.overloadedFailures > 0
+            ? fmt::format(", of which {} overload a link", result.overloadedFailures)
+            : "");
+}
+
+void printResult(const AuditResult& result, const Verdict& verdict, const Plan& plan,
+                 const Options& options) {
+    const Fate& all = verdict.all;
+    const std::string& unit = plan.network.unit;
+    fmt::print("{}: {} failures\n", plan.network.name, result.failures.size());
     printProblems(result);
-    fmt::print("  {:<14} {} times an LSP\n", "hit", result.hit);
-    fmt::print("  {:<14} {} by their backups\n", "restored", result.restored);
-    fmt::print("  {:<14} {} that end at the failed node, {} unprotected, {} protected\n",
-               "lost", result.lostEndsHere, result.lostUnprotected, result.lostBroken);
-    printBroken(result, plan);
+    fmt::print("  {:<14} {:.1f} %: {} of {}, {} of {} LSPs\n", "carried",
+               percent(all.bandwidthCarried, all.bandwidthRequested),
+               formatBandwidth(all.bandwidthCarried, unit),
+               formatBandwidth(all.bandwidthRequested, unit), all.carried, all.requested);
+    fmt::print("  {:<14} {:.1f} % of that: {}, {} LSPs\n", "protected",
+               percent(all.bandwidthProtected, all.bandwidthCarried),
+               formatBandwidth(all.bandwidthProtected, unit), all.isProtected);
+    fmt::print("  {:<14} {}\n", "lost at worst", worstOf(all, result, plan));
+    printWorstHour(verdict, plan);
+    if (all.meanAvailability) fmt::print("  {:<14} {}\n", "available", availability(all));
+    fmt::print(
+        "  {:<14} {} times an LSP, {} restored; lost: {} that end there, {} "
+        "unprotected, {} not covered, {} against the promise\n",
+        "hit", result.hit, result.restored, result.lostEndsHere, result.lostUnprotected,
+        result.lostNotCovered, result.lostBroken);
+    printBroken(result);
     fmt::print("  {:<14} {} failures end with a link above its capacity\n", "overload",
                result.overloadedFailures);
     printOverloads(result, plan);
-    fmt::print("  {:<14} {}\n", "fullest", text(result.fullest, plan));
-    for (bool isNode : {false, true})
-        if (const Failure* worst = worstOf(result, isNode); worst != nullptr)
-            fmt::print("  {:<14} {}, when {} fails\n", "", text(worst->fullest, plan),
-                       nameOf(*worst, network));
+    fmt::print("  {:<14} {}, with nothing failed\n", "fullest",
+               text(result.fullest, plan));
+    const auto worst = std::ranges::max_element(
+        result.failures, {}, [](const Failure& one) { return one.fullest.share(); });
+    if (worst != result.failures.end())
+        fmt::print("  {:<14} {}, when {} fails\n", "", text(worst->fullest, plan),
+                   nameOf(worst->set));
+    printFates(result, verdict, plan);
+    if (options.eachFailure) printFailures(result, plan);
+    if (options.eachLink) printLinks(result, plan);
+    if (!options.fail.empty()) printCase(result.failures.front(), plan);
     printTables(result.tables, plan);
-    fmt::print("{}\n",
-               result.isClean() ? "All promises hold." : "Not all promises hold.");
+    fmt::print("{}\n", verdictText(result, verdict));
 }
 
-int auditPlan(const std::string& file, const Shared& shared) {
-    const Plan plan = readPlan(file);
-    const AuditResult result = audit(plan);
-    if (shared.json)
-        fmt::print("{}\n", toJson(result, plan).dump(1));
-    else if (!shared.quiet)
-        printResult(result, plan);
-    return result.isClean() ? 0 : 1;
+// "cable=8000": hours of a kind of failure.
+std::map<FailureKind, double> hoursOf(const std::vector<std::string>& texts,
+                                      const char* option) {
+    std::map<FailureKind, double> hours;
+    for (const std::string& text : texts) {
+        const std::size_t equals = text.find('=');
+        double value = 0.0;
+        if (equals == text.npos ||
+            !CLI::detail::lexical_cast(text.substr(equals + 1), value) ||
+            !(value > 0.0) || value > 1e9)
+            throw UserError(fmt::format("{}: '{}' is not KIND=HOURS, such as cable=8000",
+                                        option, text));
+        hours[failureKindFrom(text.substr(0, equals))] = value;
+    }
+    return hours;
+}
+
+void setProbabilities(const Options& options, std::vector<FailureSet>* failures) {
+    const auto mtbf = hoursOf(options.mtbf, "--mtbf");
+    const auto mttr = hoursOf(options.mttr, "--mttr");
+    for (const auto& [kind, hours] : mtbf)
+        if (!mttr.contains(kind))
+            throw UserError(fmt::format("--mtbf {}: --mttr is missing", toText(kind)));
+    for (FailureSet& set : *failures) {
+        // A lone direction stands for its cable.
+        FailureKind kind = set.kind;
+        if (kind == FailureKind::LINK && !mtbf.contains(kind)) kind = FailureKind::CABLE;
+        if (!set.probability && mtbf.contains(kind))
+            set.probability = downShare(mtbf.at(kind), mttr.at(kind));
+    }
+}
+
+// Pairs come last, so that they know the probabilities of their halves.
+std::vector<FailureSet> failuresFor(const Options& options, Plan* plan) {
+    if (!options.sets.empty())
+        for (FailureSet& set : readFailureSets(options.sets, *plan))
+            plan->failureSets.push_back(std::move(set));
+    if (!options.fail.empty()) return {failureNamed(*plan, options.fail)};
+    std::vector<FailureKind> kinds = {FailureKind::CABLE, FailureKind::NODE,
+                                      FailureKind::GROUP, FailureKind::CUSTOM};
+    if (!options.kinds.empty()) kinds = failureKindsFrom(options.kinds);
+    const auto pairs = std::ranges::find(kinds, FailureKind::PAIR);
+    const bool withPairs = pairs != kinds.end();
+    if (withPairs) kinds.erase(pairs);
+    if (kinds.empty()) kinds = {FailureKind::CABLE};
+    std::vector<FailureSet> failures = failuresOf(*plan, kinds);
+    setProbabilities(options, &failures);
+    if (withPairs) {
+        const auto more = pairsOf(failures);
+        failures.insert(failures.end(), more.begin(), more.end());
+    }
+    return failures;
+}
+
+nlohmann::json toJson(const Requirement& wanted, const std::string& whyNot) {
+    nlohmann::json out = {{"requirement", wanted.text}, {"holds", whyNot.empty()}};
+    if (!whyNot.empty()) out["because"] = whyNot;
+    return out;
+}
+
+int auditPlan(const Options& options, const Shared& shared) {
+    std::vector<Requirement> wishes;
+    for (const std::string& text : options.requirements)
+        wishes.push_back(requirementFrom(text));
+    Plan plan = readPlan(options.plan);
+    const std::vector<FailureSet> failures = failuresFor(options, &plan);
+    AuditResult result;
+    {
+        Progress progress(shared, "failing", failures.size());
+        result = audit(plan, failures, [&progress] { progress.advance(); });
+    }
+    const Verdict verdict = verdictOf(plan, result);
+    bool holds = result.isClean();
+    nlohmann::json requirements = nlohmann::json::array();
+    for (const Requirement& wanted : wishes) {
+        const std::string why = whyNot(wanted, plan, verdict);
+        holds = holds && why.empty();
+        requirements.push_back(toJson(wanted, why));
+    }
+    if (shared.json) {
+        nlohmann::json out = toJson(result, verdict, plan);
+        out["requirements"] = std::move(requirements);
+        fmt::print("{}\n", out.dump(1));
+        return holds ? 0 : 1;
+    }
+    if (!shared.quiet) printResult(result, verdict, plan, options);
+    for (const auto& one : requirements)
+        if (!one["holds"])
+            fmt::print("Required {}: {}\n", one["requirement"].get<std::string>(),
+                       one["because"].get<std::string>());
+    return holds ? 0 : 1;
+}
+
+void addOptions(CLI::App* cmd, Options* options) {
+    cmd->add_option("PLAN", options->plan, "Plan written by place")->required();
+    cmd->add_option(
+           "--failures", options->kinds,
+           "Kinds of failures to try: links, cables (both directions), nodes, "
+           "groups, custom, pairs (of the others named) [cables,nodes,groups,custom]")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->type_name("KINDS");
+    cmd->add_option("--sets", options->sets,
+                    "File of risk groups and other failures, with probabilities")
+        ->type_name("FILE");
+    cmd->add_option("--fail", options->fail,
+                    "Try one case: nodes, links (A > B), cables (A - B) and groups that "
+                    "fail at once; lists every LSP that it hits")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->type_name("NAMES");
+    cmd->add_option("--mtbf", options->mtbf,
+                    "Hours between failures of a kind, such as cable=8000,node=50000")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->type_name("KIND=HOURS");
+    cmd->add_option("--mttr", options->mttr, "Hours to repair, such as cable=6,node=2")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->type_name("KIND=HOURS");
+    cmd->add_option("--require", options->requirements,
+                    "Exit with status 1 unless all hold. Of the bandwidth, "
+                    "FIGURE[:CLASS[:LEVEL]]: "
+                    "carried, protected (at least), lost (at most, in one failure); "
+                    "availability of "
+                    "the worst LSP; of the network: load (at most), overload (failures)")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->type_name("FIGURE=LIMIT");
+    cmd->add_flag("--each", options->eachFailure, "A line for every failure");
+    cmd->add_flag("--links", options->eachLink,
+                  "The worst load of every link and what causes it");
 }
 
 }  // namespace
 
 void addAudit(CLI::App& app, Shared& shared) {
     CLI::App* cmd = app.add_subcommand(
-        "audit", "Fail every link and node of a plan on paper and check its tables");
-    auto file = std::make_shared<std::string>();
-    cmd->add_option("PLAN", *file, "Plan written by place")->required();
+        "audit", "Does the traffic survive? Fails cables and nodes of a plan on paper");
+    auto options = std::make_shared<Options>();
+    addOptions(cmd, options.get());
     addOutputOptions(*cmd, shared);
     cmd->footer(
-        "Loads are added up from the paths of the LSPs alone. The exit status is 1 if an "
-        "LSP\n"
-        "is lost that the plan says is protected, if a link ends above its capacity, or "
-        "if a\n"
-        "table is not what the LSPs of the plan give. Directions of a link fail one by "
-        "one.\n"
+        "Loads are added up from the paths of the LSPs alone. The exit status is 1 if a\n"
+        "requirement does not hold, if an LSP is lost that the plan says survives, if a "
+        "link\n"
+        "ends above its capacity in a failure that the plan says it survives, or if a "
+        "table is\n"
+        "not what the LSPs of the plan give.\n"
         "\n"
-        "A local backup protects the link behind its head, and the node at that link's "
-        "end\n"
-        "if it stays clear of it; a global one all links and the nodes that it stays "
-        "clear\n"
-        "of. An LSP that starts or ends at the failed node is lost, whatever the "
-        "protection.\n"
+        "Protected is what no failure that is tried takes down, but for that of its own "
+        "ends.\n"
+        "An LSP with several local backups takes all that it meets on its way.\n"
         "\n"
         "Examples:\n"
-        "  kavril audit plan.json\n"
+        "  kavril audit plan.json --require protected=100%,overload=0\n"
+        "  kavril audit plan.json --fail Berlin,\"Essen - Koeln\"\n"
+        "  kavril audit plan.json --failures cables,pairs --mtbf cable=8000 --mttr "
+        "cable=6\n"
         "  kavril audit plan.json --json > audit.json");
-    onRun(*cmd, shared, [&shared, file] { return auditPlan(*file, shared); });
+    onRun(*cmd, shared, [&shared, options] { return auditPlan(*options, shared); });
 }
 
 }  // namespace workbench

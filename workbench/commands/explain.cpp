@@ -175,7 +175,7 @@ void print(const Request& request, const Explanation& explanation, const Plan& p
 int explainRequest(const Options& options, const Shared& shared) {
     const Plan plan = readPlan(options.plan);
     const Request request = requestOf(options, plan);
-    Engine engine(plan.network, plan.configuration);
+    Engine engine(plan);
     engine.load(plan.lsps);
     const Explanation explanation = explain(&engine, request);
     if (shared.json)

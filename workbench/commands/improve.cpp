@@ -23,13 +23,8 @@ struct Options {
 };
 
 json toJson(const Move& move) {
-    return {{"round", move.round},
-            {"demand", move.demand},
-            {"lspBefore", move.lspBefore},
-            {"lspAfter", move.lspAfter},
-            {"before", move.before},
-            {"after", move.after},
-            {"gain", move.gain}};
+    return {{"round", move.round},   {"demand", move.demand}, {"lsp", move.lsp},
+            {"before", move.before}, {"after", move.after},   {"gain", move.gain}};
 }
 
 json toJson(const Improvement& result) {
@@ -53,10 +48,9 @@ void printMoves(const Improvement& result, const Plan& plan) {
     constexpr std::size_t kMost = 20;
     for (std::size_t i = 0; i < std::min(kMost, result.moves.size()); i++) {
         const Move& move = result.moves[i];
-        fmt::print(
-            "  LSP {} is now LSP {}, score less {:.5g}\n    from {}\n    to   {}\n",
-            move.lspBefore, move.lspAfter, move.gain, text(move.before, plan.network),
-            text(move.after, plan.network));
+        fmt::print("  LSP {}, score less {:.5g}\n    from {}\n    to   {}\n", move.lsp,
+                   move.gain, text(move.before, plan.network),
+                   text(move.after, plan.network));
     }
     if (result.moves.size() > kMost)
         fmt::print("  and {} more\n", result.moves.size() - kMost);
@@ -76,8 +70,8 @@ void printResult(const Improvement& result, const Summary& before, const Plan& a
                100.0 * before.primary.maximum, 100.0 * after.summary.primary.mean,
                100.0 * before.primary.mean);
     if (result.keptForProtection > 0)
-        fmt::print("  {:<14} {} times: new backups found no room beside the old ones\n",
-                   "not moved", result.keptForProtection);
+        fmt::print("  {:<14} {} times: protection would have been lost\n", "not moved",
+                   result.keptForProtection);
 }
 
 int improvePlan(const Options& options, const Shared& shared) {
@@ -112,13 +106,15 @@ void addImprove(CLI::App& app, Shared& shared) {
         ->check(CLI::NonNegativeNumber);
     addOutputOptions(*cmd, shared);
     cmd->footer(
-        "LSPs are requested again one by one, with the weights of the plan. A new LSP "
-        "is\n"
-        "made, with its backups, before the old one goes, and on links of both the "
-        "bandwidth\n"
-        "counts once. It stays if the total score falls: the sum over all links of what "
+        "LSPs are requested again one by one, with the weights of the plan. One that "
+        "finds "
+        "a\n"
+        "better path moves there, with its id and new backups, if the total score falls: "
         "the\n"
-        "criteria of the path score measure.\n"
+        "sum over all links of what the criteria of the path score measure. Protection "
+        "is "
+        "never\n"
+        "given up for it, and LSPs with a route of their own stay.\n"
         "\n"
         "Examples:\n"
         "  kavril improve plan.json -o better.json\n"

@@ -4,9 +4,11 @@
 #include <cmath>
 #include <map>
 
+#include "audit/failure_sets.h"
 #include "cli/file.h"
 #include "cli/progress.h"
 #include "commands/commands.h"
+#include "commands/options.h"
 #include "engine/place.h"
 #include "plan_json.h"
 
@@ -20,6 +22,7 @@ struct Files {
     std::string network;
     std::string demands;
     std::string plan;
+    std::string sets;
 };
 
 // Nearest rank, in milliseconds.
@@ -71,6 +74,12 @@ void printReasons(const char* what, const Counts& counts) {
         fmt::print("           and {} more reasons\n", sorted.size() - kMost);
 }
 
+std::string kindsText(const std::vector<FailureKind>& kinds) {
+    std::string text;
+    for (const FailureKind kind : kinds) text += std::string(", ") + toText(kind);
+    return text;
+}
+
 void printTimes(const char* what, const std::vector<double>& seconds) {
     if (!seconds.empty())
         fmt::print("  {:<14} {} in all; median {:.3g} ms, 99th percentile {:.3g} ms\n",
@@ -104,6 +113,11 @@ void printSummary(const Plan& plan, const PlaceTimes& times) {
                    s.unprotected);
         printReasons("unprotected", reasonsOf(plan, &PlanDemand::unprotected));
         fmt::print(
+            "  {:<14} {} LSPs do not survive all of: link{}\n", "exposed",
+            std::ranges::count_if(
+                plan.demands, [](const PlanDemand& one) { return !one.exposed.empty(); }),
+            kindsText(plan.configuration.survive));
+        fmt::print(
             "  {:<14} {} reserved for backups, {} without sharing ({:.1f} %)\n",
             "sharing", formatBandwidth(s.backupShared, unit),
             formatBandwidth(s.backupDedicated, unit),
@@ -121,6 +135,7 @@ int place(const Files& files, const Shared& shared) {
     printFindings(findings, shared);
     Plan plan = newPlan(network, demands.demands,
                         withClassesOf(demands.demands, shared.configuration));
+    if (!files.sets.empty()) plan.failureSets = readFailureSets(files.sets, plan);
     PlaceTimes times;
     {
         Progress progress(shared, "placing", stepsOf(plan));
@@ -151,14 +166,24 @@ void addPlace(CLI::App& app, Shared& shared) {
     addReadingOptions(*cmd, shared);
     addPlacementOptions(*cmd, shared);
     addProtectionOption(*cmd, shared);
+    addSurviveOption(*cmd, &shared.configuration);
+    cmd->add_option("--sets", files->sets,
+                    "File of risk groups and other failures to survive")
+        ->type_name("FILE")
+        ->group("Placement");
     addOutputOptions(*cmd, shared);
     cmd->footer(
         "Requests are made one by one, as they would come in. LSPs that are preempted "
         "are\n"
-        "requested again at once. When all requests are done the LSPs are protected, in "
-        "the\n"
-        "same order, without preemption; an LSP of which one link cannot be protected\n"
-        "stays without backups.\n"
+        "requested again at once. When all requests are done the LSPs are protected, the "
+        "most\n"
+        "important first, without preemption; an LSP of which one link cannot be "
+        "protected, or\n"
+        "whose backups would overload a link in a failure to survive, stays without "
+        "backups.\n"
+        "Where no backup avoids all that fails at once, the plan notes what the LSP is "
+        "exposed\n"
+        "to.\n"
         "\n"
         "Examples:\n"
         "  kavril place germany50.xml -o plan.json\n"

@@ -11,6 +11,7 @@
 #include "computation/primary/primaryPath.h"
 #include "database/database.h"
 #include "engine/convert.h"
+#include "engine/detour.h"
 #include "engine/quiet_streams.h"
 #include "error/error.h"
 
@@ -56,14 +57,17 @@ using ScopedRequestList = Scoped<LSPRequestList, lspRequestListEnd, listIsLive>;
 
 }  // namespace
 
-Engine::Engine(const Network& network, const Configuration& configuration)
-    : network_(network), configuration_(configuration) {
+Engine::Engine(const Plan& plan)
+    : plan_(plan),
+      network_(plan.network),
+      configuration_(plan.configuration),
+      survival_(plan) {
     if (engineExists) throw std::logic_error("the library holds one network at a time");
     errorInit();
     centralDB = DBnew(0);
     if (centralDB == nullptr) throw std::bad_alloc();
-    kavrilConfig = libraryConfig(configuration);
-    NBOA = static_cast<int>(configuration.classes.size());
+    kavrilConfig = libraryConfig(configuration_);
+    NBOA = static_cast<int>(configuration_.classes.size());
     NBPL = kLevels;
     COST = 0.0;
     engineExists = true;
@@ -95,8 +99,7 @@ void Engine::addNetwork() {
 }
 
 double Engine::capacity(int link, int trafficClass) const {
-    return network_.links[link].capacity *
-           configuration_.classes[trafficClass].capacityShare;
+    return capacityOf(plan_, link, trafficClass);
 }
 
 int Engine::linkBetween(int src, int dst) const {
@@ -156,11 +159,10 @@ Path Engine::findPath(const Request& request, AvoidedLink avoided) {
 }
 
 // Adds one LSP to the library and to the records; returns why not.
-std::string Engine::put(const PlanLsp& lsp, int replaces, std::vector<int>* preempted) {
+std::string Engine::put(const PlanLsp& lsp, std::vector<int>* preempted) {
     ScopedLSP added;
     DBlspInit(&added);
     added.id = lsp.id;
-    added.noContentionId = replaces;
     added.precedence = lsp.level;
     added.bw[lsp.trafficClass] = lsp.bandwidth;
     added.type = libraryType(lsp.kind);
@@ -180,6 +182,29 @@ std::string Engine::put(const PlanLsp& lsp, int replaces, std::vector<int>* pree
     if (lsp.primary >= 0) backups_.emplace(lsp.primary, lsp.id);
     nextId_ = std::max(nextId_, lsp.id + 1);
     return {};
+}
+
+void Engine::noteSurvival(int primary) {
+    std::vector<PlanLsp> backups;
+    for (int id : backupsOf(primary)) backups.push_back(lsps_.at(id));
+    survival_.set(lsps_.at(primary), backups);
+}
+
+// What an LSP overloads, empty if nothing.
+std::string Engine::overload(int primary) const {
+    const auto overload = survival_.overloadBy(primary);
+    if (!overload) return {};
+    const std::string link = linkName(network_, overload->link);
+    return overload->failure.empty()
+               ? link + " has no room"
+               : link + " has no room when " + overload->failure + " fails";
+}
+
+std::vector<std::string> Engine::exposed(int primary) const {
+    std::vector<std::string> names;
+    for (int failure : survival_.exposures(primary))
+        names.push_back(survival_.failures()[failure].name);
+    return names;
 }
 
 void Engine::drop(int lsp) {
@@ -206,45 +231,93 @@ std::vector<int> Engine::backupsOf(int primary) const {
 void Engine::remove(int lsp) {
     for (int backup : backupsOf(lsp)) drop(backup);
     drop(lsp);
+    survival_.remove(lsp);
+}
+
+void Engine::unprotect(int primary) {
+    for (int backup : backupsOf(primary)) drop(backup);
+    noteSurvival(primary);
+}
+
+std::vector<PlanLsp> Engine::withBackups(int primary) const {
+    std::vector<PlanLsp> all = {lsps_.at(primary)};
+    for (int id : backupsOf(primary)) all.push_back(lsps_.at(id));
+    return all;
 }
 
 void Engine::load(const std::vector<PlanLsp>& lsps) {
     kavrilConfig.predicateConfig.capacityClause = false;
     allowPreemption(false);
     for (const PlanLsp& lsp : lsps)
-        if (const std::string reason = put(lsp, -1, nullptr); !reason.empty())
+        if (const std::string reason = put(lsp, nullptr); !reason.empty())
             throw std::runtime_error("LSP " + std::to_string(lsp.id) + ": " + reason);
     kavrilConfig.predicateConfig.capacityClause = true;
+    for (const PlanLsp& lsp : lsps)
+        if (lsp.kind == LspKind::PRIMARY) noteSurvival(lsp.id);
 }
 
+// Where a failure leaves no room on the library's path, another is taken that keeps room
+// in all failures.
 Answer Engine::request(const Request& request) {
-    Answer answer;
-    const Path path = findPath(request);
-    takeErrors();
+    Path path = {.found = true, .nodes = request.route, .score = 0.0};
+    if (request.route.empty()) {
+        path = findPath(request);
+        takeErrors();
+    }
     if (!path.found) {
+        Answer answer;
         answer.reason = path.reason.empty() ? refusal(request) : path.reason;
         return answer;
     }
+    Answer answer = requestOn(request, path);
+    if (answer.placed || !request.route.empty() || !request.avoidColours.empty() ||
+        request.maxHops > 0 || request.maxDelay > 0.0 || survival_.failures().empty())
+        return answer;
+    const Wish wish = {.src = request.src,
+                       .goals = {request.dst},
+                       .trafficClass = request.trafficClass,
+                       .bandwidth = request.bandwidth,
+                       .forbidden = std::vector<char>(network_.links.size(), 0),
+                       .failures = {}};
+    path = {.found = true,
+            .nodes = findWay(network_, survival_, wish, true),
+            .score = path.score};
+    return path.nodes.empty() ? answer : requestOn(request, path);
+}
+
+Answer Engine::requestOn(const Request& request, const Path& path) {
+    Answer answer;
     PlanLsp lsp;
-    lsp.id = nextId_;
+    lsp.id = request.id >= 0 ? request.id : nextId_;
     lsp.demand = request.demand;
     lsp.path = path.nodes;
     lsp.trafficClass = request.trafficClass;
     lsp.level = request.level;
     lsp.bandwidth = request.bandwidth;
+    allowPreemption(request.preempt);
     std::vector<int> preempted;
-    answer.reason = put(lsp, request.replaces, &preempted);
+    answer.reason = put(lsp, &preempted);
     if (!answer.reason.empty()) return answer;
+    std::vector<PlanLsp> removed;
+    for (int id : preempted) {
+        if (!lsps_.contains(id)) continue;  // a backup that went with its primary
+        const PlanLsp one = lsps_.at(id);
+        const int primary = one.kind == LspKind::PRIMARY ? id : one.primary;
+        for (PlanLsp& gone : withBackups(primary)) removed.push_back(std::move(gone));
+        remove(primary);
+    }
+    noteSurvival(lsp.id);
+    answer.reason = overload(lsp.id);
+    if (!answer.reason.empty()) {
+        remove(lsp.id);
+        load(removed);
+        return answer;
+    }
     answer.placed = true;
     answer.lsp = lsp.id;
     answer.path = path.nodes;
     answer.score = path.score;
-    for (int id : preempted) {
-        if (!lsps_.contains(id)) continue;  // a backup that went with its primary
-        for (int backup : backupsOf(id)) answer.removed.push_back(lsps_.at(backup));
-        answer.removed.push_back(lsps_.at(id));
-        remove(id);
-    }
+    answer.removed = std::move(removed);
     return answer;
 }
 
@@ -292,52 +365,109 @@ std::string Engine::unprotectable(const PlanLsp& primary,
 
 // A backup restores the links that it is there for, and those nodes between them that it
 // stays clear of.
-PlanLsp Engine::backupOf(const PlanLsp& primary, int index,
-                         const LSPRequest& found) const {
-    const bool local = found.type == DB_LOCAL_BACKUP_LSP;
+PlanLsp Engine::backupOf(const PlanLsp& primary, bool local, int hop,
+                         const std::vector<int>& path) const {
     PlanLsp backup = primary;
     backup.id = nextId_;
     backup.kind = local ? LspKind::LOCAL_BACKUP : LspKind::GLOBAL_BACKUP;
     backup.primary = primary.id;
-    backup.path = valuesOf(found.path);
-    backup.level = found.precedence;
-    const int first = local ? index : 0;
-    const int end = local ? index + 1 : static_cast<int>(primary.path.size()) - 1;
-    for (int hop = first; hop < end; hop++)
+    backup.path = path;
+    backup.level = std::min(primary.level + 1, kPlanLevels - 1);
+    const int first = local ? hop : 0;
+    const int end = local ? hop + 1 : static_cast<int>(primary.path.size()) - 1;
+    for (int at = first; at < end; at++)
         backup.protectedLinks.push_back(
-            linkBetween(primary.path[hop], primary.path[hop + 1]));
+            linkBetween(primary.path[at], primary.path[at + 1]));
     for (int at = first + 1; at <= end && at + 1 < std::ssize(primary.path); at++)
         if (std::ranges::count(backup.path, primary.path[at]) == 0)
             backup.protectedNodes.push_back(primary.path[at]);
     return backup;
 }
 
-std::string Engine::protect(int primary, Protection protection) {
-    if (protection == Protection::NONE) return {};
+std::string Engine::protectByLibrary(int primary, Protection protection) {
     takeErrors();
     allowPreemption(false);
+    const bool local = protection == Protection::LOCAL;
     ScopedRequestList found;
     lspRequestListInit(&found, 1);
     {
         const QuietStreams quiet;
-        const BackupType type =
-            protection == Protection::LOCAL ? LOCAL_BACKUP : GLOBAL_BACKUP;
-        if (computeBackup(centralDB, &found, primary, type) < 0) {
+        if (computeBackup(centralDB, &found, primary,
+                          local ? LOCAL_BACKUP : GLOBAL_BACKUP) < 0) {
             takeErrors();
             return unprotectable(lsps_.at(primary), found);
         }
     }
     takeErrors();
-    std::vector<int> added;
     for (Long i = 0; i < found.size; i++) {
-        const PlanLsp backup = backupOf(lsps_.at(primary), i, found.cont[i]);
-        const std::string reason = put(backup, -1, nullptr);
-        if (!reason.empty()) {
-            for (int id : added) drop(id);
-            return "a link has no room for a backup: " + reason;
-        }
-        added.push_back(backup.id);
+        const std::string reason = put(
+            backupOf(lsps_.at(primary), local, i, valuesOf(found.cont[i].path)), nullptr);
+        if (reason.empty()) continue;
+        unprotect(primary);
+        return "a link has no room for a backup: " + reason;
     }
+    noteSurvival(primary);
+    return {};
+}
+
+// A way that the ledger of failures finds room on may be refused by the library, which is
+// more cautious about nodes. Then the next way does without the fullest of its links.
+std::string Engine::putDetour(int primary, Protection protection, int hop) {
+    constexpr int kTries = 6;
+    const PlanLsp lsp = lsps_.at(primary);
+    std::vector<int> full;
+    for (int i = 0; i < kTries; i++) {
+        const auto path = backupPath(network_, survival_, lsp, hop, full);
+        if (path.empty()) return "no way that survives has room";
+        const PlanLsp backup = backupOf(lsp, protection == Protection::LOCAL, hop, path);
+        if (put(backup, nullptr).empty()) {
+            noteSurvival(primary);
+            if (!survival_.overloadBy(primary)) return {};
+            drop(backup.id);
+            noteSurvival(primary);
+        }
+        full.push_back(std::ranges::min(survival_.linksOf(path), {}, [&](int link) {
+            return survival_.room(link, lsp.trafficClass) /
+                   std::max(1e-300, network_.links[link].capacity);
+        }));
+    }
+    return "no way that survives has room";
+}
+
+std::string Engine::protectByDetours(int primary, Protection protection) {
+    const int hops = static_cast<int>(lsps_.at(primary).path.size()) - 1;
+    const bool local = protection == Protection::LOCAL;
+    for (int hop = local ? hops - 1 : -1; hop >= (local ? 0 : -1); hop--) {
+        const std::string reason = putDetour(primary, protection, hop);
+        if (reason.empty()) continue;
+        unprotect(primary);
+        return reason;
+    }
+    takeErrors();
+    return {};
+}
+
+std::string Engine::protect(int primary, Protection protection) {
+    if (protection == Protection::NONE) return {};
+    if (const std::string reason = protectByLibrary(primary, protection); !reason.empty())
+        return reason;
+    const std::string tooMuch = overload(primary);
+    const std::vector<int> exposures = survival_.exposures(primary);
+    if (tooMuch.empty() &&
+        (exposures.empty() || !couldCover(network_, survival_, lsps_.at(primary),
+                                          protection == Protection::LOCAL, exposures)))
+        return {};
+    std::vector<PlanLsp> chosen = withBackups(primary);
+    chosen.erase(chosen.begin());
+    unprotect(primary);
+    const bool found = protectByDetours(primary, protection).empty();
+    if (found &&
+        (!tooMuch.empty() || survival_.exposures(primary).size() < exposures.size()))
+        return {};
+    if (found) unprotect(primary);
+    if (!tooMuch.empty()) return tooMuch;
+    load(chosen);
+    noteSurvival(primary);
     return {};
 }
 

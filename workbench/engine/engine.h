@@ -5,7 +5,7 @@
 // that it has put up, and removes the backups of an LSP along with it, which the library
 // leaves to its callers.
 //
-//     Engine engine(network, configuration);
+//     Engine engine(plan);  // its network and configuration; LSPs by load()
 //     const Answer answer = engine.request({.src = 0, .dst = 3, .bandwidth = 10.0});
 //     if (answer.placed) engine.protect(answer.lsp, Protection::LOCAL);
 #pragma once
@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "computation/computation_st.h"
+#include "engine/survival.h"
 #include "plan.h"
 
 namespace workbench {
@@ -29,10 +30,12 @@ struct Request {
     int level = 0;
     double bandwidth = 0.0;
     bool preempt = false;
-    int replaces = -1;  // LSP with which it does not contend for bandwidth
     std::vector<int> avoidColours = {};  // of links
     double maxDelay = 0.0;               // of the path, 0 for any
     int maxHops = 0;
+    std::vector<int> route = {};  // nodes that it must take; empty: any
+    int id = -1;                  // of the LSP to be; -1: a new one
+    int replaces = -1;  // for findPath: LSP with which it does not contend for bandwidth
 };
 
 struct Answer {
@@ -59,13 +62,17 @@ struct Path {
 
 class Engine {
   public:
-    Engine(const Network& network, const Configuration& configuration);
+    // The plan must outlive the engine; its LSPs are not put up.
+    explicit Engine(const Plan& plan);
     ~Engine();
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;
 
-    // Puts the LSPs of a plan up as they stand in it, without asking for room.
+    // Puts LSPs up as they stand in a plan, without asking for room.
     void load(const std::vector<PlanLsp>& lsps);
+
+    // An LSP and its backups, to be loaded again.
+    std::vector<PlanLsp> withBackups(int primary) const;
 
     // The best path of a request; nothing changes. If that breaks a limit, the shortest
     // path with room that keeps it.
@@ -74,9 +81,16 @@ class Engine {
     // Finds a path, puts the LSP up and removes those that it preempts.
     Answer request(const Request& request);
 
-    // Puts up the backups of a primary. Empty, or why there is none; then nothing has
-    // changed.
+    // Puts up the backups of a primary: those that the library chooses, or others where
+    // these overload a link or are lost in one of the failures that the plan is to
+    // survive. Empty, or why there is none; then nothing has changed.
     std::string protect(int primary, Protection protection);
+
+    // Takes the backups of a primary down.
+    void unprotect(int primary);
+
+    // Failures that the plan is to survive and that take the LSP down, by name.
+    std::vector<std::string> exposed(int primary) const;
 
     // Removes an LSP and its backups.
     void remove(int lsp);
@@ -96,6 +110,7 @@ class Engine {
     // The library's messages since the last call, newest first, without their sources.
     std::vector<std::string> takeErrors();
 
+    const Survival& survival() const { return survival_; }
     const Network& network() const { return network_; }
     const Configuration& configuration() const { return configuration_; }
 
@@ -110,17 +125,26 @@ class Engine {
 
   private:
     void addNetwork();
-    std::string put(const PlanLsp& lsp, int replaces, std::vector<int>* preempted);
+    std::string put(const PlanLsp& lsp, std::vector<int>* preempted);
+    void noteSurvival(int primary);
+    std::string overload(int primary) const;
+    Answer requestOn(const Request& request, const Path& path);
+    std::string protectByLibrary(int primary, Protection protection);
+    std::string protectByDetours(int primary, Protection protection);
+    std::string putDetour(int primary, Protection protection, int hop);
     void drop(int lsp);
-    PlanLsp backupOf(const PlanLsp& primary, int index, const LSPRequest& found) const;
+    PlanLsp backupOf(const PlanLsp& primary, bool local, int hop,
+                     const std::vector<int>& path) const;
     std::string refusal(const Request& request) const;
     std::string brokenLimit(const Request& request, const std::vector<int>& path) const;
     Path pathWithinLimits(const Request& request, const std::string& broken) const;
     std::string unprotectable(const PlanLsp& primary, const LSPRequestList& found) const;
     bool reachable(int src, int dst, int withoutLink) const;
 
+    const Plan& plan_;
     const Network& network_;
-    Configuration configuration_;
+    const Configuration& configuration_;
+    Survival survival_;
     std::unordered_map<long long, int> linkOf_;  // by src * nodes + dst
     std::map<int, PlanLsp> lsps_;
     std::multimap<int, int> backups_;  // primary, backup

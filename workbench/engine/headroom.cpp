@@ -23,6 +23,7 @@ class Search {
         : network_(network),
           demands_(demands),
           configuration_(configuration),
+          empty_(newPlan(network, {}, configuration)),
           step_(step),
           result_(result) {
         excuseHopeless();
@@ -55,7 +56,7 @@ class Search {
     }
 
     bool run(std::vector<PlanDemand>* requests) {
-        Engine engine(network_, configuration_);
+        Engine engine(empty_);
         options_.step = step_;
         result_->runs++;
         return placeAll(&engine, requests, options_, nullptr);
@@ -87,6 +88,7 @@ class Search {
     const Network& network_;
     const std::vector<Demand>& demands_;
     const Configuration& configuration_;
+    const Plan empty_;
     const Step& step_;
     Headroom* result_;
     PlaceOptions options_;

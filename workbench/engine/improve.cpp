@@ -1,6 +1,7 @@
 #include "engine/improve.h"
 
 #include <cmath>
+#include <map>
 
 #include "engine/total_score.h"
 
@@ -14,10 +15,7 @@ constexpr double kLeastGain = 1e-9;
 class Improver {
   public:
     Improver(Plan* plan, Improvement* result)
-        : plan_(plan),
-          result_(result),
-          engine_(plan->network, plan->configuration),
-          loads_(loadsOf(*plan)) {
+        : plan_(plan), result_(result), engine_(*plan), loads_(loadsOf(*plan)) {
         engine_.load(plan->lsps);
         score_ = totalScore(plan_->network, plan_->configuration, loads_);
         result_->scoreBefore = score_;
@@ -28,7 +26,8 @@ class Improver {
         const std::size_t before = result_->moves.size();
         result_->rounds++;
         for (std::size_t i = 0; i < plan_->demands.size(); i++) {
-            if (plan_->demands[i].lsp >= 0) tryDemand(static_cast<int>(i));
+            const PlanDemand& demand = plan_->demands[i];
+            if (demand.lsp >= 0 && demand.route.empty()) tryDemand(static_cast<int>(i));
             if (step) step();
         }
         return result_->moves.size() > before;
@@ -63,34 +62,38 @@ class Improver {
         request.replaces = old.id;
         const Path path = engine_.findPath(request);
         engine_.takeErrors();
-        if (!path.found || path.nodes == old.path) return;
+        if (!path.found || path.nodes == old.path || path.nodes == givenUp_[index])
+            return;
         const Loads loads = loadsWith(old, path.nodes);
         const double score = totalScore(plan_->network, plan_->configuration, loads);
         if (!(score < score_ - kLeastGain * std::abs(score_))) return;
-        move(request, old, loads, score);
+        move(request, old, loads, score, path.nodes);
     }
 
-    void move(const Request& request, const PlanLsp& old, const Loads& loads,
-              double score) {
-        const Answer answer = engine_.request(request);
-        if (!answer.placed) return;
+    void move(Request request, const PlanLsp& old, const Loads& loads, double score,
+              const std::vector<int>& path) {
         PlanDemand& demand = plan_->demands[request.demand];
-        const std::string unprotected =
-            engine_.protect(answer.lsp, plan_->configuration.protection);
-        if (!unprotected.empty() && demand.unprotected.empty()) {
-            engine_.remove(answer.lsp);
+        const PlanDemand before = demand;
+        const std::vector<PlanLsp> asItWas = engine_.withBackups(old.id);
+        engine_.remove(old.id);
+        request.id = old.id;
+        request.route = path;
+        const bool placed = engine_.request(request).placed;
+        if (placed) protectDemand(&engine_, &demand);
+        if (!placed || (!demand.unprotected.empty() && before.unprotected.empty()) ||
+            demand.exposed.size() > before.exposed.size()) {
+            if (placed) engine_.remove(old.id);
+            engine_.load(asItWas);
+            demand = before;
+            givenUp_[request.demand] = path;
             result_->keptForProtection++;
             return;
         }
-        engine_.remove(old.id);
-        demand.lsp = answer.lsp;
-        demand.unprotected = unprotected;
         result_->moves.push_back({.round = result_->rounds,
                                   .demand = request.demand,
-                                  .lspBefore = old.id,
-                                  .lspAfter = answer.lsp,
+                                  .lsp = old.id,
                                   .before = old.path,
-                                  .after = answer.path,
+                                  .after = path,
                                   .gain = score_ - score});
         loads_ = loads;
         score_ = score;
@@ -101,6 +104,7 @@ class Improver {
     Engine engine_;
     Loads loads_;
     double score_ = 0.0;
+    std::map<int, std::vector<int>> givenUp_;  // paths that would have cost protection
 };
 
 }  // namespace

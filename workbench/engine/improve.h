@@ -10,8 +10,7 @@ namespace workbench {
 struct Move {
     int round = 0;
     int demand = 0;
-    int lspBefore = 0;
-    int lspAfter = 0;
+    int lsp = 0;              // keeps its id
     std::vector<int> before;  // paths
     std::vector<int> after;
     double gain = 0.0;  // by which the total score fell
@@ -23,14 +22,18 @@ struct Improvement {
     std::vector<Move> moves;
     int rounds = 0;
     bool finished = false;  // the last round changed nothing
-    // Better paths that were given up since the backups would not have fitted beside the
-    // old ones.
+    // Better paths that were given up since the LSP, or another, would have lost
+    // protection.
     int keptForProtection = 0;
 };
 
-// Rounds over all primaries, at most maxRounds (0: until nothing changes). A new LSP is
-// made, backups and all, before the old one goes; its request names the old one, so that
-// links of both carry the bandwidth once. An LSP that is protected stays so.
+// Rounds over all primaries but those with a route of their own, at most maxRounds (0:
+// until nothing changes). What is protected stays so, against all that the plan survives.
+//
+// An LSP is taken down with its backups before it comes up on the better path, and is put
+// back as it was if that does not do. Having both up, as the library can, lets the books
+// count as free on a shared link what the other of the two still carries; with the old
+// one gone that is put right without asking whether there is room.
 Improvement improve(Plan* plan, int maxRounds, const Step& step);
 
 }  // namespace workbench

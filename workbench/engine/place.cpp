@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <deque>
+#include <numeric>
 #include <random>
 
 #include "cli/error.h"
@@ -115,14 +116,19 @@ class Placement {
         waiting_.insert(waiting_.begin(), again.begin(), again.end());
     }
 
+    // The most important first, those of a level in the order of the requests.
     bool protectAll() {
         const Protection protection = engine_->configuration().protection;
         if (protection == Protection::NONE) return true;
-        for (std::size_t i = 0; i < demands_->size(); i++) {
+        std::vector<std::size_t> order(demands_->size());
+        std::iota(order.begin(), order.end(), std::size_t{0});
+        std::ranges::stable_sort(order, {},
+                                 [this](std::size_t i) { return (*demands_)[i].level; });
+        for (const std::size_t i : order) {
             PlanDemand& demand = (*demands_)[i];
             if (demand.lsp >= 0) {
                 const Stopwatch watch;
-                demand.unprotected = engine_->protect(demand.lsp, protection);
+                protectDemand(engine_, &demand);
                 if (times_ != nullptr) times_->protections.push_back(watch.seconds());
                 if (!demand.unprotected.empty() &&
                     !isExcused(options_.excusedProtection, static_cast<int>(i)))
@@ -202,9 +208,18 @@ Request requestFor(const Engine& engine, const PlanDemand& demand, int index) {
                        .bandwidth = demand.bandwidth,
                        .preempt = engine.configuration().preempt,
                        .maxDelay = demand.maxDelay,
-                       .maxHops = demand.maxHops};
+                       .maxHops = demand.maxHops,
+                       .route = demand.route};
     if (demand.avoid != 0) request.avoidColours = engine.coloursWith(demand.avoid);
     return request;
+}
+
+void protectDemand(Engine* engine, PlanDemand* demand) {
+    const Protection protection = engine->configuration().protection;
+    demand->unprotected = engine->protect(demand->lsp, protection);
+    demand->exposed.clear();
+    if (protection != Protection::NONE && demand->unprotected.empty())
+        demand->exposed = engine->exposed(demand->lsp);
 }
 
 bool placeAll(Engine* engine, std::vector<PlanDemand>* demands,
@@ -234,7 +249,7 @@ Plan newPlan(const Network& network, const std::vector<Demand>& demands,
 }
 
 void runPlan(Plan* plan, const Step& step, PlaceTimes* times) {
-    Engine engine(plan->network, plan->configuration);
+    Engine engine(*plan);
     PlaceOptions options;
     options.step = step;
     placeAll(&engine, &plan->demands, options, times);

@@ -32,7 +32,8 @@ Request requestFor(const Engine& engine, const PlanDemand& demand, int index);
 
 // Makes the requests of a plan whose demands are filled in, in their order, requests
 // preempted LSPs again at once, the most important first, and then protects every
-// primary. Outcomes and reasons are written to the plan's demands.
+// primary, again the most important first. Outcomes and reasons are written to the plan's
+// demands.
 //
 // This ends: an LSP is preempted by more important ones only, so the requests of each
 // level are as many as it has demands and the levels above it have preempted.
@@ -47,6 +48,9 @@ struct PlaceOptions {
 };
 bool placeAll(Engine* engine, std::vector<PlanDemand>* demands,
               const PlaceOptions& options, PlaceTimes* times);
+
+// Protects the LSP of a demand and writes down what came of it.
+void protectDemand(Engine* engine, PlanDemand* demand);
 
 // A plan with its requests, none of them made yet.
 Plan newPlan(const Network& network, const std::vector<Demand>& demands,

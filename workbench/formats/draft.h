@@ -45,6 +45,7 @@ struct DraftLink {
     std::optional<double> metric;
     std::optional<double> delay;
     int line;
+    std::vector<std::string> groups = {};  // as in Link
 };
 
 struct DraftDemand {

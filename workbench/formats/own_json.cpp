@@ -78,6 +78,13 @@ class Members {
         return value;
     }
 
+    std::vector<std::string> texts(const char* key) const {
+        if (!has(key)) return {};
+        for (const json& text : list(key))
+            if (!text.is_string()) fail(fmt::format("texts in \"{}\"", key), text);
+        return object_[key];
+    }
+
     [[noreturn]] void fail(const std::string& expected, const json& got) const {
         const std::string text =
             got.is_object() ? "an object"
@@ -136,7 +143,8 @@ void addLink(const Members& link, double unit, Draft* draft) {
              std::min(link.number("colour", 0).value_or(0), 2147483647.0)),
          .metric = link.number("metric", -HUGE_VAL),
          .delay = link.number("delay", 0),
-         .line = link.line()});
+         .line = link.line(),
+         .groups = link.texts("groups")});
 }
 
 void addDemand(const Members& demand, double unit, Draft* draft) {
@@ -219,6 +227,7 @@ json toJson(const Network& network) {
         if (link.metric) entry["metric"] = *link.metric;
         if (link.delay) entry["delay"] = *link.delay;
         if (!link.name.empty()) entry["name"] = link.name;
+        if (!link.groups.empty()) entry["groups"] = link.groups;
     }
     return result;
 }

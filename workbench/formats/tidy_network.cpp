@@ -164,13 +164,15 @@ class Tidier {
                                   .colour = link.colour,
                                   .metric = link.metric,
                                   .delay = link.delay,
-                                  .name = link.name});
+                                  .name = link.name,
+                                  .groups = link.groups});
     }
 
     // The first link keeps its name, metric and delay; a colour of any part counts.
     void merge(const DraftLink& link, double capacity, Link* first) {
         first->capacity += capacity;
         first->colour |= link.colour;
+        first->groups.insert(first->groups.end(), link.groups.begin(), link.groups.end());
         note(FindingKind::MergedLink, link.line,
              fmt::format("{}: {} more, {} in all", nameOf(link, first->src, first->dst),
                          formatBandwidth(capacity, network_.unit),

@@ -113,14 +113,20 @@ json failureOf(const Failure& failure, const Positions& positions, Reasons* reas
     json restored = json::array();
     for (const Restored& one : failure.restored)
         restored.push_back(
-            {positions.primary.at(one.lsp), positions.backup.at(one.backup)});
+            {positions.primary.at(one.lsp), positions.backup.at(one.backups.front())});
     json lost = json::array();
     for (const Lost& one : failure.lost)
         lost.push_back({positions.primary.at(one.lsp), toText(one.cause),
                         reasons->positionOf(one.reason)});
     json overloads = json::array();
     for (const Load& load : failure.overloads) overloads.push_back(loadOf(load));
-    return {{failure.isNode ? "node" : "link", failure.id},
+    const FailureSet& set = failure.set;
+    return {set.nodes.empty() ? json::array({"link", set.links.front()})
+                              : json::array({"node", set.nodes.front()}),
+            {"name", set.name},
+            {"kind", toText(set.kind)},
+            {"links", set.links},
+            {"nodes", set.nodes},
             {"hit", failure.hit.size()},
             {"restored", std::move(restored)},
             {"lost", std::move(lost)},

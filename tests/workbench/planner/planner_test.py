@@ -1,0 +1,191 @@
+"""A planner's work with the program as it is called, every result checked from the files.
+
+    KAVRIL=build/release/bin/kavril KAVRIL_DATA=../shared/data python3 planner_test.py
+"""
+import json
+import os
+import pathlib
+import subprocess
+import tempfile
+import unittest
+
+from books import SLACK, Books
+
+ROOT = pathlib.Path(__file__).resolve().parents[3]
+PROGRAM = os.environ.get("KAVRIL", ROOT / "build/release/bin/kavril")
+DATA = pathlib.Path(os.environ.get("KAVRIL_DATA", ROOT.parent / "shared/data"))
+ABILENE = [ROOT / "examples/data/abilene.json", ROOT / "examples/data/abilene-demands.json"]
+# Network, demands and a scale at which protection finds room for most and not for all.
+NETWORKS = [(*ABILENE, "--scale", 1), (*ABILENE, "--scale", 2.5)] + [
+    entry for entry in (
+        (DATA / "sndlib-xml/germany50.xml", "--scale", 0.3),
+        (DATA / "repetita/Abilene.graph", DATA / "repetita/Abilene.0000.demands"),
+        (DATA / "sndlib-native/janos-us-ca.txt", "--scale", 0.02, "--max-demands", 300),
+    ) if entry[0].exists()]
+CLASSES = "--class", "voice:0:0.2,data:3:0.5,data:5:0.3"
+FOLDER = tempfile.TemporaryDirectory()
+
+
+def name(file):
+    return pathlib.Path(FOLDER.name) / file
+
+
+def kavril(*words, status=0):
+    """What it prints on both streams, as JSON where that is asked for."""
+    done = subprocess.run([PROGRAM, *map(str, words)], capture_output=True, text=True, check=False)
+    if done.returncode != status:
+        raise AssertionError(f"{words}: exit status {done.returncode}\n{done.stderr}{done.stdout}")
+    return json.loads(done.stdout) if "--json" in words else done.stdout + done.stderr
+
+
+def placed(file, *words):
+    kavril("place", *words, "-o", name(file), "--quiet")
+    return Books(name(file))
+
+
+class Planner(unittest.TestCase):
+    maxDiff = 2000
+
+    def promises_hold(self, file):
+        self.assertEqual([], Books(name(file)).broken_promises()[:5])
+        kavril("audit", name(file), "--failures", "links,cables,nodes,groups", "--quiet")
+
+    def test_every_plan_keeps_what_it_claims(self):
+        for network in NETWORKS:
+            for protection in ("none", "local", "global"):
+                for classes in ((), CLASSES):
+                    with self.subTest(network=network, protection=protection, classes=classes):
+                        before = placed("p.json", *network, "--protection", protection, *classes)
+                        self.promises_hold("p.json")
+                        kavril("improve", name("p.json"), "-o", name("better.json"), "--rounds", 2)
+                        self.promises_hold("better.json")
+                        after = Books(name("better.json"))
+                        self.assertEqual(*[[b.key(lsp) for lsp in b.primaries]
+                                           for b in (before, after)])
+                        for old, new in zip(before.demands, after.demands):
+                            self.assertLessEqual(bool(new["unprotected"]), bool(old["unprotected"]))
+
+    def test_important_traffic_is_protected_first(self):
+        for network in NETWORKS[1:]:
+            books = placed("p.json", *network, "--protection", "global",
+                           "--class", "data:3:0.5,data:5:0.5")
+            protected = [sum(d["bandwidth"] for d in books.demands
+                             if d["lsp"] >= 0 and d["level"] == level and not d["unprotected"])
+                         for level in (3, 5)]
+            self.assertGreater(protected[0], protected[1], network)
+
+    def test_audit_says_what_the_files_say(self):
+        for network in NETWORKS:
+            with self.subTest(network=network):
+                books = placed("p.json", *network, "--protection", "local", *CLASSES)
+                said = kavril("audit", name("p.json"), "--json")
+                sets = [*books.cables(), *books.nodes()]
+                self.assertEqual([s[0] for s in sets], [f["name"] for f in said["failures"]])
+                worst, ever = {cell: load for cell, load in books.base.items()}, set()
+                for failure, (_, links, nodes) in zip(said["failures"], sets):
+                    loads, lost, ends = books.fail(links, nodes)
+                    ever |= lost
+                    self.assertEqual(sorted(lost | ends), [one["lsp"] for one in failure["lost"]])
+                    self.assertAlmostEqual(
+                        failure["bandwidthLost"], sum(books.lsps[i]["bandwidth"] for i in lost), 5)
+                    for cell, load in loads.items():
+                        worst[cell] = max(worst.get(cell, 0), load)
+                for load in said["worst"]:
+                    own = worst.get((load["link"], load["trafficClass"]), 0)
+                    self.assertAlmostEqual(own / SLACK, load["bandwidth"] / SLACK, 5)
+                self.assertEqual(len(books.primaries) - len(ever), said["verdict"]["all"]["protected"])
+                levels = said["verdict"]["levels"]
+                self.assertEqual(len(books.primaries), sum(level["carried"] for level in levels))
+
+    def test_failure_sets_and_availability(self):
+        books = placed("p.json", *NETWORKS[0], "--protection", "global")
+        cables = list(books.cables())
+        name("sets.json").write_text(json.dumps({"format": "kavril-failures", "failures": [
+            {"name": "duct", "kind": "group", "elements": [cables[0][0], cables[3][0]],
+             "mtbf": 990, "mttr": 10},
+            {"name": "storm", "elements": [cables[1][0], books.names[4]], "probability": 0.001}]}))
+        said = kavril("audit", name("p.json"), "--sets", name("sets.json"), "--json",
+                      "--failures", "cables,groups,custom,pairs", "--mtbf", "cable=990",
+                      "--mttr", "cable=10")
+        down = {}
+        singles = [*((*c, 0.01) for c in cables),
+                   ("duct", cables[0][1] | cables[3][1], set(), 0.01),
+                   ("storm", cables[1][1], {4}, 0.001)]
+        for title, links, nodes, part in singles:
+            for lsp in set.union(*books.fail(links, nodes)[1:]):
+                down.setdefault(lsp, {})[title] = part
+        for i, (one, links, nodes, part) in enumerate(singles):
+            for two, more_links, more_nodes, more in singles[i + 1:]:
+                for lsp in set.union(*books.fail(links | more_links, nodes | more_nodes)[1:]):
+                    if not {one, two} & down.setdefault(lsp, {}).keys():
+                        down[lsp][f"{one} + {two}"] = part * more
+        self.assertEqual(len(singles) * (len(singles) + 1) / 2, len(said["failures"]))
+        for one in said["availability"]:
+            own = 1.0
+            for part in down.get(one["lsp"], {}).values():
+                own *= 1 - part
+            self.assertAlmostEqual(own, one["availability"], 12)
+        case = kavril("audit", name("p.json"), "--fail", f"{cables[0][0]},{books.names[4]}")
+        _, lost, ends = books.fail(cables[0][1], {4})
+        self.assertEqual(len(lost | ends), case.count(": lost"))
+
+    def test_groups_in_the_network_are_avoided(self):
+        network = json.loads(ABILENE[0].read_text())
+        books = placed("p.json", *ABILENE, "--protection", "global")
+        for i in (0, 1, 8, 9):
+            network["links"][i]["groups"] = ["duct"]
+        name("net.json").write_text(json.dumps(network))
+        words = name("net.json"), ABILENE[1], "--protection", "global", "--survive"
+        grouped = placed("q.json", *words, "cables,groups")
+        self.promises_hold("q.json")
+        lost = [len(b.fail(links, nodes)[1]) for b in (books, grouped)
+                for _, links, nodes in grouped.groups()]
+        self.assertLessEqual(lost[1], lost[0])
+        noted = [d for d in grouped.demands if "duct" in d.get("exposed", [])]
+        unprotected = [d for d in grouped.demands if d["unprotected"]]
+        self.assertLessEqual(lost[1], len(noted) + len(unprotected))
+
+    def test_requirements_decide_the_exit_status(self):
+        placed("p.json", *NETWORKS[0], "--protection", "global", *CLASSES)
+        for wanted, status in (("overload=0", 0), ("protected=100.1%", 1), ("carried=1", 0),
+                               ("lost:voice:0=0", None), ("load=1%", 1), ("nonsense=1", 2),
+                               ("protected:video=1", 2), ("availability=99%", 1)):
+            if status is not None:
+                kavril("audit", name("p.json"), "--quiet", "--require", wanted, status=status)
+
+    def test_damage_is_found(self):
+        placed("p.json", *NETWORKS[0], "--protection", "local")
+        plan = json.loads(name("p.json").read_text())
+        full = max(range(len(plan["links"])), key=lambda i: plan["links"][i]["primary"][0][0])
+        backup = next(i for i, lsp in enumerate(plan["lsps"]) if lsp["kind"] == "local")
+        owner = next(i for i, lsp in enumerate(plan["lsps"])
+                     if lsp["id"] == plan["lsps"][backup]["primary"])
+        damages = [
+            ("in the plan", ["links", full, "primary", 0, 0], 17), ("freed", ["links", full, "freed"], []),
+            ("reserved", ["links", full, "reserved", 0, 0], 1), ("capacity", ["links", 0, "capacity", 0], 5),
+            ("above its capacity", ["network", "links", full, "capacity"], 1),
+            ("is there twice", ["lsps", 1, "id"], plan["lsps"][0]["id"]),
+            ("that is not there", ["lsps", 0, "path"], [plan["lsps"][0]["path"][0]] * 2),
+            ("bandwidth and level", ["lsps", 0, "bandwidth"], 0.001),
+            ("is not the one", ["demands", plan["lsps"][0]["demand"], "lsp"], -1),
+            ("links that it protects", ["lsps", backup, "protectedLinks"], []),
+            ("fails: backup", ["lsps", backup, "path"], plan["lsps"][owner]["path"]),
+            ("is none of", ["lsps", 0, "kind"], "spare"), ("LSP", ["lsps", 0, "path", 0], 99),
+            ("tables", ["links"], []), ("version", ["version"], 2), ("a plan expected", ["format"], "x"),
+            ("number", ["lsps", 0, "bandwidth"], "much"), ("demand 0", ["demands", 0, "src"], -1)]
+        for words, (*way, last), value in damages:
+            with self.subTest(words=words):
+                damaged = json.loads(name("p.json").read_text())
+                place = damaged
+                for step in way:
+                    place = place[step]
+                place[last] = value
+                name("damaged.json").write_text(json.dumps(damaged))
+                done = subprocess.run([PROGRAM, "audit", name("damaged.json")], check=False,
+                                      capture_output=True, text=True)
+                self.assertIn(done.returncode, (1, 2))
+                self.assertIn(words, done.stdout + done.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,37 @@
+#include "commands/options.h"
+
+#include "cli/error.h"
+
+namespace workbench {
+
+FailureKind failureKindFrom(const std::string& text) {
+    for (const FailureKind kind :
+         {FailureKind::LINK, FailureKind::CABLE, FailureKind::NODE, FailureKind::GROUP,
+          FailureKind::PAIR, FailureKind::CUSTOM})
+        if (text == toText(kind) || text == toText(kind) + std::string("s")) return kind;
+    throw UserError(
+        "'" + text +
+        "' is no kind of failure: links, cables, nodes, groups, pairs, custom");
+}
+
+std::vector<FailureKind> failureKindsFrom(const std::vector<std::string>& texts) {
+    std::vector<FailureKind> kinds;
+    for (const std::string& text : texts) kinds.push_back(failureKindFrom(text));
+    return kinds;
+}
+
+void addSurviveOption(CLI::App& cmd, Configuration* configuration) {
+    cmd.add_option_function<std::vector<std::string>>(
+           "--survive",
+           [configuration](const auto& texts) {
+               configuration->survive = failureKindsFrom(texts);
+           },
+           "Failures that backups are to survive besides that of a link: cables (both "
+           "directions), nodes, groups, custom, links alone [cables,nodes]")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->type_name("KINDS")
+        ->group("Placement");
+}
+
+}  // namespace workbench

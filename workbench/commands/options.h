@@ -1,0 +1,18 @@
+// Values of options that several commands take.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/shared.h"
+
+namespace workbench {
+
+// "cables" or "cable"; UserError for an unknown kind.
+FailureKind failureKindFrom(const std::string& text);
+std::vector<FailureKind> failureKindsFrom(const std::vector<std::string>& texts);
+
+// --survive KINDS: what the backups of a configuration are there for.
+void addSurviveOption(CLI::App& cmd, Configuration* configuration);
+
+}  // namespace workbench
