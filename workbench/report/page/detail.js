@@ -36,7 +36,7 @@ export function subtable(box, table) {
 // rows: [{lsp, ...}]; `more` are further columns.
 export function lspTable(box, model, caption, rows, change, more = [], filters = []) {
     subtable(box, {
-        caption, rows, pageSize: 8, filters, file: `${model.title} ${caption}`,
+        caption, rows, pageSize: 8, filters, isWholeOnPaper: true, file: `${model.title} ${caption}`,
         columns: [
             {...number("LSP", (d) => d.lsp.id), pick: ({lsp}) => change({lsp})},
             {name: "Ends", value: (d) => d.lsp.name},
