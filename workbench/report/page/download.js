@@ -3,7 +3,7 @@
 
 function cell(value) {
     const text = String(value ?? "");
-    return /[",\r\n;]/.test(text) ? `"${text.replaceAll('"', '""')}"` : text;
+    return /[",;\r\n\t]/.test(text) ? `"${text.replaceAll('"', '""')}"` : text;
 }
 
 export function csvOf(columns, rows) {

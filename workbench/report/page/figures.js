@@ -36,7 +36,7 @@ function safe({lsps}) {
     return {
         name: "Survives any failure", value: percent(ratio(bandwidthOf(surviving), bandwidthOf(lsps))), bad: surviving.length < lsps.length,
         note: surviving.length < lsps.length
-            ? `${plural(lsps.length - surviving.length, "LSP")} lost in some; ${count(bare)} without a backup` : "but of its ends, every LSP",
+            ? `${plural(lsps.length - surviving.length, "LSP")} lost in some; ${count(bare)} without a backup` : "every LSP, unless its ends fail",
     };
 }
 
@@ -46,7 +46,7 @@ export const gravestOf = ({failures}) =>
 function gravest(model) {
     const failure = gravestOf(model);
     const total = bandwidthOf(model.lsps);
-    if (!failure) return {name: "Lost at worst", value: "nothing", note: `in any of ${plural(model.failures.length, "failure")}, but at failed nodes`};
+    if (!failure) return {name: "Lost at worst", value: "nothing", note: `in any of ${plural(model.failures.length, "failure")}; ends at failed nodes do not count`};
     return {
         name: "Lost at worst", value: percent(ratio(failure.preventable + failure.lostCutOff, total)), bad: true,
         note: `${failure.kind} ${failure.name}`, change: {failure},
@@ -57,7 +57,7 @@ function restored({failures}) {
     const [saved, lost] = [sum(failures, (d) => d.restored.length), sum(failures, (d) => d.lost.filter((one) => one.cause !== "ends here").length)];
     return {
         name: "Hits restored", value: saved + lost ? percent(saved / (saved + lost)) : "n/a", bad: false,
-        note: `${count(saved)} of ${count(saved + lost)} over all failures, but at failed nodes`,
+        note: `${count(saved)} of ${count(saved + lost)}; ends at failed nodes do not count`,
     };
 }
 

@@ -69,7 +69,7 @@ function lspOf(model, raw, ind) {
         links: linksOf(model, raw.path),
         class: model.classes[raw.class],
         saved: [],  // failures that it survives over a backup
-        fatal: [],  // failures that it does not, but for those of its ends
+        fatal: [],  // failures that it does not, other than of its ends
     };
     lsp.name = `${lsp.from.name} > ${lsp.to.name}`;
     lsp.backups = raw.backups.map((backup) => backupOf(model, backup, lsp));

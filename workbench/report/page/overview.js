@@ -29,8 +29,8 @@ function showClasses(box, model) {
             {name: "Class", value: (d) => model.byImportance.indexOf(d.class), text: (d) => d.class.name},
             bandwidth("Offered", (d) => d.offered),
             share("Carried", (d) => ratio(d.carried, d.offered)),
-            share("Survives", (d) => ratio(d.safe, d.carried), "Part of what is carried that survives every failure, but of its ends"),
-            share("Lost at worst", (d) => ratio(d.worst, d.carried), "Part of what is carried that the worst failure for the class takes, but for LSPs that end at a failed node"),
+            share("Survives", (d) => ratio(d.safe, d.carried), "Part of what is carried that survives every failure that spares its ends"),
+            share("Lost at worst", (d) => ratio(d.worst, d.carried), "Part of what is carried that the worst failure for the class takes, not counting LSPs that end at a failed node"),
         ],
     });
 }

@@ -58,7 +58,7 @@ function lspTable(model, change) {
             number("Hops", (d) => d.links.length),
             number("Stretch", (d) => d.stretch ?? Infinity, (x) => (x < Infinity ? x.toFixed(2) : "n/a"), "Length by the links' metrics against the shortest path; 1 is as short as can be"),
             number("Backups", (d) => d.backups.length),
-            number("Lost in", lostOf, undefined, "Failures that it does not survive, but for those of its ends"),
+            number("Lost in", lostOf, undefined, "Failures that it does not survive, not counting those of its ends"),
             {name: "Note", value: (d) => d.note ?? ""},
         ],
     };
