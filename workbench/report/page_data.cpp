@@ -4,6 +4,7 @@
 #include <cmath>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <tuple>
 #include <unordered_map>
 
 #include "audit/recompute.h"
@@ -80,8 +81,20 @@ json primaryOf(const PlanLsp& lsp, double stretch, const Plan& plan) {
             {"level", lsp.level},
             {"bw", lsp.bandwidth},
             {"stretch", std::round(1e4 * stretch) / 1e4},
+            {"demand", plan.demands[lsp.demand].name},
             {"note", plan.demands[lsp.demand].unprotected},
             {"backups", json::array()}};
+}
+
+// Which of those of the same name, ends, class and level a demand is: this makes it the
+// same in two plans.
+std::vector<int> ranksOf(const std::vector<PlanDemand>& demands) {
+    std::map<std::tuple<std::string, int, int, int, int>, int> seen;
+    std::vector<int> ranks;
+    for (const PlanDemand& one : demands)
+        ranks.push_back(
+            seen[{one.name, one.src, one.dst, one.trafficClass, one.level}]++);
+    return ranks;
 }
 
 // What a backup guards is left out where it is all of its primary, links or inner nodes:
@@ -98,12 +111,14 @@ json backupOf(const PlanLsp& backup, const PlanLsp& primary) {
 // A plan has its LSPs in the order of their ids, a primary before its backups.
 json lspsOf(const Plan& plan, Positions* positions) {
     const std::vector<double> stretch = stretches(plan);
+    const std::vector<int> nth = ranksOf(plan.demands);
     json lsps = json::array();
     for (const PlanLsp& lsp : plan.lsps) {
         positions->plan[lsp.id] = positions->plan.size();
         if (lsp.kind == LspKind::PRIMARY) {
             positions->primary[lsp.id] = static_cast<int>(lsps.size());
             lsps.push_back(primaryOf(lsp, stretch[positions->plan.at(lsp.id)], plan));
+            if (nth[lsp.demand] > 0) lsps.back()["nth"] = nth[lsp.demand];
             continue;
         }
         const auto primary = positions->primary.find(lsp.primary);

@@ -1,31 +1,20 @@
 // Two plans side by side: what became of every LSP and link of the earlier one.
 //
-// LSPs are the same if their ends, class and level are; of several such those with the same
-// id go together first, the rest in order.
-import {group} from "d3";
+// LSPs are the same if their demand's name, ends, class and level are; the first with these
+// in one plan is the first in the other.
 import {shareOf} from "./model.js";
 
-const keyOf = (lsp) => [lsp.from.name, lsp.to.name, lsp.class.name, lsp.level].join("\n");
+const keyOf = (lsp) => [lsp.demand, lsp.from.name, lsp.to.name, lsp.class.name, lsp.level, lsp.nth ?? 0].join("\n");
 
 // [[former, lsp]], either of them null where it has no partner.
 function pairLsps(before, after) {
-    const former = group(before, keyOf);
-    const pairs = [];
-    for (const [key, lsps] of group(after, keyOf)) {
-        const left = new Map((former.get(key) ?? []).map((lsp) => [lsp.id, lsp]));
-        former.delete(key);
-        const strangers = lsps.filter((lsp) => {
-            if (!left.has(lsp.id)) return true;
-            pairs.push([left.get(lsp.id), lsp]);
-            left.delete(lsp.id);
-            return false;
-        });
-        const rest = [...left.values()];
-        for (const lsp of strangers) pairs.push([rest.shift() ?? null, lsp]);
-        for (const lsp of rest) pairs.push([lsp, null]);
-    }
-    for (const lsps of former.values()) for (const lsp of lsps) pairs.push([lsp, null]);
-    return pairs;
+    const former = new Map(before.map((lsp) => [keyOf(lsp), lsp]));
+    const pairs = after.map((lsp) => {
+        const partner = former.get(keyOf(lsp)) ?? null;
+        former.delete(keyOf(lsp));
+        return [partner, lsp];
+    });
+    return [...pairs, ...[...former.values()].map((lsp) => [lsp, null])];
 }
 
 const wayOf = ({from, links}) => [from, ...links.map((link) => link.to)].map((node) => node.name).join("\n");
