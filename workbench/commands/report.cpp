@@ -1,11 +1,16 @@
 // kavril report: a plan as a page to look at.
 #include <fmt/format.h>
 
+#include <filesystem>
+#include <optional>
+
 #include "audit/audit.h"
+#include "audit/failure_sets.h"
 #include "cli/error.h"
 #include "cli/file.h"
 #include "cli/shared.h"
 #include "commands/commands.h"
+#include "commands/options.h"
 #include "plan_json.h"
 #include "report/page.h"
 #include "report/page_data.h"
@@ -16,6 +21,9 @@ namespace {
 
 struct ReportOptions {
     std::string plan;
+    std::string before;
+    std::vector<std::string> kinds;  // of failures
+    std::string sets;
     std::string output = "report.html";
 };
 
@@ -34,23 +42,36 @@ std::string pageWith(const std::string& data) {
     return page;
 }
 
+Audited audited(const std::string& file, const ReportOptions& options) {
+    Audited one = {std::filesystem::path(file).filename().string(), readPlan(file), {}};
+    if (!options.sets.empty())
+        for (FailureSet& set : readFailureSets(options.sets, one.plan))
+            one.plan.failureSets.push_back(std::move(set));
+    std::vector<FailureKind> kinds = {FailureKind::CABLE, FailureKind::NODE,
+                                      FailureKind::GROUP, FailureKind::CUSTOM};
+    if (!options.kinds.empty()) kinds = failureKindsFrom(options.kinds);
+    one.audit = audit(one.plan, failuresOf(one.plan, kinds));
+    return one;
+}
+
 int report(const ReportOptions& options, const Shared& shared) {
     checkPageIsThere();
-    const Plan plan = readPlan(options.plan);
-    const AuditResult result = audit(plan);
-    const std::string page = pageWith(pageData(plan, result));
+    const Audited now = audited(options.plan, options);
+    std::optional<Audited> before;
+    if (!options.before.empty()) before = audited(options.before, options);
+    const std::string page = pageWith(pageData(now, before ? &*before : nullptr));
     writeFile(options.output, page);
     if (options.output == "-") return 0;
     if (shared.json)
         fmt::print("{}\n", nlohmann::json({{"report", options.output},
                                            {"bytes", page.size()},
-                                           {"failures", result.failures.size()},
-                                           {"clean", result.isClean()}})
+                                           {"failures", now.audit.failures.size()},
+                                           {"clean", now.audit.isClean()}})
                                .dump(2));
-    else
+    else if (!shared.quiet)
         fmt::print("{}: {} LSPs, {} failures, {:.1f} MB; open it in a browser\n",
-                   options.output, plan.summary.placed + plan.summary.replaced,
-                   result.failures.size(), page.size() / 1e6);
+                   options.output, now.plan.summary.placed + now.plan.summary.replaced,
+                   now.audit.failures.size(), page.size() / 1e6);
     return 0;
 }
 
@@ -61,13 +82,28 @@ void addReport(CLI::App& app, Shared& shared) {
     auto options = std::make_shared<ReportOptions>();
     cmd->add_option("PLAN", options->plan, "Plan, as written by kavril place")
         ->required();
-    addOutputFile(*cmd, &options->output,
-                  "HTML file to write, - for standard output [report.html]");
+    cmd->add_option("--before", options->before,
+                    "An earlier plan: the page shows what has changed since");
+    cmd->add_option("--failures", options->kinds,
+                    "Kinds of failures to show: links, cables (both directions), nodes, "
+                    "groups, custom, pairs (of the others named) "
+                    "[cables,nodes,groups,custom]")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->type_name("KINDS");
+    cmd->add_option("--sets", options->sets, "File of risk groups and other failures")
+        ->type_name("FILE");
+    cmd->add_option("-o,--output", options->output, "HTML file to write, - for stdout")
+        ->capture_default_str();
     addOutputOptions(*cmd, shared);
     cmd->footer(
         "The page is one file and needs no network: a map, failures and LSPs to pick,\n"
-        "utilisation, tables. Its figures of failures are those of kavril audit.\n\n"
-        "Example:\n  kavril report plan.json -o report.html");
+        "utilisation, tables to filter and to save as CSV. Its figures of failures are\n"
+        "those of kavril audit. With an earlier plan it shows which LSPs have moved, "
+        "come\n"
+        "or gone, and what that does to every link and in the worst failure.\n\n"
+        "Examples:\n  kavril report plan.json -o report.html\n"
+        "  kavril report better.json --before plan.json -o report.html");
     onRun(*cmd, shared, [&shared, options] { return report(*options, shared); });
 }
 

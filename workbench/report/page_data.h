@@ -8,9 +8,15 @@
 
 namespace workbench {
 
+struct Audited {
+    std::string file;  // its name, to be shown
+    Plan plan;
+    AuditResult audit;
+};
+
 // The plan without its tables per failure, and of the audit what every failure does, in
 // one line of JSON that can stand in a script element. Nodes, links and primaries are
-// named by their positions.
-std::string pageData(const Plan& plan, const AuditResult& audit);
+// named by their positions. `before` is an earlier plan to compare with, or null.
+std::string pageData(const Audited& now, const Audited* before);
 
 }  // namespace workbench

@@ -1,21 +1,18 @@
-// The two charts. Colours are the style sheet's variables, so they follow the theme.
+// How full the links are: one histogram for every way of counting, each link once.
 import * as Plot from "@observablehq/plot";
 import {max, mean, range, sort} from "d3";
-import {amount, percent} from "./format.js";
-import {ratio, shareOf} from "./model.js";
+import {endOf} from "./bars.js";
+import {add, percent, plural} from "./format.js";
+import {shareOf} from "./model.js";
 
-const FRAME = {style: {background: "none", fontFamily: "inherit", fontSize: "12px"}};
-const EPSILON = 1e-9;
+const KINDS = [
+    {name: "In use, nothing failed", colour: "var(--primary)", loads: (d) => d.primary},
+    {name: "In use, worst failure of each link", colour: "var(--worst)", loads: (d) => d.worst.loads},
+    {name: "Reserved, with backups", colour: "var(--backup)", loads: (d) => d.reserved},
+];
+const binsFor = (nbLinks) => (nbLinks < 200 ? 20 : 40);
 
-// One value per link and class with a capacity, as the summary counts them.
-function cells(model, oa) {
-    return model.links.flatMap((link) =>
-        link.cap.flatMap((capacity, c) =>
-            capacity > 0 && (oa < 0 || oa === c)
-                ? [{primary: link.primary[c] / capacity, reserved: link.reserved[c] / capacity}]
-                : []));
-}
-
+// The 95th percentile is a nearest rank.
 export function statistics(values) {
     const sorted = sort(values);
     return {
@@ -25,96 +22,42 @@ export function statistics(values) {
     };
 }
 
-export function drawDistribution(box, model, oa, width) {
-    const all = cells(model, oa);
-    const kinds = [["Without protection", "primary"], ["With protection", "reserved"]];
-    const rows = kinds.flatMap(([kind, field]) =>
-        all.map((cell) => ({kind, share: cell[field]})));
-    const marks = kinds.map(([kind, field]) => ({kind, ...statistics(all.map((cell) => cell[field]))}));
-    const top = axisTop(max(rows, (d) => d.share) ?? 0);
+function drawHistogram(box, {name, colour}, shares, {end, bins, top, width}) {
+    const {mean: middle, p95, maximum} = statistics(shares);
+    const title = add(box, "p", "charttitle");
+    add(title, "b", null, name);
+    add(title, "span", null, `mean ${percent(middle)}, 95th percentile ${percent(p95)}, maximum ${percent(maximum)}`);
     // A share on the bound of two bins, such as a full link, belongs to the lower one.
-    for (const row of rows) row.share = Math.min(Math.max(0, row.share - EPSILON), top - EPSILON);
-    box.replaceChildren(Plot.plot({
-        ...FRAME,
-        width, height: 400, marginLeft: 44, marginRight: 12, marginTop: 26, marginBottom: 36,
-        ariaLabel: "Histogram of the links' utilisation without and with protection",
-        x: {label: "share of the capacity", domain: [0, top], tickFormat: "%", ticks: 6},
-        y: {label: null, grid: true, ticks: 4},
-        fy: {domain: kinds.map(([kind]) => kind), axis: null, padding: 0.22},
+    const rows = shares.map((share) => Math.min(Math.max(0, share - 1e-9), end - 1e-9));
+    box.append(Plot.plot({
+        style: {background: "none", fontFamily: "inherit", fontSize: "11px"},
+        width: Math.max(260, width), height: 118, marginLeft: 38, marginRight: 16, marginTop: 6, marginBottom: 20,
+        ariaLabel: `Histogram of links: ${name}`,
+        x: {label: null, domain: [0, end], tickFormat: "%", ticks: 6, tickSize: 3},
+        y: {type: "sqrt", label: null, grid: true, ticks: 3, tickSize: 0, domain: [0, top]},
         marks: [
-            Plot.rectY(rows, Plot.binX({y: "count"}, {
-                x: "share", fy: "kind", thresholds: range(0, top + 0.04, 0.05), inset: 0.5,
-                fill: (d) => (d.kind === kinds[0][0] ? "var(--primary)" : "var(--backup)"),
-                title: "kind",
-            })),
+            Plot.rectY(rows, Plot.binX({y: "count"}, {x: (d) => d, thresholds: range(0, end * (1 + 0.5 / bins), end / bins), inset: 0.5, fill: colour})),
             Plot.ruleY([0], {stroke: "var(--muted)"}),
-            Plot.ruleX(marks, {x: "p95", fy: "kind", stroke: "var(--text)", strokeDasharray: "3,3"}),
-            Plot.text(kinds, {
-                fy: (d) => d[0], text: (d) => d[0], frameAnchor: "top-left", dy: -14,
-                fontWeight: 600, fill: "var(--text)",
-            }),
-            Plot.text(marks, {
-                fy: "kind", frameAnchor: "top-right", dy: width < 520 ? 2 : -14, fill: "var(--muted)",
-                text: (d) => `mean ${percent(d.mean)}, 95th percentile ${percent(d.p95)}, maximum ${percent(d.maximum)}`,
-            }),
+            Plot.ruleX([p95], {stroke: "var(--text)", strokeDasharray: "3,3"}),
         ],
     }));
 }
 
-// What a link reserves, piece by piece: primaries from the most important level on, then
-// the levels' shares for backups.
-export function pieces(model, link, oa) {
-    const kinds = [
-        ["primary", (c, level) => link.pri[c][level]],
-        ["backup", (c, level) => link.res[c][level] - link.pri[c][level]],
-    ];
-    return model.classes.flatMap((name, c) => oa >= 0 && oa !== c ? [] :
-        kinds.flatMap(([kind, of]) => range(model.levels).map((level) => ({
-            link, level, kind, className: name, bw: of(c, level), capacity: link.cap[c],
-            share: ratio(of(c, level), link.cap[c]), key: `${kind} ${level}`,
-        }))).filter((d) => d.bw > EPSILON && d.capacity > 0));
+// All histograms go up to the same number of links.
+function highestBin(shares, end, bins) {
+    const counts = Array(bins).fill(0);
+    for (const share of shares) counts[Math.max(0, Math.min(bins, Math.ceil((share / end) * bins - 1e-6)) - 1)]++;
+    return max(counts);
 }
 
-const colourOf = (key) => `var(--${key.replace(" ", "")})`;
-
-export function keysOf(rows) {
-    const keys = new Set(rows.map((d) => d.key));
-    return ["primary", "backup"].flatMap((kind) =>
-        range(8).map((level) => `${kind} ${level}`)).filter((key) => keys.has(key));
+export function drawDistribution(box, model, oa, width) {
+    box.replaceChildren();
+    const links = model.links.filter((link) => (oa >= 0 ? link.cap[oa] : link.capacityTotal) > 0);
+    const kinds = KINDS.map((kind) => ({kind, shares: links.map((link) => shareOf(link, kind.loads(link), oa))}));
+    const end = endOf(max(kinds.flatMap((d) => d.shares)) ?? 0);
+    const bins = binsFor(links.length);
+    const top = max(kinds, (d) => highestBin(d.shares, end, bins));
+    for (const {kind, shares} of kinds) drawHistogram(box, kind, shares, {end, bins, top, width});
+    add(box, "p", "help", `${plural(links.length, "link")}${oa < 0 && model.classes.length > 1 ? ", each by its fullest class" : ""}; `
+        + "across: share of the capacity; up: links, as a square root; dashed: 95th percentile.");
 }
-
-export function drawBars(box, model, links, oa, width, keys) {
-    const rows = links.flatMap((link) => pieces(model, link, oa));
-    const classes = model.classes.filter((name, c) => oa < 0 || oa === c);
-    const names = links.map((link) => link.name);
-    const margin = 12 + 7.2 * (max(names, (name) => shorten(name).length) ?? 0);
-    const top = axisTop(max(rows.length ? links : [], (link) => shareOf(link, oa)) ?? 0);
-    box.replaceChildren(Plot.plot({
-        ...FRAME,
-        width, height: 50 + 15 * links.length, marginLeft: margin, marginRight: 14, marginTop: classes.length > 1 ? 40 : 24, marginBottom: 8,
-        ariaLabel: "Reserved share of links by class and level",
-        x: {axis: "top", label: null, tickFormat: "%", ticks: Math.max(1, (width - margin) / classes.length / 55), domain: [0, top], clamp: true},
-        y: {domain: names, label: null, tickSize: 0, tickFormat: (name) => shorten(name)},
-        fx: {domain: classes, axis: null, padding: 0.12},
-        color: {domain: keys, range: keys.map(colourOf)},
-        marks: [
-            Plot.ruleX([0], {stroke: "var(--muted)"}),
-            Plot.barX(rows, {
-                x: "share", y: (d) => d.link.name, fx: "className", fill: "key", order: keys, insetTop: 1, insetBottom: 1,
-                title: (d) => `${d.link.name}, ${d.className}, level ${d.level}: ${amount(d.bw)} for ${d.kind === "primary" ? "primaries" : "backups (shared)"}, ${percent(d.share)}`,
-            }),
-            top >= 1 ? Plot.ruleX([1], {stroke: "var(--over)", strokeWidth: 1.2}) : null,
-            classes.length > 1 ? Plot.text(classes, {
-                fx: (d) => d, text: (d) => d, frameAnchor: "top-left", dy: -34, fontWeight: 600, fill: "var(--text)",
-            }) : null,
-        ],
-    }));
-}
-
-// The whole capacity, more if there is overload, less if all is lightly used.
-function axisTop(highest) {
-    if (highest > 0.45) return Math.max(1, Math.min(3, Math.ceil(20 * highest) / 20));
-    return Math.max(0.1, Math.ceil(22 * highest) / 20);
-}
-
-const shorten = (name) => (name.length > 28 ? name.slice(0, 27) + "\u2026" : name);

@@ -1,4 +1,6 @@
-// The headline: what was placed, what it takes, and whether failures do harm.
+// The headline: does the traffic get through, and does it survive what may fail? All is
+// counted from the LSPs and links themselves.
+import {max, mean, sum} from "d3";
 import {brief, count, percent, plural} from "./format.js";
 import {ratio} from "./model.js";
 
@@ -18,65 +20,83 @@ export function settingsOf({configuration, version}) {
         + `scaled by ${scale}, ${preempt ? "with" : "without"} preemption; weights of the score: ${weighted || "none"}.`;
 }
 
-function placement({requested, placed, refused, preempted, replaced, offered, carried}) {
-    return [
-        {
-            name: "LSPs placed", value: count(placed + replaced),
-            note: `of ${count(requested)}; ${count(refused)} refused, ${count(preempted)} preempted`,
-        },
-        {
-            name: "Bandwidth carried", value: percent(ratio(carried, offered)),
-            note: `${brief(carried)} of ${brief(offered)}`,
-        },
-    ];
+const bandwidthOf = (list) => sum(list, (d) => d.bw);
+
+function carried({lsps, notPlaced}) {
+    const [up, all] = [bandwidthOf(lsps), bandwidthOf(lsps) + bandwidthOf(notPlaced)];
+    return {
+        name: "Bandwidth carried", value: percent(ratio(up, all)), bad: notPlaced.length > 0,
+        note: `${brief(up)} of ${brief(all)}; ${count(notPlaced.length)} of ${plural(lsps.length + notPlaced.length, "request")} not placed`,
+    };
 }
 
-function protection({placed, replaced, unprotected, backups, backupShared, backupDedicated}) {
-    if (backups === 0) return [{name: "Protected", value: "none", note: "there are no backups"}];
-    const up = placed + replaced;
-    return [
-        {
-            name: "Protected in full", value: percent(ratio(up - unprotected, up)),
-            note: `all but ${plural(unprotected, "LSP")}; ${plural(backups, "backup")}`,
-        },
-        {
-            name: "Saved by sharing", value: percent(1 - ratio(backupShared, backupDedicated)),
-            note: `backups take ${brief(backupShared)}, not ${brief(backupDedicated)}`,
-        },
-    ];
+function safe({lsps}) {
+    const surviving = lsps.filter((d) => !d.fatal.length);
+    const bare = lsps.filter((d) => !d.backups.length).length;
+    return {
+        name: "Survives any failure", value: percent(ratio(bandwidthOf(surviving), bandwidthOf(lsps))), bad: surviving.length < lsps.length,
+        note: surviving.length < lsps.length
+            ? `${plural(lsps.length - surviving.length, "LSP")} lost in some; ${count(bare)} without a backup` : "every LSP, unless its ends fail",
+    };
 }
 
-function reservation({reserved, primary}) {
-    return [{
-        name: "Reserved, mean", value: percent(reserved.mean),
-        note: `${percent(primary.mean)} without backups; at most ${percent(reserved.maximum)}`,
-    }];
+export const gravestOf = ({failures}) =>
+    failures.reduce((worst, d) => (d.preventable + d.lostCutOff > (worst ? worst.preventable + worst.lostCutOff : 0) ? d : worst), null);
+
+function gravest(model) {
+    const failure = gravestOf(model);
+    const total = bandwidthOf(model.lsps);
+    if (!failure) return {name: "Lost at worst", value: "nothing", note: `in any of ${plural(model.failures.length, "failure")}; ends at failed nodes do not count`};
+    return {
+        name: "Lost at worst", value: percent(ratio(failure.preventable + failure.lostCutOff, total)), bad: true,
+        note: `${failure.kind} ${failure.name}`, change: {failure},
+    };
 }
 
-function drill(audit, nbFailures) {
-    const avoidable = audit.hit - audit.lostEndsHere;
-    return [
-        {
-            name: "Hits restored", bad: audit.lostProtected > 0,
-            value: avoidable > 0 ? percent(audit.restored / avoidable) : "n/a",
-            note: `${count(audit.lostUnprotected)} lost unprotected, ${count(audit.lostProtected)} though protected`,
-        },
-        {
-            name: "Overloads", bad: audit.overloadedFailures + audit.overloadsBefore > 0,
-            value: count(audit.overloadedFailures),
-            note: audit.overloadsBefore ? `failures; ${plural(audit.overloadsBefore, "link")} before any`
-                : `of ${count(nbFailures)} failures overload a link`,
-        },
-        {
-            name: "Audit", value: audit.clean ? "clean" : "findings", bad: !audit.clean,
-            note: `${count(audit.differing)} of ${count(audit.cells)} table cells differ`
-                + (audit.problems ? `; ${plural(audit.problems, "broken LSP")}` : ""),
-        },
-    ];
+function restored({failures}) {
+    const [saved, lost] = [sum(failures, (d) => d.restored.length), sum(failures, (d) => d.lost.filter((one) => one.cause !== "ends here").length)];
+    return {
+        name: "Hits restored", value: saved + lost ? percent(saved / (saved + lost)) : "n/a", bad: false,
+        note: `${count(saved)} of ${count(saved + lost)}; ends at failed nodes do not count`,
+    };
 }
 
-export function figuresOf({summary, audit, failures}) {
-    return [
-        ...placement(summary), ...protection(summary), ...reservation(summary), ...drill(audit, failures.length),
-    ];
+function overloads({failures, links}) {
+    const over = failures.filter((d) => d.overloads.length).length;
+    const worst = links.reduce((a, b) => (b.worst.share > a.worst.share ? b : a), links[0]);
+    return {
+        name: "Worst load of a link", value: percent(worst?.worst.share ?? 0), bad: over > 0 || (worst?.worst.share ?? 0) > 1 + 1e-9,
+        note: over ? `${count(over)} of ${plural(failures.length, "failure")} overload a link` : `no failure of ${count(failures.length)} overloads a link`,
+        change: worst && {link: worst, failure: worst.worst.failure},
+    };
+}
+
+function reserved({links}) {
+    return {
+        name: "Reserved, mean", value: percent(mean(links, (d) => d.share) ?? 0),
+        note: `of the links; in use ${percent(mean(links, (d) => d.primaryShare) ?? 0)}; fullest ${percent(max(links, (d) => d.share) ?? 0)}`,
+    };
+}
+
+function sharing({links, lsps}) {
+    const shared = sum(links, (d) => d.backupTotal);
+    const dedicated = sum(lsps, (lsp) => sum(lsp.backups, (d) => d.links.length * lsp.bw));
+    if (!dedicated) return null;
+    return {
+        name: "Saved by sharing", value: percent(1 - ratio(shared, dedicated)),
+        note: `backups take ${brief(shared)}, not ${brief(dedicated)}`,
+    };
+}
+
+function checked({audit}) {
+    return {
+        name: "Plan checked", value: audit.clean ? "clean" : "findings", bad: !audit.clean,
+        note: `${count(audit.differing)} of ${count(audit.cells)} table cells differ from the LSPs`
+            + (audit.problems ? `; ${plural(audit.problems, "broken LSP")}` : ""),
+    };
+}
+
+export function figuresOf(model) {
+    return [carried, safe, gravest, overloads, restored, reserved, sharing, checked]
+        .map((of) => of(model)).filter(Boolean);
 }

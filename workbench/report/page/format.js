@@ -8,8 +8,11 @@ const fine = format(",.4~r");
 export const amount = (x) => (Math.abs(x) >= 1000 || Number.isInteger(x) ? whole(x) : fine(x));
 export const count = whole;
 export const brief = (x) => (Math.abs(x) >= 1e6 ? format(".3s")(x) : amount(x));
-export const percent = (share) => (share === null ? "n/a" : format(".1f")(100 * share) + "\u00a0%");
-export const plural = (n, noun) => `${whole(n)} ${noun}${n === 1 ? "" : "s"}`;
+export const percent = (share) => {
+    if (share === null) return "n/a";
+    return share === Infinity ? "no capacity" : format(".1f")(100 * share) + "\u00a0%";
+};
+export const plural = (n, noun, nouns = noun + "s") => `${whole(n)} ${n === 1 ? noun : nouns}`;
 
 // Appends an element and hands back its selection.
 export function add(parent, tag, className, text) {

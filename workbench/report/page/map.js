@@ -1,51 +1,50 @@
-// The map: every directed link on the right-hand side of its direction, coloured and as
-// wide as its share. Positions are worked out in pixels on every move, so lines, names and
-// symbols keep their size when the map is zoomed.
-import {extent, pointer, select, zoom, zoomIdentity} from "d3";
+// The map: every directed link on the right-hand side of its direction. Positions are
+// worked out in pixels on every move, so lines, names and symbols keep their size when the
+// map is zoomed. Links of one look are one path: thousands of them stay quick.
+import {extent, group, median, pointer, zoom, zoomIdentity} from "d3";
 import {add, percent} from "./format.js";
+import {placeNames} from "./labels.js";
+import {CHANGES} from "./scale.js";
 
-const MARGIN = 36;
+const MARGIN = 30;
 const REACH = 8;  // pixels around a link or node that count as on it
+const LANE = 4;   // between a primary and a backup on the same link
 
-// Upper bounds of the colour steps; above 1 a link is overloaded.
-export const STEPS = [0.2, 0.4, 0.6, 0.8, 1 + 1e-9, Infinity];
-
-export function stepOf(share) {
-    return share <= 0 ? "none" : STEPS.findIndex((bound) => share <= bound);
+// How large nodes and lines may be: as the space between neighbours allows before zooming.
+function sizesFor(spacing) {
+    const room = Math.max(0, Math.min(1, (spacing - 8) / 52));
+    return {radius: 1.5 + 3 * room, gap: 0.3 + 0.9 * room, stretch: 0.6 + 0.4 * room};
 }
-
-const widthOf = (share) => 1.1 + 3.6 * Math.min(1, share);
 
 export function makeMap(svg, tip, model, pick) {
     const scene = svg.append("g");
-    const layers = ["halo", "links", "overlay", "nodes", "names", "marks"].map((name) =>
-        scene.append("g").attr("class", name));
-    const [halo, links, overlay, nodes, names, marks] = layers;
-    const neighbours = model.nodes.map(() => 0);
-    for (const link of model.links) neighbours[link.from.ind]++;
-    const byDegree = [...model.nodes].sort((a, b) => neighbours[b.ind] - neighbours[a.ind]);
-    const radius = model.nodes.length > 150 ? 2.4 : model.nodes.length > 40 ? 3.4 : 5;
-    const air = model.nodes.length > 60 ? 10 : 0;  // between names
-    const gap = model.nodes.length > 150 ? 0.8 : 1.2;
+    const [halo, links, overlay, nodes, names, marks] =
+        ["halo", "links", "overlay", "nodes", "names", "marks"].map((name) => scene.append("g").attr("class", name));
+    const degree = model.nodes.map(() => 0);
+    for (const link of model.links) degree[link.from.ind]++;
+    const byDegree = [...model.nodes].sort((a, b) => degree[b.ind] - degree[a.ind]);
 
     let size = {width: 640, height: 440};
     let transform = zoomIdentity;
     let computed = !model.nodes.every((node) => node.spot);
-    let view = {shares: model.links.map((link) => link.share), paths: [], failed: new Set()};
+    let sizes = sizesFor(60);
+    let view = null;
 
     function place() {
         const spots = model.nodes.map((node) => (computed ? node.computed : node.spot));
         const [left, right] = extent(spots, (d) => d[0]);
         const [top, bottom] = extent(spots, (d) => d[1]);
-        const scale = Math.min(
+        const unit = Math.min(
             (size.width - 2 * MARGIN) / (right - left || 1),
             (size.height - 2 * MARGIN) / (bottom - top || 1),
         );
         for (const node of model.nodes) {
             const [x, y] = spots[node.ind];
-            node.px = transform.applyX(size.width / 2 + (x - (left + right) / 2) * scale);
-            node.py = transform.applyY(size.height / 2 + (y - (top + bottom) / 2) * scale);
+            node.px = transform.applyX(size.width / 2 + (x - (left + right) / 2) * unit);
+            node.py = transform.applyY(size.height / 2 + (y - (top + bottom) / 2) * unit);
         }
+        const lengths = model.links.map(({from, to}) => Math.hypot(to.px - from.px, to.py - from.py));
+        sizes = sizesFor((median(lengths) ?? 60) / transform.k);
     }
 
     // The link moved to the right by `offset`, as [x1, y1, x2, y2].
@@ -58,84 +57,71 @@ export function makeMap(svg, tip, model, pick) {
     }
 
     function line(link, width, lane = 0) {
-        const [x1, y1, x2, y2] = segment(link, gap + width / 2 + lane);
+        const [x1, y1, x2, y2] = segment(link, sizes.gap + width / 2 + lane);
         return `M${x1.toFixed(1)},${y1.toFixed(1)}L${x2.toFixed(1)},${y2.toFixed(1)}`;
     }
 
+    function lookOf(link) {
+        if (view.failed.has(link)) return {kind: "failed", rank: 100, width: 1.5};
+        const value = view.shares[link.ind];
+        const shown = view.over ? Math.abs(value) >= view.over : true;
+        if (!shown) return {kind: "below", rank: -1, width: 0.7};
+        const width = view.scale.widthOf(value) * sizes.stretch;
+        const isFaint = view.strong && !view.strong.has(link);
+        return {kind: view.scale.classOf(value) + (isFaint ? " faint" : ""), rank: (isFaint ? 0 : 50) + width, width};
+    }
+
+    // The widest last, over the others.
     function drawLinks() {
-        links.selectAll("path").data(model.links).join("path")
-            .attr("class", (d) => view.failed.has(d) ? "failed" : `u${stepOf(view.shares[d.ind])}`)
-            .attr("stroke-width", (d) => widthOf(view.shares[d.ind]))
-            .attr("d", (d) => line(d, widthOf(view.shares[d.ind])));
-        halo.selectAll("path").data(view.raised ?? []).join("path")
-            .attr("d", (d) => line(d, widthOf(view.shares[d.ind])))
-            .attr("stroke-width", (d) => widthOf(view.shares[d.ind]) + 5);
-        links.classed("faint", view.paths.length > 0);
+        const looks = [...group(model.links.map((link) => ({link, ...lookOf(link)})), (d) => d.kind)]
+            .map(([kind, all]) => ({kind, all, width: all[0].width, rank: all[0].rank}))
+            .sort((a, b) => a.rank - b.rank);
+        links.selectAll("path").data(looks).join("path")
+            .attr("class", (d) => d.kind)
+            .attr("stroke-width", (d) => d.width.toFixed(2))
+            .attr("d", (d) => d.all.map(({link}) => line(link, d.width)).join(""));
+        const picked = view.picked.filter((d) => d.from);
+        halo.selectAll("path").data(picked).join("path").attr("d", (d) => line(d, lookOf(d).width));
     }
 
     function drawPaths() {
-        const hops = view.paths.flatMap(({kind, links, lane}) =>
-            links.map((link) => ({kind, link, lane})));
+        const hops = view.paths.flatMap(({kind, links}) => links.map((link) => ({kind, link})));
         overlay.selectAll("path").data(hops).join("path")
             .attr("class", (d) => d.kind)
-            .attr("d", (d) => line(d.link, 3, d.lane));
+            .attr("d", (d) => line(d.link, 3, d.kind.startsWith("primary") ? 0 : LANE));
     }
 
     function drawNodes() {
         const touched = new Set(view.paths.flatMap(({links}) => links.flatMap((l) => [l.from, l.to])));
+        const picked = view.picked.flatMap((d) => (d.from ? [d.from, d.to] : [d]));
+        const failed = view.crosses.flatMap((d) => (d.from ? [d.from, d.to] : [d]));
+        const wanted = new Set([...touched, ...picked, ...failed]);
+        nodes.attr("class", sizes.radius < 3 ? "nodes dots" : "nodes");
         nodes.selectAll("circle").data(model.nodes).join("circle")
-            .attr("class", (d) => d === view.failedNode ? "failed" : touched.has(d) ? "on" : null)
-            .attr("r", radius).attr("cx", (d) => d.px).attr("cy", (d) => d.py);
-        const crosses = [...(view.cross ?? [])].map((d) => d.from
-            ? [(d.from.px + d.to.px) / 2, (d.from.py + d.to.py) / 2] : [d.px, d.py]);
+            .attr("class", (d) => (view.failedNodes.has(d) ? "failed" : touched.has(d) || picked.includes(d) ? "on" : null))
+            .attr("r", (d) => (wanted.has(d) ? Math.max(3, sizes.radius) : sizes.radius).toFixed(2))
+            .attr("cx", (d) => d.px).attr("cy", (d) => d.py);
+        const crosses = view.crosses.map((d) => (d.from
+            ? [(d.from.px + d.to.px) / 2, (d.from.py + d.to.py) / 2] : [d.px, d.py]));
         marks.selectAll("path").data(crosses).join("path")
-            .attr("d", ([x, y]) => `M${x - 7},${y - 7}l14,14m0,-14l-14,14`);
-        return touched;
-    }
-
-    const apart = (a, b) => a[0] >= b[2] || a[2] <= b[0] || a[1] >= b[3] || a[3] <= b[1];
-
-    // Where a name would be on one side of its node, as [left, top, right, bottom].
-    function nameBox(node, side) {
-        const width = 6.4 * node.name.length;
-        const x = side > 0 ? node.px + radius + 2 : node.px - radius - 2 - width;
-        return [x - air, node.py - 7 - air, x + width + air, node.py + 7 + air];
-    }
-
-    // Names that overlap none of those set before, nor, unless they have to be there, a
-    // node; those of the nodes on view.paths come first.
-    function drawNames(touched) {
-        const taken = [];
-        const screen = [0, 0, size.width, size.height];
-        const hidesNode = (box, node) => model.nodes.some((d) =>
-            d !== node && !apart(box, [d.px - 3, d.py - 3, d.px + 3, d.py + 3]));
-        const fits = (node) => {
-            const boxes = [1, -1].map((side) => ({side, box: nameBox(node, side)}))
-                .filter(({box}) => box[0] >= -air && box[2] <= size.width + air && !apart(box, screen)
-                    && taken.every((other) => apart(box, other)));
-            const best = boxes.find(({box}) => !hidesNode(box, node)) ?? (touched.has(node) ? boxes[0] : undefined);
-            if (!best) return false;
-            node.side = best.side;
-            return taken.push(best.box);
-        };
-        const first = byDegree.filter((d) => touched.has(d) || d === view.failedNode);
-        const rest = byDegree.filter((d) => !touched.has(d) && d !== view.failedNode);
-        const shown = [...first, ...rest].filter(fits);
-        names.selectAll("text").data(shown, (d) => d.ind).join("text")
-            .text((d) => d.name)
-            .attr("text-anchor", (d) => (d.side > 0 ? "start" : "end"))
-            .attr("x", (d) => d.px + (radius + 2) * d.side).attr("y", (d) => d.py + 4);
+            .attr("d", ([x, y]) => `M${x - 6},${y - 6}l12,12m0,-12l-12,12`);
+        names.selectAll("text").data(placeNames(byDegree, sizes.radius, size, wanted), (d) => d.node.ind).join("text")
+            .text((d) => d.node.name)
+            .attr("class", (d) => (wanted.has(d.node) ? "wanted" : null))
+            .attr("text-anchor", (d) => d.anchor)
+            .attr("x", (d) => d.x).attr("y", (d) => d.y);
     }
 
     function draw() {
+        if (!view) return;
         place();
         drawLinks();
         drawPaths();
-        drawNames(drawNodes());
+        drawNodes();
     }
 
     function distanceTo(link, x, y) {
-        const [x1, y1, x2, y2] = segment(link, gap + 2);
+        const [x1, y1, x2, y2] = segment(link, sizes.gap + 2);
         const [dx, dy] = [x2 - x1, y2 - y1];
         const along = ((x - x1) * dx + (y - y1) * dy) / (dx * dx + dy * dy || 1);
         const t = Math.max(0, Math.min(1, along));
@@ -144,7 +130,7 @@ export function makeMap(svg, tip, model, pick) {
 
     function nearest(event) {
         const [x, y] = pointer(event, svg.node());
-        const node = model.nodes.find((d) => Math.hypot(d.px - x, d.py - y) <= radius + 3);
+        const node = model.nodes.find((d) => Math.hypot(d.px - x, d.py - y) <= sizes.radius + 3);
         if (node) return {node};
         let [link, best] = [null, REACH];
         for (const candidate of model.links) {
@@ -152,6 +138,13 @@ export function makeMap(svg, tip, model, pick) {
             if (distance < best) [link, best] = [candidate, distance];
         }
         return link ? {link} : null;
+    }
+
+    function textOf({link, node}) {
+        if (node) return `${degree[node.ind]} links out`;
+        if (view.failed.has(link)) return "failed";
+        const value = view.shares[link.ind];
+        return view.scale === CHANGES ? `${value > 0 ? "+" : ""}${percent(value)} of its capacity` : percent(value);
     }
 
     function showTip(event) {
@@ -163,10 +156,10 @@ export function makeMap(svg, tip, model, pick) {
         tip.style("left", `${Math.min(x + 14, size.width - 180)}px`).style("top", `${y + 14}px`);
         tip.selectAll("*").remove();
         add(tip, "b", null, (found.link ?? found.node).name);
-        if (found.link) add(tip, "span", null, `${percent(view.shares[found.link.ind])} ${view.what}`);
+        add(tip, "span", null, textOf(found));
     }
 
-    const zooming = zoom().scaleExtent([0.8, 40]).on("zoom", (event) => {
+    const zooming = zoom().scaleExtent([0.8, 60]).on("zoom", (event) => {
         transform = event.transform;
         draw();
     });
@@ -200,33 +193,15 @@ export function makeMap(svg, tip, model, pick) {
     }
     new ResizeObserver(resize).observe(svg.node());
 
-    const placeBy = (layout) => { computed = layout === "computed"; fit(); };
-    return {zoomBy, fit, placeBy, show(next) { view = next; draw(); }};
-}
-
-// Steps of the scale with their colours, and the signs of what is shown.
-export function drawLegend(box, what, signs) {
-    const legend = select(box).html("");
-    add(legend, "span", "what", what);
-    const names = ["0 to 20 %", "20 to 40", "40 to 60", "60 to 80", "80 to 100", "over 100"];
-    add(legend, "span", "key").call((key) => {
-        swatch(key, "unone", 1);
-        key.append("span").text("nothing");
-    });
-    names.forEach((name, ind) => {
-        const key = add(legend, "span", "key");
-        swatch(key, `u${ind}`, widthOf(0.2 * (ind + 0.5)));
-        key.append("span").text(name);
-    });
-    for (const [kind, name] of signs) {
-        const key = add(legend, "span", "key");
-        swatch(key, kind, 3);
-        key.append("span").text(name);
-    }
-}
-
-function swatch(key, kind, width) {
-    const svg = key.append("svg").attr("width", 26).attr("height", 12).attr("aria-hidden", true);
-    svg.append("g").attr("class", "links overlay").append("path")
-        .attr("class", kind).attr("stroke-width", width).attr("d", "M1,6h24");
+    return {
+        zoomBy, fit,
+        placeBy(layout) {
+            computed = layout === "computed";
+            fit();
+        },
+        show(next) {
+            view = next;
+            draw();
+        },
+    };
 }

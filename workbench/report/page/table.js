@@ -1,28 +1,63 @@
-// A sortable, searchable table that shows one page of its rows.
+// A table to sort, search, filter and download that shows one page of its rows; with
+// `isWholeOnPaper` paper gets them all.
 //
-// columns: [{name, value(row), text?(row), numeric?, pick?}]; `value` sorts, `text` shows.
-// A column with `pick` holds a button that calls `pick(row)`. Without a `sort` the rows
-// come as they are until a heading is pressed.
+// columns: [{name, value(row), text?(row), numeric?, title?, pick?}]; `value` sorts, `text`
+// shows. A column with `pick` holds a button that calls `pick(row)`. Without a `sort` the
+// rows come as they are until a heading is pressed.
 import {ascending, descending} from "d3";
+import {csvOf, download} from "./download.js";
+import {makeFilters} from "./filters.js";
 import {add, count} from "./format.js";
 
-const PAPER_ROWS = 30;
+const PAGES = [["\u00ab", "First page"], ["\u2039", "Previous page"], ["\u203a", "Next page"], ["\u00bb", "Last page"]];
 
-export function makeTable(box, {caption, columns, rows, pageSize = 15, sort = 0, down = false}) {
-    const state = {sort, down, page: 0, find: "", size: pageSize};
-    const bar = add(box, "div", "bar");
+const ALL = Number.MAX_SAFE_INTEGER;
+
+const textOf = (column, row) => String(column.text ? column.text(row) : column.value(row));
+
+// A table of one page needs no bar.
+function makeBar(box, {caption, file, rows, pageSize = 15, filters = []}, {changed, save, turn}) {
+    const bar = add(box, "div", "bar").attr("hidden", rows.length > pageSize || (file && rows.length > 1) ? null : true);
     const find = add(bar, "input", "noprint").attr("type", "search").attr("placeholder", "Find")
-        .attr("aria-label", `Find in ${caption}`);
-    const range = add(bar, "span", "range");
+        .attr("aria-label", `Find in ${caption}`).on("input", changed);
+    const passes = makeFilters(add(bar, "span", "filters noprint").attr("hidden", filters.length ? null : true), filters, changed);
+    const range = add(bar, "span", "range").attr("role", "status");
     add(bar, "span", "grow");
-    const turn = add(bar, "span", "buttons noprint").attr("role", "group").attr("aria-label", `Pages of ${caption}`);
-    const buttons = [["\u00ab", "First page"], ["\u2039", "Previous page"], ["\u203a", "Next page"], ["\u00bb", "Last page"]]
-        .map(([text, label]) => add(turn, "button", null, text).attr("type", "button").attr("aria-label", label));
-    const frame = add(box, "div", "frame");
-    const table = add(frame, "table");
-    add(table, "caption", "hidden", caption);
-    const heads = add(table, "thead").append("tr").selectAll("th").data(columns).join("th")
-        .attr("scope", "col").classed("numeric", (d) => d.numeric);
+    if (file) add(bar, "button", "noprint", "CSV").attr("type", "button").attr("title", "Download the rows as CSV")
+        .attr("aria-label", `Download ${caption} as CSV`).on("click", save);
+    const turns = add(bar, "span", "buttons noprint").attr("role", "group").attr("aria-label", `Pages of ${caption}`);
+    const buttons = PAGES.map(([text, label], ind) =>
+        add(turns, "button", null, text).attr("type", "button").attr("aria-label", label).on("click", () => turn(ind)));
+    return {
+        passes, range,
+        words: () => find.property("value").toLowerCase().split(/\s+/).filter(Boolean),
+        showPage(page, pages) {
+            turns.attr("hidden", pages === 1 ? true : null);
+            buttons.forEach((button, ind) => button.property("disabled", ind < 2 ? page === 0 : page === pages - 1));
+        },
+    };
+}
+
+export function makeTable(box, table) {
+    const {caption, columns, rows, pageSize = 15, sort = 0, down = false} = table;
+    const state = {sort, down, page: 0, size: pageSize};
+    let arranged = [];
+
+    const bar = makeBar(box, table, {
+        changed: () => { state.page = 0; arrange(); },
+        save: () => download(`${table.file}.csv`, csvOf(columns.map((column) => ({
+            name: column.name,
+            plain: (row) => (column.numeric ? column.value(row) : textOf(column, row)),
+        })), arranged)),
+        turn(ind) {
+            state.page = [0, state.page - 1, state.page + 1, Infinity][ind];
+            draw();
+        },
+    });
+    const grid = add(add(box, "div", "frame"), "table");
+    add(grid, "caption", "hidden", caption);
+    const heads = add(grid, "thead").append("tr").selectAll("th").data(columns).join("th")
+        .attr("scope", "col").attr("title", (d) => d.title ?? null).classed("numeric", (d) => d.numeric);
     heads.append("button").attr("type", "button").text((d) => d.name).on("click", (event, column) => {
         const ind = columns.indexOf(column);
         state.down = state.sort === ind ? !state.down : Boolean(column.numeric);
@@ -30,19 +65,19 @@ export function makeTable(box, {caption, columns, rows, pageSize = 15, sort = 0,
         state.page = 0;
         arrange();
     });
-    const body = add(table, "tbody");
-    let arranged = [];
-
-    const textOf = (column, row) => String(column.text ? column.text(row) : column.value(row));
+    const body = add(grid, "tbody");
 
     function arrange() {
         const {value} = columns[state.sort ?? 0];
         const order = state.down ? descending : ascending;
-        const words = state.find.toLowerCase().split(/\s+/).filter(Boolean);
-        arranged = rows.filter((row) => words.every((word) =>
-            columns.some((column) => textOf(column, row).toLowerCase().includes(word))));
-        if (state.sort !== null)
-            arranged.sort((a, b) => order(value(a), value(b)));
+        const words = bar.words();
+        const isFound = (row) => {
+            if (!words.length) return true;
+            const text = columns.map((column) => textOf(column, row)).join("\n").toLowerCase();
+            return words.every((word) => text.includes(word));
+        };
+        arranged = rows.filter((row) => bar.passes(row) && isFound(row));
+        if (state.sort !== null) arranged.sort((a, b) => order(value(a), value(b)));
         draw();
     }
 
@@ -53,11 +88,10 @@ export function makeTable(box, {caption, columns, rows, pageSize = 15, sort = 0,
         const shown = arranged.slice(start, start + state.size);
         heads.attr("aria-sort", (d, ind) =>
             ind !== state.sort ? null : state.down ? "descending" : "ascending");
-        range.text(shown.length === 0 ? "none"
+        bar.range.text(shown.length === 0 ? "none"
+            : pages === 1 && shown.length === rows.length ? count(rows.length)
             : `${count(start + 1)} to ${count(start + shown.length)} of ${count(arranged.length)}`);
-        turn.attr("hidden", pages === 1 ? true : null);
-        buttons.forEach((button, ind) =>
-            button.property("disabled", ind < 2 ? state.page === 0 : state.page === pages - 1));
+        bar.showPage(state.page, pages);
         body.selectAll("tr").data(shown).join("tr")
             .selectAll("td").data((row) => columns.map((column) => [column, row])).join("td")
             .classed("numeric", ([column]) => column.numeric)
@@ -66,25 +100,22 @@ export function makeTable(box, {caption, columns, rows, pageSize = 15, sort = 0,
 
     function fill(cell, column, row) {
         const text = textOf(column, row);
-        if (!column.pick) {
+        if (!column.pick || text === "") {
             cell.textContent = text;
             return;
         }
-        const button = cell.firstElementChild ?? add(cell, "button", "text").attr("type", "button").node();
+        const button = cell.firstElementChild ?? add(cell.replaceChildren() ?? cell, "button", "text").attr("type", "button").node();
         button.textContent = text;
         button.onclick = () => column.pick(row);
     }
 
-    const turnTo = (page) => { state.page = page; draw(); };
-    [() => 0, () => state.page - 1, () => state.page + 1, () => Infinity].forEach((page, ind) =>
-        buttons[ind].on("click", () => turnTo(page())));
-    find.on("input", () => {
-        state.find = find.property("value");
+    const showAll = (all) => {
+        if (!table.isWholeOnPaper || (state.size === ALL) === all) return;
+        state.size = all ? ALL : pageSize;
         state.page = 0;
-        arrange();
-    });
-    const resize = (size) => { state.size = size; draw(); };
-    const paper = matchMedia("print");
-    paper.addEventListener("change", () => resize(paper.matches ? PAPER_ROWS : pageSize));
+        draw();
+    };
+    addEventListener("beforeprint", () => showAll(true));
+    addEventListener("afterprint", () => showAll(false));
     arrange();
 }

@@ -1,77 +1,125 @@
-// The three tables below the charts, one tab each.
-import {add, amount, percent} from "./format.js";
+// The tables below the charts, one tab each.
+import {changeTable} from "./changes.js";
+import {bandwidth, classColumn, classFilter, number, several, share} from "./columns.js";
+import {add} from "./format.js";
 import {makeTable} from "./table.js";
 
-const number = (name, value, text) => ({name, value, text: text && ((d) => text(value(d))), numeric: true});
-
-function tablesOf(model, go) {
-    const several = model.classes.length > 1;
-    return [
-        {
-            caption: "Links", rows: model.links, sort: 6, down: true,
-            columns: [
-                {name: "From", value: (d) => d.from.name},
-                {name: "To", value: (d) => d.to.name, pick: (d) => go(`look-${d.ind}`)},
-                number("Capacity", (d) => d.capacityTotal, amount),
-                number("Primaries", (d) => d.primaryTotal, amount),
-                number("Backups, shared", (d) => d.backupTotal, amount),
-                number("Without protection", (d) => d.primaryShare, percent),
-                number(several ? "Reserved, fullest class" : "Reserved", (d) => d.share, percent),
-                number("LSPs", (d) => d.lsps.length),
-            ],
-        },
-        {
-            caption: "LSPs", rows: model.lsps,
-            columns: [
-                {...number("LSP", (d) => d.id), pick: (d) => go(`lsp-${d.id}`)},
-                {name: "From", value: (d) => d.from.name},
-                {name: "To", value: (d) => d.to.name},
-                {name: "Class", value: (d) => d.className},
-                number("Level", (d) => d.level),
-                number("Bandwidth", (d) => d.bw, amount),
-                number("Hops", (d) => d.links.length),
-                number("Backups", (d) => d.backups.length),
-                {name: "Note", value: (d) => d.note ?? ""},
-            ],
-        },
-        {
-            caption: "Failures", rows: model.failures, sort: 5, down: true,
-            columns: [
-                {name: "Kind", value: (d) => d.kind},
-                {name: "Fails", value: (d) => d.name, pick: (d) => go(d.key)},
-                number("LSPs hit", (d) => d.hit),
-                number("Restored", (d) => d.restored.length),
-                number("Lost", (d) => d.lost.length),
-                number("Lost bandwidth", (d) => d.lostBw, amount),
-                {name: "Fullest link after it", value: (d) => d.fullest?.link.name ?? ""},
-                number("Its share", (d) => d.fullest?.share ?? 0, percent),
-                number("Overloads", (d) => d.overloads.length),
-            ],
-        },
-        {
-            caption: "Not placed", rows: model.notPlaced, sort: 4, down: true,
-            columns: [
-                {name: "From", value: (d) => d.from.name},
-                {name: "To", value: (d) => d.to.name},
-                {name: "Class", value: (d) => d.className},
-                number("Level", (d) => d.level),
-                number("Bandwidth", (d) => d.bw, amount),
-                {name: "Outcome", value: (d) => d.outcome},
-                {name: "Why", value: (d) => d.reason},
-            ],
-        },
-    ].filter((table) => table.rows.length > 0);
+function linkTable(model, change) {
+    const fullest = model.classes.length > 1 ? ", fullest class" : "";
+    return {
+        caption: "Links", rows: model.links, sort: 6, down: true,
+        filters: [
+            {label: "Reserved", over: (d) => d.share},
+            {label: "Worst load", over: (d) => d.worst.share},
+        ],
+        columns: [
+            {name: "From", value: (d) => d.from.name},
+            {name: "To", value: (d) => d.to.name, pick: (link) => change({link})},
+            bandwidth("Capacity", (d) => d.capacityTotal),
+            bandwidth("Primaries", (d) => d.primaryTotal),
+            bandwidth("Backups, shared", (d) => d.backupTotal),
+            share("In use", (d) => d.primaryShare, `With nothing failed${fullest}`),
+            share("Reserved", (d) => d.share, `For primaries and backups${fullest}`),
+            share("Worst load", (d) => d.worst.share, `In use after the worst failure for this link${fullest}`),
+            {name: "Caused by", value: (d) => d.worst.failure?.name ?? "", pick: (d) => change({failure: d.worst.failure})},
+            number("LSPs", (d) => d.lsps.length),
+            ...(model.before ? [
+                share("Reserved before", (d) => d.former?.share ?? 0),
+                share("Worst load before", (d) => d.former?.worst.share ?? 0),
+            ] : []),
+        ],
+    };
 }
 
-export function makeTables(section, model, go) {
+const lostOf = (lsp) => lsp.fatal.length;
+
+function lspTable(model, change) {
+    return {
+        caption: "LSPs", rows: model.lsps,
+        filters: [
+            ...several(model, classFilter(model)),
+            {label: "Protected or not", options: [
+                {name: "protected", test: (d) => d.backups.length > 0},
+                {name: "unprotected", test: (d) => d.backups.length === 0},
+            ]},
+            {label: "Whatever fails", options: [
+                {name: "survives every failure", test: (d) => !lostOf(d)},
+                {name: "lost in some failure", test: (d) => lostOf(d) > 0},
+                {name: "lost though it has backups", test: (d) => lostOf(d) > 0 && d.backups.length > 0},
+            ]},
+        ],
+        columns: [
+            {...number("LSP", (d) => d.id), pick: (lsp) => change({lsp})},
+            {name: "From", value: (d) => d.from.name},
+            {name: "To", value: (d) => d.to.name},
+            ...several(model, classColumn(model)),
+            number("Level", (d) => d.level),
+            bandwidth("Bandwidth", (d) => d.bw),
+            number("Hops", (d) => d.links.length),
+            number("Stretch", (d) => d.stretch ?? Infinity, (x) => (x < Infinity ? x.toFixed(2) : "n/a"), "Length by the links' metrics against the shortest path; 1 is as short as can be"),
+            number("Backups", (d) => d.backups.length),
+            number("Lost in", lostOf, undefined, "Failures that it does not survive, not counting those of its ends"),
+            {name: "Note", value: (d) => d.note ?? ""},
+        ],
+    };
+}
+
+function failureTable(model, change) {
+    const kinds = [...new Set(model.failures.map((d) => d.kind))];
+    return {
+        caption: "Failures", rows: model.failures, sort: 5, down: true,
+        filters: [
+            {label: "All kinds", options: kinds.map((kind) => ({name: kind, test: (d) => d.kind === kind}))},
+            {label: "Whatever happens", options: [
+                {name: "LSPs lost", test: (d) => d.lost.length > 0},
+                {name: "preventable losses", test: (d) => d.preventable > 0},
+                {name: "overloads", test: (d) => d.overloads.length > 0},
+            ]},
+            {label: "Fullest link", over: (d) => d.fullest?.share ?? 0},
+        ],
+        columns: [
+            {name: "Kind", value: (d) => d.kind},
+            {name: "Fails", value: (d) => d.name, pick: (failure) => change({failure})},
+            number("LSPs hit", (d) => d.hit),
+            number("Restored", (d) => d.restored.length),
+            number("Lost", (d) => d.lost.length),
+            bandwidth("Lost, preventable", (d) => d.preventable, "Bandwidth that had another way"),
+            bandwidth("Lost, cut off", (d) => d.lostCutOff, "Bandwidth with no way left: no backup could help"),
+            bandwidth("Lost with its ends", (d) => d.lostEnds, "Bandwidth that starts or ends at a failed node"),
+            {name: "Fullest link after it", value: (d) => d.fullest?.link.name ?? "", pick: (d) => change({failure: d, link: d.fullest.link})},
+            share("Its load", (d) => d.fullest?.share ?? 0),
+            number("Overloads", (d) => d.overloads.length),
+        ],
+    };
+}
+
+function notPlacedTable(model) {
+    return {
+        caption: "Not placed", rows: model.notPlaced, sort: model.classes.length > 1 ? 4 : 3, down: true,
+        filters: several(model, classFilter(model)),
+        columns: [
+            {name: "From", value: (d) => d.from.name},
+            {name: "To", value: (d) => d.to.name},
+            ...several(model, classColumn(model)),
+            number("Level", (d) => d.level),
+            bandwidth("Bandwidth", (d) => d.bw),
+            {name: "Outcome", value: (d) => d.outcome},
+            {name: "Why", value: (d) => d.reason},
+        ],
+    };
+}
+
+export function makeTables(section, model, change) {
     const tabs = add(section.querySelector("[role=tablist]"), "span", "tabs");
-    const panels = tablesOf(model, go).map((table) => {
+    const all = [linkTable, lspTable, failureTable, notPlacedTable, ...(model.before ? [changeTable] : [])];
+    const tables = all.map((of) => of(model, change));
+    const panels = tables.filter((table) => table.rows.length > 0).map((table) => {
         const id = table.caption.toLowerCase().replace(" ", "-");
         const tab = add(tabs, "button", null, `${table.caption} (${table.rows.length.toLocaleString("en")})`)
             .attr("type", "button").attr("role", "tab").attr("id", `tab-${id}`).attr("aria-controls", id);
         const panel = add(section, "div", "panel").attr("id", id).attr("role", "tabpanel").attr("aria-labelledby", `tab-${id}`);
         add(panel, "h2", "onlyprint", table.caption);
-        makeTable(panel.node(), table);
+        makeTable(panel.node(), {...table, isWholeOnPaper: true, file: `${model.title} ${id}`});
         return {tab, panel};
     });
 
