@@ -40,9 +40,7 @@ Table planFailures(const Plan& plan) {
         for (const Lost& one : failure.lost) lost += bandwidths[one.lsp];
         const Load& fullest = failure.fullest;
         table.rows.push_back(
-            {failure.isNode ? "node" : "link",
-             failure.isNode ? plan.network.nodes[failure.id].name
-                            : linkName(plan.network, failure.id),
+            {toText(failure.set.kind), failure.set.name,
              std::to_string(failure.hit.size()), std::to_string(failure.restored.size()),
              std::to_string(failure.lost.size()), numberText(lost),
              std::to_string(failure.overloads.size()),

@@ -246,9 +246,9 @@ class Planner(unittest.TestCase):
             ("is not the one", ["demands", plan["lsps"][0]["demand"], "lsp"], -1),
             ("links that it protects", ["lsps", backup, "protectedLinks"], []),
             ("fails: backup", ["lsps", backup, "path"], plan["lsps"][owner]["path"]),
-            ("is none of", ["lsps", 0, "kind"], "spare"), ("LSP", ["lsps", 0, "path", 0], 99),
-            ("tables", ["links"], []), ("version", ["version"], 2), ("a plan expected", ["format"], "x"),
-            ("number", ["lsps", 0, "bandwidth"], "much"), ("demand 0", ["demands", 0, "src"], -1)]
+            ("expected one of", ["lsps", 0, "kind"], "spare"), ("of lsps", ["lsps", 0, "path", 0], 99),
+            ("elements of links", ["links"], []), ("version", ["version"], 2), ("a plan", ["format"], "x"),
+            ("number", ["lsps", 0, "bandwidth"], "much"), ("of demands", ["demands", 0, "src"], -1)]
         for words, (*way, last), value in damages:
             with self.subTest(words=words):
                 damaged = json.loads(name("p.json").read_text())
