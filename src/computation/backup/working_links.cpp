@@ -64,12 +64,18 @@ bool WorkingLinks::startAt(Long node) {
     first_ = indexOf(path, node);
     last_ = type_ == LOCAL_BACKUP ? first_ + 1 : path->top - 1;
     isProtectable_ = true;
-    for (Long i = first_; i < last_; i++)
-        if (findLink(&dataBase_->linkTab, path->cont[i], path->cont[i + 1]) == nullptr)
-            isProtectable_ = false;
     isSimple_ = !isOdd_;
-    for (Long i = first_ + 1; i < last_; i++)
-        if (indexOf(path, path->cont[i + 1], first_ + 1) != i + 1) isSimple_ = false;
+    protected_.top = 0;
+    for (Long i = first_; i < last_; i++) {
+        const Long tail = path->cont[i];
+        const Long head = path->cont[i + 1];
+        if (findLink(&dataBase_->linkTab, tail, head) == nullptr ||
+            !append(&protected_,
+                    Failing{cellKey(head, tail, trial_.level),
+                            countedIn(live_)(tail, head), &live_->concerned[head]}))
+            isProtectable_ = false;
+        if (indexOf(path, head, first_ + 1) != i + 1) isSimple_ = false;
+    }
     return isProtectable_;
 }
 
@@ -99,17 +105,24 @@ bool WorkingLinks::alsoFrees(Long tail, Long head) const {
 // backup, which adds the amounts to a cell of each. They enter different nodes.
 void WorkingLinks::raiseByTrial(const OutLink& link, int oa, const Cell& added,
                                 Need* worst) const {
-    const LongList* path = &primary_->path;
-    for (Long i = first_; i < last_; i++) {
-        const Long tail = path->cont[i];
-        const Long head = path->cont[i + 1];
-        const CellKey key = cellKey(head, tail, trial_.level);
+    const LedgerClass* cls = nullptr;
+    const Need alone =
+        needWith({nullptr, nullptr, 0}, cellKey(0, 0, trial_.level), added);
+    Need low = *worst;
+    raise(&low, alone);
+    const bool isCovered = std::equal(low.at, low.at + kLevels, worst->at);
+    for (const Failing& failing : protected_) {
         Run ofNode = {nullptr, nullptr, 0};
-        if (live_->concerned[head].has(link.slot))
-            ofNode = runOf(link.link->ledger->classes[oa], head);
-        raise(worst, needWith(ofNode, key, added));
-        if (ofNode.nb > 0 && countedIn(live_)(tail, head))
-            raise(worst, needWith(runOf(ofNode, tail), key, added));
+        if (failing.concerned->has(link.slot)) {
+            if (cls == nullptr) cls = link.link->ledger->classes[oa];
+            ofNode = runOf(cls, headOf(failing.key));
+        }
+        // Cells that only free bandwidth leave less to need than the backup alone.
+        if (isCovered && !anyActive(ofNode)) continue;
+        raise(worst, ofNode.nb > 0 ? needWith(ofNode, failing.key, added) : alone);
+        if (ofNode.nb > 0 && failing.counts)
+            raise(worst,
+                  needWith(runOf(ofNode, tailOf(failing.key)), failing.key, added));
     }
 }
 

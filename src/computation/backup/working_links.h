@@ -45,7 +45,12 @@ class WorkingLinks {
         Need worst[kClasses];
         double rbw[kClasses][kLevels];
     };
-    using Rbw = double[kClasses][kLevels];
+    // A link that the next backups protect, and the node that it enters.
+    struct Failing {
+        CellKey key;
+        bool counts;               // the failure of the link alone, too
+        const SlotSet* concerned;  // links with cells of the node
+    };
 
     Overlay* overlayOf(Long position, const DBLink* link);
     bool gatherTrial(const Overlay* overlay, bool alsoFrees);
@@ -69,8 +74,9 @@ class WorkingLinks {
     Long first_ = 0;
     Long last_ = 0;
     bool isProtectable_ = false;
-    bool isSimple_ = false;          // each enters another node, and amounts are not odd
-    ScopedArray<bool> isOnPrimary_;  // by node
+    bool isSimple_ = false;           // each enters another node, and amounts are not odd
+    ScopedArray<Failing> protected_;  // these
+    ScopedArray<bool> isOnPrimary_;   // by node
     Booking trial_ = {};
     ScopedArray<Long> overlayAt_;  // by position: index among the overlays, -1 for none
     ScopedArray<Overlay*> overlays_;

@@ -28,10 +28,6 @@ Run front(const Run& run, CellKey otherBits) {
 constexpr CellKey kBelowHead = (1U << (kNodeBits + kLevelBits)) - 1;
 constexpr CellKey kBelowTail = (1U << kLevelBits) - 1;
 
-bool anyActive(const Run& run) {
-    return std::any_of(run.cells, run.cells + run.nb, isActive);
-}
-
 // Calls act(need) for the failing node of a run and for its failing links that count.
 template <class Act>
 void forEachNeed(Run ofNode, Counted counted, Act act) {
@@ -239,6 +235,10 @@ Need needWith(const Run& run, CellKey key, const Cell& added) {
 void raise(Need* worst, const Need& need) {
     for (int p = 0; p < kLevels; p++)
         if (need.at[p] > worst->at[p]) worst->at[p] = need.at[p];
+}
+
+bool anyActive(const Run& run) {
+    return std::any_of(run.cells, run.cells + run.nb, isActive);
 }
 
 bool isAmongWorst(const Need& need, const Need& worst) {

@@ -96,6 +96,9 @@ Need needWith(const Run& run, CellKey key, const Cell& added);
 
 void raise(Need* worst, const Need& need);
 
+// Whether any cell of a run can need bandwidth.
+bool anyActive(const Run& run);
+
 // Whether a need is not 0 and as large as the worst at some level.
 bool isAmongWorst(const Need& need, const Need& worst);
 
