@@ -50,6 +50,13 @@ bool WorkingLinks::init() {
     backup_.type = request.type;
     backup_.primID = request.primID;
     std::copy_n(request.bw, kClasses, backup_.bw);
+    const Run none = {nullptr, nullptr, 0};
+    for (int oa = 0; oa < kClasses; oa++) {
+        const double bw = backup_.bw[oa];
+        const CellKey key = cellKey(0, 0, trial_.level);
+        alone_[0][oa] = needWith(none, key, {bw, 0.0});
+        alone_[1][oa] = needWith(none, key, {bw, -bw});
+    }
     hasOneLength_ = primary_->primPath.top == 0;
     if (hasOneLength_) lengthCost_ = lengthCost(primary_, -1);
     const LongList* path = &primary_->path;
@@ -103,14 +110,15 @@ bool WorkingLinks::alsoFrees(Long tail, Long head) const {
 
 // Raises the worst need of a class to what the failures protected from need with the
 // backup, which adds the amounts to a cell of each. They enter different nodes.
-void WorkingLinks::raiseByTrial(const OutLink& link, int oa, const Cell& added,
+void WorkingLinks::raiseByTrial(const OutLink& link, int oa, bool alsoFrees,
                                 Need* worst) const {
     const LedgerClass* cls = nullptr;
-    const Need alone =
-        needWith({nullptr, nullptr, 0}, cellKey(0, 0, trial_.level), added);
-    Need low = *worst;
-    raise(&low, alone);
-    const bool isCovered = std::equal(low.at, low.at + kLevels, worst->at);
+    const double bw = backup_.bw[oa];
+    const Cell added = {bw, alsoFrees ? -bw : 0.0};
+    const Need& alone = alone_[alsoFrees ? 1 : 0][oa];
+    bool isCovered = true;
+    for (int p = trial_.level; p < kLevels; p++)
+        isCovered = isCovered && worst->at[p] >= alone.at[p];
     for (const Failing& failing : protected_) {
         Run ofNode = {nullptr, nullptr, 0};
         if (failing.concerned->has(link.slot)) {
@@ -119,8 +127,13 @@ void WorkingLinks::raiseByTrial(const OutLink& link, int oa, const Cell& added,
         }
         // Cells that only free bandwidth leave less to need than the backup alone.
         if (isCovered && !anyActive(ofNode)) continue;
-        raise(worst, ofNode.nb > 0 ? needWith(ofNode, failing.key, added) : alone);
-        if (ofNode.nb > 0 && failing.counts)
+        if (ofNode.nb == 0) {
+            raise(worst, alone);
+            isCovered = true;
+            continue;
+        }
+        raise(worst, needWith(ofNode, failing.key, added));
+        if (failing.counts)
             raise(worst,
                   needWith(runOf(ofNode, tailOf(failing.key)), failing.key, added));
     }
@@ -151,8 +164,7 @@ bool WorkingLinks::worstWithTrial(Long position, const Overlay* overlay, bool al
     const OutLink& link = live_->graph.out[position];
     if (overlay == nullptr && isSimple_) {
         *worst = live_->views.worst[oa][position];
-        const double bw = backup_.bw[oa];
-        raiseByTrial(link, oa, {bw, alsoFrees ? -bw : 0.0}, worst);
+        raiseByTrial(link, oa, alsoFrees, worst);
         return true;
     }
     return gatherTrial(overlay, alsoFrees) &&

@@ -55,7 +55,7 @@ class WorkingLinks {
     Overlay* overlayOf(Long position, const DBLink* link);
     bool gatherTrial(const Overlay* overlay, bool alsoFrees);
     bool alsoFrees(Long tail, Long head) const;
-    void raiseByTrial(const OutLink& link, int oa, const Cell& added, Need* worst) const;
+    void raiseByTrial(const OutLink& link, int oa, bool alsoFrees, Need* worst) const;
     bool worstWithTrial(Long position, const Overlay* overlay, bool alsoFrees, int oa,
                         Need* worst);
     double costOf(Long position, const Overlay* overlay, const Need* worst) const;
@@ -68,6 +68,8 @@ class WorkingLinks {
     ScopedLSP backup_;
     unsigned asked_ = 0;  // classes with bandwidth, as bits
     bool isOdd_ = false;  // an amount that is not a number or less than nothing
+    // What a failure without cells needs with the backup, [whether it also frees][class].
+    Need alone_[2][kClasses] = {};
     bool hasOneLength_ = false;
     double lengthCost_ = 0.0;  // of any link, if it has
     // Hops of the primary that the next backups protect: from first to last - 1.
