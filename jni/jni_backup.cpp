@@ -68,7 +68,11 @@ class BackupCall {
         if (paths == nullptr) return nullptr;  // out of memory is pending
         const PinnedInts ids(env_, ids_);
         if (ids.isNull()) return FAIL_WITH(kAddDBException, "Critical lack of memory");
-        if (!initRecord()) return nullptr;
+        DBLabelSwitchedPath* primary = DBgetLSP(centralDB, primID_);
+        if (primary == nullptr)
+            return FAIL_WITH(nullptr, "Not able to find primary LSP (id = %d)", primID_);
+        if (initRecord(primary) < 0)
+            return FAIL_WITH(kAddDBException, "Impossible to add BACKUP LSP");
         const Long nbIds = env_->GetArrayLength(ids_);
         for (Long i = 0; i < requests_.size; i++)
             if (!storePath(paths, i)) return nullptr;  // nothing is placed yet
@@ -95,21 +99,18 @@ class BackupCall {
         return paths;
     }
 
-    // What all backups share. False, with a message, if the primary is gone.
-    bool initRecord() {
-        DBLabelSwitchedPath* primary = DBgetLSP(centralDB, primID_);
-        if (primary == nullptr)
-            return FAIL_WITH(false, "Not able to find primary LSP (id = %d)", primID_);
+    // What all backups share.
+    int initRecord(DBLabelSwitchedPath* primary) {
         LongList* primPath = &primary->path;
         if (DBlspInit(&record_) < 0 || longVecCopy(&record_.primPath, primPath) < 0)
-            return false;
+            return -1;
         if (backupType_ == 0 && requests_.size != primPath->top - 1)
             std::fputs("Pas assez de lsps de backups locaux pour la taille du lsp!\n",
                        stderr);
         record_.precedence = 0;
         record_.type = isGlobal_ ? DB_GLOBAL_BACKUP_LSP : DB_LOCAL_BACKUP_LSP;
         record_.primID = primID_;
-        return true;
+        return 0;
     }
 
     bool storePath(jobjectArray paths, Long i) {

@@ -46,8 +46,8 @@ class PrimaryCall {
         return nullptr;
     }
 
-    // Makes the result before anything is placed: without memory for it nobody would learn
-    // of the LSP. False with an exception pending.
+    // Makes the result before anything is placed: without memory for it nobody would
+    // learn of the LSP. False with an exception pending.
     bool makeResult() {
         path_ = toJava(env_, &request_.path);
         return path_ != nullptr;

@@ -4,10 +4,12 @@
 
 #include <jni.h>
 
+#include <cassert>
 #include <cstdio>
 #include <mutex>
 
 #include "common/types.h"
+#include "database/live/live.h"
 #include "session/session.h"
 
 constexpr const char* kAddDBException =
@@ -58,6 +60,15 @@ jfieldID fieldId(JNIEnv* env, jobject obj, const char* name, const char* signatu
 // one already.
 void throwByName(JNIEnv* env, const char* className);
 
+// In debug builds: all that is derived from the session's network is what it would be if
+// it were computed anew.
+inline void checkDerived() {
+#ifndef NDEBUG
+    Long where[2];
+    assert(centralDB == nullptr || checkLive(centralDB, where) == nullptr);
+#endif
+}
+
 // Runs act on the caller's context and saves it whatever the outcome. act returns the
 // class of the exception to throw after the save, or null. An unknown session is left
 // alone and throws `unknownSession`.
@@ -66,6 +77,7 @@ void withContext(JNIEnv* env, jobject obj, const char* unknownSession, Act act) 
     const std::lock_guard<std::mutex> lock(libraryLock);
     const int sessId = loadCntx(env, obj);
     const char* exception = sessId >= 0 ? act() : unknownSession;
+    if (sessId >= 0) checkDerived();
     saveCntx(sessId);
     // What the call printed keeps its place among the application's own output.
     std::fflush(stdout);

@@ -57,7 +57,7 @@ struct DBLink {
     Long id;
     DBLinkState state;
     DBLSPList lspList;
-    Ledger* ledger;  // of a stored link: its failure tables, packed
+    Ledger* ledger;  // of a stored link: its failure tables, without the zeros
 };
 
 // Nodes by id, owned; null marks a free id.

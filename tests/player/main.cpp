@@ -3,13 +3,14 @@
 //     kavril_play FROM TO             plays the sequences of these seeds
 //     kavril_play --case FILE...      plays kept inputs
 //     kavril_play --list SEED|FILE    prints the calls of a sequence and their results
-//     kavril_play --record FROM TO    the same for entry points alone, with what they
+//     kavril_play --record FROM TO    the same for entry points alone, and what they
 //     print kavril_play --faults RUNS FILE...  plays inputs, memory ending here and there
 //     kavril_play --soak CALLS SEED   long sequences; memory in use must not grow
 //
 // The first difference ends it: the input is made as small as it gets by dropping calls
 // and written to the file "difference", and the calls that are left are printed.
 
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -99,21 +100,19 @@ bool tell(const std::string& name, const Input& found) {
 // Plays inputs in one process, which any of them may end; what it was is found out anew.
 template <class InputAt>
 bool playAll(long from, long to, InputAt inputAt) {
-    int ends[2];
-    if (pipe(ends) < 0) return false;
+    void* shared = mmap(nullptr, sizeof(long), PROT_READ | PROT_WRITE,
+                        MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (shared == MAP_FAILED) return false;
+    volatile long& last = *static_cast<long*>(shared);
     const bool fine = holdsApart([&] {
         for (long i = from; i <= to; i++) {
             alarm(kSeconds);
-            if (write(ends[1], &i, sizeof i) < 0 || !play(inputAt(i)).empty())
-                return false;
+            last = i;
+            if (!play(inputAt(i)).empty()) return false;
         }
         std::printf("%ld calls\n", calls);
         return true;
     });
-    close(ends[1]);
-    long last = from;
-    for (long i; read(ends[0], &i, sizeof i) > 0;) last = i;
-    close(ends[0]);
     return fine || tell("input " + std::to_string(last), inputAt(last));
 }
 
@@ -177,7 +176,9 @@ bool soak(long most, long seed) {
     }
     std::printf("%ld calls; resident %.1f MiB in the first half, %.1f in the second\n",
                 calls, halves[0], halves[1]);
-    return most < 100000 || halves[1] <= 1.1 * halves[0];
+    // The first sequences also fill the pool of memory.
+    const double growth = most < 100000 ? 1.5 : 1.1;
+    return halves[1] <= growth * halves[0] + 2.0;
 }
 
 bool run(const std::vector<std::string>& args) {

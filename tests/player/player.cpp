@@ -1,4 +1,5 @@
 #include "player/player.h"
+#include "database/live/live.h"
 
 #include <algorithm>
 #include <cmath>
@@ -181,12 +182,20 @@ void Player::compareAll(std::size_t from) {
     for (const HeldTopology& held : topologies_) compareTopology(held.topo, held.plain);
 }
 
+std::string checked(const char* difference) {
+    return difference != nullptr ? difference : "";
+}
+
 void Player::compareSession(Caller& caller) {
     const Long id = caller.plain.sessId;
     const twin::Session* expected = twin::session(id);
     if (id >= 0) expect(expected != nullptr, sessions[id] != nullptr, "session");
     if (expected == nullptr) return;
     compareDatabase(sessions[id]->centralDB, expected->db);
+    Long where[2];
+    if (calls() % 4 == 0 && !failed_)
+        expect(std::string(), checked(checkLive(sessions[id]->centralDB, where)),
+               "derived state");
     expect(expected->config.predicateConfig.allowReroute,
            sessions[id]->kavrilConfig.predicateConfig.allowReroute, "allowReroute");
 }

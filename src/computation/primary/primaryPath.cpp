@@ -40,7 +40,8 @@ int walkBack(BKTopology* topo, LongList* path, Long src, Long dst) {
     return 0;
 }
 
-// The long road: builds a topology, searches it and reads the path out.
+// For requests that the search on the graph does not take: builds a topology, searches it
+// and reads the path out.
 int computeOnTopology(DataBase* dataBase, LSPRequest* req) {
     ScopedTopo topo;
     if (initTopo(&topo, -1) < 0)

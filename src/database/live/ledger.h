@@ -1,4 +1,4 @@
-// The failure tables of a stored link, packed.
+// The failure tables of a stored link, without the zeros.
 //
 // Private to the library. The vectors bbw and fbw of a link's state have an element per
 // failing link and level, nearly all of them 0; on a large network they do not fit into

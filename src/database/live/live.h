@@ -1,9 +1,9 @@
 // All that is derived from the plain records of a database, and kept in step with them.
 //
 // Private to the library, and the only owner of derived state: the failure tables of the
-// links, packed (ledger.h), and turned around; the flat network (graph.h); what requests
-// read of links (views.h). The records say it here when something has happened, and
-// checkLive computes everything anew and compares.
+// links, without their zeros (ledger.h), and which links a failing node has cells on; the
+// flat network (graph.h); what searches read of links (views.h). The functions that
+// change the records say so here, and checkLive computes everything anew and compares.
 #pragma once
 
 #include <cstdint>

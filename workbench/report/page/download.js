@@ -1,8 +1,10 @@
 // Rows as CSV, in a file of their own: with a byte order mark and CRLF, so that spreadsheets
 // open it as it is.
 
+// A name from somebody's file must not become a formula.
 function cell(value) {
-    const text = String(value ?? "");
+    const plain = String(value ?? "");
+    const text = /^[=+@-]/.test(plain) && !Number.isFinite(Number(plain)) ? `'${plain}` : plain;
     return /[",;\r\n\t]/.test(text) ? `"${text.replaceAll('"', '""')}"` : text;
 }
 
