@@ -9,19 +9,10 @@
 #include <cstdint>
 
 #include "database/booking.h"
+#include "database/live/concerned.h"
 #include "database/live/graph.h"
 #include "database/live/ledger.h"
 #include "database/live/views.h"
-
-// Links by their slots.
-struct SlotSet {
-    Long words;
-    std::uint64_t* bits;
-
-    bool has(Long slot) const {
-        return slot / 64 < words && (bits[slot / 64] >> (slot % 64) & 1U) != 0;
-    }
-};
 
 struct Live {
     Graph graph;

@@ -1,0 +1,46 @@
+// Which links a failing node has cells on: the ledgers turned around.
+//
+// Private to the library. Where a link goes, or a backup is tried that protects from the
+// failure of a node, only these links are looked at.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+
+#include "common/array.h"
+#include "database/live/ledger.h"
+
+// Links by their slots.
+struct SlotSet {
+    Long words;
+    std::uint64_t* bits;
+
+    bool has(Long slot) const {
+        return slot / 64 < words && (bits[slot / 64] >> (slot % 64) & 1U) != 0;
+    }
+};
+
+// Makes room for a slot; false if there is no memory.
+bool reach(SlotSet* set, Long slot);
+
+// Puts a slot that there is room for into the set, or takes one out.
+void put(SlotSet* set, Long slot, bool isIn);
+
+struct Live;
+
+// The links that have cells of a failing node; null if there is no memory.
+SlotSet* concernedBy(Live* live, Long node);
+
+// Keep the sets in step with a ledger: its cells of a node, its idle cells, or none at
+// all.
+void noteCells(Live* live, const Ledger* ledger, Long node);
+void noteIdle(Live* live, const Ledger* ledger);
+void forgetCells(Live* live, const Ledger* ledger);
+
+// Calls act(link) for the links of a set, which may lose them on the way.
+template <class Act>
+void forEachLink(const Array<DBLink*>& bySlot, const SlotSet& set, Act act) {
+    for (Long word = 0; word < set.words; word++)
+        for (std::uint64_t bits = set.bits[word]; bits != 0; bits &= bits - 1)
+            act(bySlot[64 * word + std::countr_zero(bits)]);
+}

@@ -1,0 +1,90 @@
+// Booking on stored links, for good and on trial.
+
+#include "database/live/live.h"
+#include "database/live/vectors.h"
+#include "database/reserved_bandwidth.h"
+#include "error/error.h"
+
+#define ERROR_SOURCE "database/database.c"
+
+namespace {
+
+// rbw of one class from pbw and a worst need.
+void reserve(const DBLink* link, int oa, const Need& worst, double (&rbw)[kLevels]) {
+    addNeeds(worst.at, link->state.pbw[oa], rbw);
+}
+
+Need worstNow(const DBLink* link, int oa) {
+    const LedgerClass* cls = link->ledger->classes[oa];
+    return cls != nullptr ? cls->worst : Need{};
+}
+
+bool changes(const Booking& booking, int oa) {
+    return std::any_of(booking.changes.begin(), booking.changes.end(),
+                       [=](const auto& change) { return change.amounts[oa] != 0.0; });
+}
+
+int bookClass(Live* live, DBLink* link, int oa, const Booking& booking) {
+    Ledger* ledger = link->ledger;
+    LedgerClass* cls = classOf(ledger, oa);
+    Need worst;
+    bool hasRoom = cls != nullptr;
+    for (const FailureChange& change : booking.changes) {
+        SlotSet* set = hasRoom ? concernedBy(live, change.head) : nullptr;
+        hasRoom = set != nullptr && reach(set, ledger->slot);
+    }
+    if (!hasRoom ||
+        !worstAfter(cls, oa, booking, countedIn(live), &live->scratch, &worst) ||
+        !bookCells(cls, oa, booking))
+        return FAIL_WITH(-1, "Critical lack of memory");
+    for (const FailureChange& change : booking.changes)
+        noteCells(live, ledger, change.head);
+    cls->worst = worst;
+    return ledger->isMirrored ? mirrorChanges(&link->state, oa, booking) : 0;
+}
+
+}  // namespace
+
+int bookLink(DataBase* dataBase, DBLink* link, const Booking& booking, bool isComplete) {
+    Live* live = dataBase->live;
+    Ledger* ledger = link->ledger;
+    viewChanged(&live->views, link);
+    int ret = 0;
+    for (int oa = 0; oa < kClasses; oa++) {
+        const bool addsPrimary = booking.primary != nullptr && booking.primary[oa] != 0.0;
+        const bool addsCells = changes(booking, oa);
+        if (!addsPrimary && !addsCells) continue;
+        ledger->occupied |= 1U << oa;
+        ledger->stale |= 1U << oa;
+        if (addsPrimary)
+            link->state.pbw[oa][booking.level] += booking.mult * booking.primary[oa];
+        if (addsCells && bookClass(live, link, oa, booking) < 0) ret = -1;
+    }
+    if (!isComplete || ret < 0) return -1;
+    for (int oa = 0; oa < kClasses; oa++)
+        if ((ledger->stale >> oa & 1U) != 0)
+            reserve(link, oa, worstNow(link, oa), link->state.rbw[oa]);
+    ledger->stale = 0;
+    return 0;
+}
+
+bool tryLink(DataBase* dataBase, const DBLink* link, const Booking& booking,
+             double (&rbw)[kClasses][kLevels]) {
+    Live* live = dataBase->live;
+    for (int oa = 0; oa < kClasses; oa++) {
+        Need worst = worstNow(link, oa);
+        if (changes(booking, oa) && !worstAfter(link->ledger->classes[oa], oa, booking,
+                                                countedIn(live), &live->scratch, &worst))
+            return false;
+        double pbw[kLevels];
+        std::copy_n(link->state.pbw[oa], kLevels, pbw);
+        if (booking.primary != nullptr && booking.primary[oa] != 0.0)
+            pbw[booking.level] += booking.mult * booking.primary[oa];
+        addNeeds(worst.at, pbw, rbw[oa]);
+    }
+    return true;
+}
+
+void reservedNow(const DBLink* link, double (&rbw)[kClasses][kLevels]) {
+    for (int oa = 0; oa < kClasses; oa++) reserve(link, oa, worstNow(link, oa), rbw[oa]);
+}
