@@ -5,23 +5,29 @@
 
 namespace {
 
-// Nodes reached from `start`, itself included, where forEachNext(node, act) calls act for
-// the nodes next to it; -1 if there is no memory.
+// Walks from `start`, nearest nodes first, where forEachNext(node, act) calls act for the
+// nodes next to one, until it is at `goal`. Returns how many nodes it has met, itself
+// included; -1 if there is no memory.
 template <class ForEachNext>
-Long countReached(Long slots, Long start, ForEachNext forEachNext) {
+Long countReached(Long slots, Long start, Long goal, ForEachNext forEachNext) {
     ScopedArray<bool> reached;
     ScopedArray<Long> toVisit;
     if (!reached.fill(slots, false) || !makeRoom(&toVisit, slots)) return -1;
-    Long nb = 0;
     auto visit = [&](Long node) {
         if (reached[node]) return;
         reached[node] = true;
-        nb++;
         toVisit[toVisit.top++] = node;
     };
     visit(start);
-    while (toVisit.top > 0) forEachNext(toVisit[--toVisit.top], visit);
-    return nb;
+    for (Long i = 0; i < toVisit.top && toVisit[i] != goal; i++)
+        forEachNext(toVisit[i], visit);
+    return toVisit.top;
+}
+
+template <class Act>
+void forEachHead(const Graph* graph, Long node, Act act) {
+    for (Long i = graph->first[node]; i < graph->first[node + 1]; i++)
+        act(graph->out[i].head);
 }
 
 Long nbTailsBelow(const DataBase* dataBase, Long tail, Long head) {
@@ -40,16 +46,13 @@ bool findOut(const DataBase* dataBase, const Graph* graph) {
         if (start < 0) start = id;
     }
     if (start < 0) return false;
-    auto heads = [&](Long node, auto act) {
-        for (Long i = graph->first[node]; i < graph->first[node + 1]; i++)
-            act(graph->out[i].head);
-    };
+    auto heads = [&](Long node, auto act) { forEachHead(graph, node, act); };
     auto tails = [&](Long node, auto act) {
         const LongList* in = &nodes->cont[node]->inNeighb;
         for (Long i = 0; i < in->top; i++) act(in->cont[i]);
     };
-    return countReached(graph->nodeSlots(), start, heads) == nb &&
-           countReached(graph->nodeSlots(), start, tails) == nb;
+    return countReached(graph->nodeSlots(), start, -1, heads) == nb &&
+           countReached(graph->nodeSlots(), start, -1, tails) == nb;
 }
 
 // Makes or closes a gap of one link from tail to head, that of the in-position given.
@@ -135,7 +138,17 @@ void removeFromGraph(Graph* graph, Long tail, Long head) {
     eraseAt(&graph->out, at);
     eraseAt(&graph->inOfOut, at);
     shift(graph, tail, head, in, -1);
-    graph->knowsConnected = false;
+    // As long as there is another way from tail to head, all others go on, too.
+    bool isAround = false;
+    auto heads = [&](Long node, auto act) {
+        forEachHead(graph, node, [&](Long next) {
+            isAround = isAround || next == head;
+            act(next);
+        });
+    };
+    if (graph->knowsConnected && graph->isConnected)
+        countReached(graph->nodeSlots(), tail, head, heads);
+    if (!isAround) graph->knowsConnected = false;
 }
 
 void addNodeToGraph(Graph* graph, Long node) {

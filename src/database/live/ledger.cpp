@@ -344,8 +344,8 @@ bool addToCell(LedgerClass* cls, CellKey key, double bbw, double fbw) {
     return true;
 }
 
-bool makeRoomToRetire(LedgerClass* cls, Long tail, Long head) {
-    return makeRoom(&cls->idle, cls->idle.top + runOf(runOf(cls, head), tail).nb);
+bool makeRoomToRetire(LedgerClass* cls) {
+    return makeRoom(&cls->idle, cls->idle.top + kLevels);
 }
 
 void retire(LedgerClass* cls, Long failure, Long tail, Long head) {

@@ -147,7 +147,7 @@ bool addToCell(LedgerClass* cls, CellKey key, double bbw, double fbw);
 // cells. There has to be room: false if there is no memory for that.
 void retire(LedgerClass* cls, Long failure, Long tail, Long head);
 void revive(LedgerClass* cls, Long failure, Long tail, Long head);
-bool makeRoomToRetire(LedgerClass* cls, Long tail, Long head);
+bool makeRoomToRetire(LedgerClass* cls);
 bool makeRoomToRevive(LedgerClass* cls);
 bool hasIdle(const LedgerClass* cls, Long failure);
 

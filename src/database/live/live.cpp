@@ -87,6 +87,7 @@ void endLive(Live* live) {
     endArray(&live->uncounted);
     endArray(&live->spare);
     endScratch(&live->scratch);
+    endArray(&live->losers);
     myfree(live);
 }
 
@@ -160,11 +161,16 @@ bool prepareLeave(DataBase* dataBase, const DBLink* link) {
     Live* live = dataBase->live;
     const Ledger* ledger = link->ledger;
     bool hasRoom = prepareCounts(dataBase);
-    forEachLink(live->bySlot, live->concerned[ledger->head], [&](const DBLink* other) {
-        hasRoom = hasRoom && reach(&live->idle, other->ledger->slot);
-        for (LedgerClass* cls : other->ledger->classes)
-            hasRoom = hasRoom && (cls == nullptr ||
-                                  makeRoomToRetire(cls, ledger->tail, ledger->head));
+    live->losers.top = 0;
+    forEachLink(live->bySlot, live->concerned[ledger->head], [&](DBLink* other) {
+        for (int oa = 0; oa < kClasses && other != link; oa++) {
+            LedgerClass* cls = other->ledger->classes[oa];
+            if (cls == nullptr || runOf(runOf(cls, ledger->head), ledger->tail).nb == 0)
+                continue;
+            hasRoom = hasRoom && makeRoomToRetire(cls) &&
+                      reach(&live->idle, other->ledger->slot) &&
+                      append(&live->losers, LinkClass{other, oa});
+        }
     });
     return hasRoom;
 }
@@ -174,17 +180,12 @@ void linkLeaves(DataBase* dataBase, DBLink* link) {
     const Ledger* ledger = link->ledger;
     const Long tail = ledger->tail;
     const Long head = ledger->head;
-    forEachLink(live->bySlot, live->concerned[head], [=](DBLink* other) {
-        if (other == link) return;
-        for (int oa = 0; oa < kClasses; oa++) {
-            const LedgerClass* cls = other->ledger->classes[oa];
-            if (runOf(runOf(cls, head), tail).nb > 0)
-                changeRun(live, other, oa, tail, head,
-                          [=](auto* at) { retire(at, link->id, tail, head); });
-        }
-        noteIdle(live, other->ledger);
-        noteCells(live, other->ledger, head);
-    });
+    for (const auto& [loser, oa] : live->losers) {
+        changeRun(live, loser, oa, tail, head,
+                  [=](auto* at) { retire(at, link->id, tail, head); });
+        noteIdle(live, loser->ledger);
+        noteCells(live, loser->ledger, head);
+    }
     if (live->graph.isBuilt)
         removeView(&live->views, positionOf(&live->graph, tail, head), link);
     else

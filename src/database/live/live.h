@@ -14,6 +14,11 @@
 #include "database/live/ledger.h"
 #include "database/live/views.h"
 
+struct LinkClass {
+    DBLink* link;
+    int oa;
+};
+
 struct Live {
     Graph graph;
     Views views;
@@ -28,7 +33,8 @@ struct Live {
     Array<CellKey> spare;  // room for the next list of these
     Long nbUsed;           // links there are
     RunScratch scratch;
-    std::uint32_t walk;  // number of the last walk over links
+    Array<LinkClass> losers;  // that have cells of the link about to go
+    std::uint32_t walk;       // number of the last walk over links
 };
 
 // Marks on links for one walk over them.
