@@ -23,6 +23,10 @@ const std::vector<WeightName> kWeightNames = {
     {"rerouting", &Weights::rerouting},
 };
 
+const Choices<Protection> kProtections = {{"none", Protection::NONE},
+                                          {"local", Protection::LOCAL},
+                                          {"global", Protection::GLOBAL}};
+
 namespace {
 
 // Fields of an option's value, "a:b:c".
@@ -293,12 +297,8 @@ void addPlacementOptions(CLI::App& cmd, Shared& shared) {
 }
 
 void addProtectionOption(CLI::App& cmd, Shared& shared) {
-    addChoice<Protection>(
-        cmd, "--protection", &shared.configuration.protection,
-        {{"none", Protection::NONE},
-         {"local", Protection::LOCAL},
-         {"global", Protection::GLOBAL}},
-        "Backups: none, local (one per link) or global (end to end) [none]")
+    addChoice(cmd, "--protection", &shared.configuration.protection, kProtections,
+              "Backups: none, local (one per link) or global (end to end) [none]")
         ->type_name("KIND")
         ->group("Placement");
 }

@@ -22,36 +22,66 @@ void checkInterrupt() {
     if (interruptSeen != 0) throw Interrupted();
 }
 
-Progress::Progress(const Shared& shared, std::string what, std::size_t total)
-    : what_(std::move(what)),
-      total_(total),
+Progress::Progress(const Shared& shared, Stages stages)
+    : stages_(std::move(stages)),
       shown_(!shared.quiet && !shared.json && isatty(STDERR_FILENO) == 1),
-      next_(std::chrono::steady_clock::now() + std::chrono::milliseconds(300)) {}
+      started_(Clock::now()),
+      next_(started_ + std::chrono::milliseconds(300)) {}
 
 Progress::~Progress() {
     if (drawn_) std::fputs("\r\033[K", stderr);
 }
 
-void Progress::advance(std::size_t steps) {
+void Progress::start(Stages stages) {
+    stages_ = std::move(stages);
+    startStage(0);
+}
+
+// Drawn at once, for the first step may be long.
+void Progress::startStage(std::size_t number) {
+    stage_ = number;
+    done_ = 0;
+    started_ = Clock::now();
+    if (shown_) draw();
+}
+
+void Progress::advance() {
     checkInterrupt();
-    done_ += steps;
-    if (!shown_ || std::chrono::steady_clock::now() < next_) return;
-    next_ = std::chrono::steady_clock::now() + std::chrono::milliseconds(100);
-    draw();
+    done_++;
+    const bool isOver = done_ == stages_[stage_].total && stage_ + 1 < stages_.size();
+    if (isOver && stages_[stage_ + 1].total > 0)
+        startStage(stage_ + 1);
+    else if (shown_ && Clock::now() >= next_)
+        draw();
+}
+
+// As if the steps to come took as long as those done; empty in the first second, when
+// that says little.
+std::string Progress::timeLeft() const {
+    const std::chrono::duration<double> past = Clock::now() - started_;
+    if (past.count() < 1.0 || done_ == 0) return {};
+    const double seconds = past.count() *
+                           static_cast<double>(stages_[stage_].total - done_) /
+                           static_cast<double>(done_);
+    if (seconds < 90.0) return fmt::format(", {:.0f} s left", seconds);
+    if (seconds < 5400.0) return fmt::format(", {:.0f} min left", seconds / 60.0);
+    return fmt::format(", {:.1f} h left", seconds / 3600.0);
 }
 
 void Progress::draw() {
-    constexpr std::size_t kWidth = 30;
-    fmt::print(stderr, "\r\033[K{} ", what_);
-    if (total_ > 0 && done_ <= total_) {
-        const std::size_t filled = kWidth * done_ / total_;
-        fmt::print(stderr, "[{}{}] {} of {}", std::string(filled, '#'),
-                   std::string(kWidth - filled, '.'), done_, total_);
+    constexpr std::size_t kWidth = 20;
+    const auto& [what, total] = stages_[stage_];
+    fmt::print(stderr, "\r\033[K{} ", what);
+    if (total > 0 && done_ <= total) {
+        const std::size_t filled = kWidth * done_ / total;
+        fmt::print(stderr, "[{}{}] {} of {}{}", std::string(filled, '#'),
+                   std::string(kWidth - filled, '.'), done_, total, timeLeft());
     } else {
         fmt::print(stderr, "... {}", done_);
     }
     std::fflush(stderr);
     drawn_ = true;
+    next_ = Clock::now() + std::chrono::milliseconds(100);
 }
 
 }  // namespace workbench

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "cli/shared.h"
 
@@ -20,31 +21,47 @@ void watchInterrupt();
 // Throws Interrupted once Ctrl-C has been pressed. For loops without a progress bar.
 void checkInterrupt();
 
-// A bar on standard error while that is a terminal and neither --quiet nor --json is
-// given; nothing otherwise. It is wiped when the object goes. Where nobody can say how
-// many steps there will be, total is 0, or too small, and steps are only counted.
+// A bar with the time left on standard error while that is a terminal and neither --quiet
+// nor --json is given; nothing otherwise. It is wiped when the object goes. Where nobody
+// can say how many steps there will be, total is 0, or too small, and steps are only
+// counted.
 //
-//     Progress progress(shared, "placing", demands.size());
+//     Progress progress(shared, {{"placing", demands.size()}, {"protecting", lsps}});
 //     for (...) { ...; progress.advance(); }
 class Progress {
   public:
-    Progress(const Shared& shared, std::string what, std::size_t total);
+    // Work that goes on for some steps, until that of the next stage begins.
+    struct Stage {
+        std::string what;
+        std::size_t total = 0;
+    };
+    using Stages = std::vector<Stage>;
+
+    Progress(const Shared& shared, Stages stages);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
+    // From here on the work is another one.
+    void start(Stages stages);
+
     // Counts a step. Throws Interrupted after Ctrl-C.
-    void advance(std::size_t steps = 1);
+    void advance();
 
   private:
-    void draw();
+    using Clock = std::chrono::steady_clock;
 
-    std::string what_;
-    std::size_t total_;
-    std::size_t done_ = 0;
+    void startStage(std::size_t number);
+    void draw();
+    std::string timeLeft() const;
+
+    Stages stages_;
+    std::size_t stage_ = 0;
+    std::size_t done_ = 0;  // of the stage
     bool shown_;
     bool drawn_ = false;
-    std::chrono::steady_clock::time_point next_;
+    Clock::time_point started_;
+    Clock::time_point next_;
 };
 
 }  // namespace workbench

@@ -38,6 +38,10 @@ struct Shared {
     std::function<int()> run;  // of the command on the command line
 };
 
+// Words of an option and what they stand for.
+template <class Value>
+using Choices = std::vector<std::pair<std::string, Value>>;
+
 // -o: a file to write, "-" for standard output. That it cannot be written is said before
 // the work.
 CLI::Option* addOutputFile(CLI::App& cmd, std::string* file, const std::string& text);
@@ -48,6 +52,7 @@ void addReadingOptions(CLI::App& cmd, Shared& shared);
 // preemption, scale, number of demands and seed.
 void addPlacementOptions(CLI::App& cmd, Shared& shared);
 // --protection none|local|global.
+extern const Choices<Protection> kProtections;
 void addProtectionOption(CLI::App& cmd, Shared& shared);
 // --json, --quiet, --findings.
 void addOutputOptions(CLI::App& cmd, Shared& shared);
@@ -55,22 +60,44 @@ void addOutputOptions(CLI::App& cmd, Shared& shared);
 CLI::ValidationError wrongChoice(const std::string& option, const std::string& given,
                                  const std::vector<std::string>& words);
 
-// An option with one of several words, whatever the case.
+// What a word stands for, whatever the case; a CLI error if it is none of them.
 template <class Value>
-CLI::Option* addChoice(CLI::App& cmd, const std::string& option, Value* value,
-                       const std::vector<std::pair<std::string, Value>>& choices,
-                       const std::string& text) {
+Value chosen(const std::string& option, const std::string& given,
+             const Choices<Value>& choices) {
     std::vector<std::string> words;
     for (const auto& [word, meaning] : choices) words.push_back(word);
+    const int found = NameIndex(words).find(given);
+    if (found < 0) throw wrongChoice(option, given, words);
+    return choices[found].second;
+}
+
+// An option with one of several words.
+template <class Value>
+CLI::Option* addChoice(CLI::App& cmd, const std::string& option, Value* value,
+                       const Choices<Value>& choices, const std::string& text) {
     return cmd.add_option_function<std::string>(
         option,
-        [=, names = NameIndex(words)](const std::string& given) {
-            const int found = names.find(given);
-            if (found < 0) throw wrongChoice(option, given, words);
-            *value = choices[found].second;
-        },
-        text);
+        [=](const std::string& given) { *value = chosen(option, given, choices); }, text);
 }
+
+// An option with some of several words, parted by commas.
+template <class Value>
+CLI::Option* addChoices(CLI::App& cmd, const std::string& option,
+                        std::vector<Value>* values, const Choices<Value>& choices,
+                        const std::string& text) {
+    return cmd
+        .add_option_function<std::vector<std::string>>(
+            option,
+            [=](const std::vector<std::string>& given) {
+                values->clear();
+                for (const std::string& word : given)
+                    values->push_back(chosen(option, word, choices));
+            },
+            text)
+        ->delimiter(',')
+        ->allow_extra_args(false);
+}
+
 // Registers what the command does once the whole command line has been read.
 void onRun(CLI::App& cmd, Shared& shared, std::function<int()> run);
 

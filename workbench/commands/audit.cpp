@@ -301,7 +301,10 @@ int auditPlan(const Options& options, const Shared& shared) {
     const std::vector<FailureSet> failures = failuresFor(options, &plan);
     AuditResult result;
     {
-        Progress progress(shared, "failing", failures.size());
+        const auto pairs = static_cast<std::size_t>(
+            std::ranges::count(failures, FailureKind::PAIR, &FailureSet::kind));
+        Progress progress(
+            shared, {{"failing", failures.size() - pairs}, {"failing pairs", pairs}});
         result = audit(plan, failures, [&progress] { progress.advance(); });
     }
     const Verdict verdict = verdictOf(plan, result);

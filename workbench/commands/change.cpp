@@ -13,7 +13,6 @@
 #include "cli/progress.h"
 #include "commands/commands.h"
 #include "commands/diff.h"
-#include "formats/units.h"
 #include "names.h"
 #include "plan_json.h"
 
@@ -36,14 +35,6 @@ std::pair<std::string, std::string> halves(const std::string& text, const char* 
     if (at == text.npos || at == 0 || at + 1 == text.size())
         throw UserError(fmt::format("{}: '{}' is not WHAT=VALUE", option, text));
     return {text.substr(0, at), text.substr(at + 1)};
-}
-
-double bandwidthFrom(const std::string& text, const char* option) {
-    const auto value = parseBandwidth(text, kMbit);
-    if (!value || !(*value > 0.0) || *value > 1e15)
-        throw UserError(fmt::format(
-            "{}: '{}' is not a bandwidth such as 400, 2.5G or 100M", option, text));
-    return *value;
 }
 
 // Demands by the id of their LSP, or by their name.
@@ -230,7 +221,7 @@ int changePlan(const Options& options, const Shared& shared) {
     const Change change = changeFrom(before, options);
     Plan after = before;
     {
-        Progress progress(shared, "changing", 0);
+        Progress progress(shared, {{"changing"}});
         applyChange(&after, change, [&progress] { progress.advance(); });
     }
     if (!options.output.empty()) writeFile(options.output, planText(after));
@@ -260,7 +251,7 @@ void addChange(CLI::App& app, Shared& shared) {
         "change", "Change a running plan; what does not have to move stays");
     auto options = std::make_shared<Options>();
     cmd->add_option("PLAN", options->plan, "Plan")->required();
-    cmd->add_option("-o,--output", options->output, "Write the changed plan");
+    addOutputFile(*cmd, &options->output, "Write the changed plan");
     addList(cmd, "--drain", &options->drain, "NAME",
             "Take a node, link (A > B) or cable (A - B) out of service for a while");
     addList(cmd, "--undrain", &options->undrain, "NAME", "Put it back into service");

@@ -8,7 +8,6 @@
 #include "cli/error.h"
 #include "commands/commands.h"
 #include "commands/explain_json.h"
-#include "formats/units.h"
 #include "names.h"
 #include "plan_json.h"
 
@@ -20,7 +19,7 @@ struct Options {
     std::string plan;
     std::string src;
     std::string dst;
-    std::string bandwidth;
+    double bandwidth = 0.0;
     std::string trafficClass;
     int level = -1;
     int avoid = 0;
@@ -40,11 +39,7 @@ Request requestOf(const Options& options, const Plan& plan) {
     request.src = nodeNamed(plan.network, options.src);
     request.dst = nodeNamed(plan.network, options.dst);
     if (request.src == request.dst) throw UserError("--from and --to are one node");
-    const auto bandwidth = parseBandwidth(options.bandwidth, kMbit);
-    if (!bandwidth || *bandwidth <= 0.0)
-        throw UserError("'" + options.bandwidth +
-                        "' is not a bandwidth such as 400, 2.5G or 100M");
-    request.bandwidth = *bandwidth;
+    request.bandwidth = options.bandwidth;
     if (!options.trafficClass.empty())
         request.trafficClass =
             classNamed(plan.configuration.classes, options.trafficClass);
@@ -194,8 +189,12 @@ void addExplain(CLI::App& app, Shared& shared) {
     cmd->add_option("PLAN", options->plan, "Plan written by place")->required();
     cmd->add_option("--from", options->src, "Node where the LSP starts")->required();
     cmd->add_option("--to", options->dst, "Node where it ends")->required();
-    cmd->add_option("--bandwidth", options->bandwidth,
-                    "In the plan's unit unless it ends in k, M, G or T")
+    cmd->add_option_function<std::string>(
+           "--bandwidth",
+           [options](const std::string& text) {
+               options->bandwidth = bandwidthFrom(text, "--bandwidth");
+           },
+           "In the plan's unit unless it ends in k, M, G or T")
         ->required();
     cmd->add_option("--class", options->trafficClass, "Class [the plan's first]");
     cmd->add_option("--level", options->level, "Preemption level [the class's own]")

@@ -96,11 +96,19 @@ int headroom(const Options& options, const Shared& shared) {
         configuration.protection = kind;
         Headroom room;
         {
-            // How many runs it takes shows only in the end: the bar counts requests.
-            const std::string what = fmt::format("headroom, protection {}", toText(kind));
-            Progress progress(shared, what, 0);
-            room = findHeadroom(network, demands.demands, configuration,
-                                options.precision, [&progress] { progress.advance(); });
+            // How many runs it takes shows only in the end: a bar for each.
+            Progress progress(shared, {{toText(kind)}});
+            const std::size_t protections =
+                kind == Protection::NONE ? 0 : requests.size();
+            const auto start = [&](double factor) {
+                const std::string what =
+                    fmt::format("{}, factor {:.4g}: ", toText(kind), factor);
+                progress.start({{what + "placing", requests.size()},
+                                {what + "protecting", protections}});
+            };
+            room =
+                findHeadroom(network, demands.demands, configuration, options.precision,
+                             {start, [&progress] { progress.advance(); }});
         }
         if (shared.json)
             all.push_back(toJson(room, requests));
@@ -129,15 +137,9 @@ void addHeadroom(CLI::App& app, Shared& shared) {
     cmd->add_option("--precision", options->precision,
                     "Relative precision of the factor [0.001]")
         ->check(CLI::Range(1e-9, 0.5));
-    static const std::map<std::string, Protection> kKinds = {
-        {"none", Protection::NONE},
-        {"local", Protection::LOCAL},
-        {"global", Protection::GLOBAL}};
-    cmd->add_option("--protection", options->kinds,
-                    "Kinds of protection to try: none, local, global [all]")
-        ->transform(CLI::CheckedTransformer(kKinds).description(""))
-        ->delimiter(',')
-        ->type_name("KIND");
+    addChoices(*cmd, "--protection", &options->kinds, kProtections,
+               "Kinds of protection to try: none, local, global [all]")
+        ->type_name("KINDS");
     addReadingOptions(*cmd, shared);
     addPlacementOptions(*cmd, shared);
     addOutputOptions(*cmd, shared);
@@ -151,10 +153,9 @@ void addHeadroom(CLI::App& app, Shared& shared) {
         "given\n"
         "is the last below which none that was tried is refused. The optimum is that of "
         "a\n"
-        "linear program that may split traffic. Requests without any path, and LSPs that "
-        "nothing "
-        "could\n"
-        "protect in an empty network, are left out of the judgement.\n"
+        "linear program that may split traffic. Requests without any path, and LSPs "
+        "that\n"
+        "nothing could protect in an empty network, are left out of the judgement.\n"
         "\n"
         "Examples:\n"
         "  kavril headroom germany50.xml\n"

@@ -80,10 +80,16 @@ int improvePlan(const Options& options, const Shared& shared) {
     const Summary before = plan.summary;
     Improvement result;
     {
-        Progress progress(
-            shared, "improving",
-            plan.demands.size() * static_cast<std::size_t>(std::max(options.rounds, 1)));
-        result = improve(&plan, options.rounds, [&progress] { progress.advance(); });
+        const std::size_t demands = plan.demands.size();
+        std::size_t steps = 0;
+        Progress progress(shared, {{"improving, round 1", demands}});
+        result = improve(&plan, options.rounds, [&] {
+            progress.advance();
+            if (++steps % demands == 0 &&
+                steps / demands != static_cast<std::size_t>(options.rounds))
+                progress.start(
+                    {{fmt::format("improving, round {}", steps / demands + 1), demands}});
+        });
     }
     if (!options.output.empty()) writeFile(options.output, planText(plan));
     if (options.output == "-") return 0;

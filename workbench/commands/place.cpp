@@ -240,7 +240,10 @@ int place(const Files& files, const Shared& shared) {
     if (!files.sets.empty()) plan.failureSets = readFailureSets(files.sets, plan);
     PlaceTimes times;
     {
-        Progress progress(shared, "placing", stepsOf(plan));
+        const std::size_t requests = plan.demands.size();
+        const bool isProtected = plan.configuration.protection != Protection::NONE;
+        Progress progress(
+            shared, {{"placing", requests}, {"protecting", isProtected ? requests : 0}});
         runPlan(
             &plan, [&progress] { progress.advance(); }, &times);
     }

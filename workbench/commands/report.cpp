@@ -68,7 +68,7 @@ int report(const ReportOptions& options, const Shared& shared) {
                                            {"failures", now.audit.failures.size()},
                                            {"clean", now.audit.isClean()}})
                                .dump(2));
-    else if (!shared.quiet)
+    else
         fmt::print("{}: {} LSPs, {} failures, {:.1f} MB; open it in a browser\n",
                    options.output, now.plan.summary.placed + now.plan.summary.replaced,
                    now.audit.failures.size(), page.size() / 1e6);
@@ -93,8 +93,8 @@ void addReport(CLI::App& app, Shared& shared) {
         ->type_name("KINDS");
     cmd->add_option("--sets", options->sets, "File of risk groups and other failures")
         ->type_name("FILE");
-    cmd->add_option("-o,--output", options->output, "HTML file to write, - for stdout")
-        ->capture_default_str();
+    addOutputFile(*cmd, &options->output,
+                  "HTML file to write, - for standard output [report.html]");
     addOutputOptions(*cmd, shared);
     cmd->footer(
         "The page is one file and needs no network: a map, failures and LSPs to pick,\n"

@@ -6,11 +6,9 @@
 #include "audit/failure_sets.h"
 #include "audit/verdict.h"
 #include "bound/flow_bound.h"
-#include "cli/error.h"
 #include "cli/progress.h"
 #include "commands/commands.h"
 #include "engine/change.h"
-#include "formats/units.h"
 #include "plan_json.h"
 
 namespace workbench {
@@ -21,7 +19,7 @@ using nlohmann::json;
 
 struct Options {
     std::string plan;
-    std::string step;
+    std::optional<double> step;
     std::size_t candidates = 8;
 };
 
@@ -121,7 +119,7 @@ std::vector<Addition> candidatesFor(const Plan& plan, const Figures& now, const 
         double rank = 0.0;
         for (int link : cable.links) rank = std::max(rank, worst[link]);
         double added = plan.network.links[cable.links.front()].capacity;
-        if (!options.step.empty()) added = *parseBandwidth(options.step, kMbit);
+        if (options.step) added = *options.step;
         ranked.push_back(
             {rank, {.cable = std::move(cable), .added = added, .figures = {}}});
     }
@@ -181,22 +179,20 @@ void print(const Plan& plan, const Figures& now, const Cut& cut,
 }
 
 int upgrade(const Options& options, const Shared& shared) {
-    const auto step =
-        options.step.empty() ? std::optional(1.0) : parseBandwidth(options.step, kMbit);
-    if (!step || !(*step > 0.0) || *step > 1e15)
-        throw UserError("--step: '" + options.step +
-                        "' is not a bandwidth such as 400, 2.5G or 100M");
     const Plan plan = readPlan(options.plan);
     Figures now;
     Cut cut;
     std::vector<Addition> additions;
     {
-        Progress progress(shared, "trying", 0);
+        Progress progress(shared, {{"growing cuts", plan.network.nodes.size()}});
         const auto advance = [&progress] { progress.advance(); };
         now = figuresOf(plan);
         cut = tightestCut(plan, advance);
         additions = candidatesFor(plan, now, cut, options);
-        for (Addition& one : additions) tryOut(plan, &one, advance);
+        for (Addition& one : additions) {
+            progress.start({{"trying " + one.cable.name}});
+            tryOut(plan, &one, advance);
+        }
     }
     std::ranges::stable_sort(additions, {}, [](const Addition& one) {
         return std::tuple(-one.figures.isProtected, -one.figures.carried,
@@ -233,8 +229,12 @@ void addUpgrade(CLI::App& app, Shared& shared) {
         "Which cables are worth more capacity, and the cut that limits a plan");
     auto options = std::make_shared<Options>();
     cmd->add_option("PLAN", options->plan, "Plan")->required();
-    cmd->add_option("--step", options->step,
-                    "Capacity to add, each way [as much as the cable has]")
+    cmd->add_option_function<std::string>(
+           "--step",
+           [options](const std::string& text) {
+               options->step = bandwidthFrom(text, "--step");
+           },
+           "Capacity to add, each way [as much as the cable has]")
         ->type_name("BANDWIDTH");
     cmd->add_option("--candidates", options->candidates, "Cables to try [8]")
         ->check(CLI::Range(1, 1000).description(""));

@@ -23,13 +23,15 @@ constexpr double kParts[] = {0.1, 0.2,  0.3,  0.4,   0.5,  0.6,  0.7,  0.8,  0.8
 class Search {
   public:
     Search(const Network& network, const std::vector<Demand>& demands,
-           const Configuration& configuration, const Step& step, Headroom* result)
+           const Configuration& configuration, const HeadroomWatch& watch,
+           Headroom* result)
         : network_(network),
           demands_(demands),
           configuration_(configuration),
           empty_(newPlan(network, {}, configuration)),
-          step_(step),
+          watch_(watch),
           result_(result) {
+        options_.step = watch.step;
         excuseHopeless();
         options_.strict = true;
     }
@@ -37,7 +39,7 @@ class Search {
     // Notes what was refused if something was.
     bool works(double factor) {
         std::vector<PlanDemand> requests = requestsAt(factor);
-        if (run(&requests)) return true;
+        if (run(factor, &requests)) return true;
         for (std::size_t i = 0; i < requests.size(); i++) {
             const PlanDemand& request = requests[i];
             const std::string& reason =
@@ -59,16 +61,17 @@ class Search {
         return requestsOf(demands_, scaled);
     }
 
-    bool run(std::vector<PlanDemand>* requests) {
+    bool run(double factor, std::vector<PlanDemand>* requests) {
+        watch_.start(factor);
         Engine engine(empty_);
-        options_.step = step_;
         result_->runs++;
         return placeAll(&engine, requests, options_, nullptr);
     }
 
     void excuseHopeless() {
-        std::vector<PlanDemand> requests = requestsAt(lightFactor());
-        run(&requests);
+        const double factor = lightFactor();
+        std::vector<PlanDemand> requests = requestsAt(factor);
+        run(factor, &requests);
         for (const PlanDemand& request : requests) {
             options_.excusedRequest.push_back(request.lsp < 0);
             options_.excusedProtection.push_back(request.lsp < 0 ||
@@ -93,7 +96,7 @@ class Search {
     const std::vector<Demand>& demands_;
     const Configuration& configuration_;
     const Plan empty_;
-    const Step& step_;
+    const HeadroomWatch& watch_;
     Headroom* result_;
     PlaceOptions options_;
 };
@@ -102,10 +105,10 @@ class Search {
 
 Headroom findHeadroom(const Network& network, const std::vector<Demand>& demands,
                       const Configuration& configuration, double precision,
-                      const Step& step) {
+                      const HeadroomWatch& watch) {
     Headroom result;
     result.protection = configuration.protection;
-    Search search(network, demands, configuration, step, &result);
+    Search search(network, demands, configuration, watch, &result);
     const auto requests = requestsOf(demands, configuration).size();
     if (static_cast<std::size_t>(result.neverPlaced) == requests)
         throw UserError("no request of the matrix has a path, however small it is");

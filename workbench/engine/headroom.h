@@ -23,12 +23,18 @@ struct Headroom {
     int runs = 0;  // placements of the whole matrix
 };
 
+// Called before a placement with its factor, and after each of its steps, as in runPlan.
+struct HeadroomWatch {
+    std::function<void(double factor)> start;
+    Step step;
+};
+
 // The largest factor by bisection, to a relative precision. Placement is a chain of
 // choices, not a monotone function: a smaller factor may be refused. So factors all the
 // way up are tried as well, and the one that is given is the last before a refusal. What
 // lies between those tried is not promised.
 Headroom findHeadroom(const Network& network, const std::vector<Demand>& demands,
                       const Configuration& configuration, double precision,
-                      const Step& step);
+                      const HeadroomWatch& watch);
 
 }  // namespace workbench

@@ -227,11 +227,6 @@ bool placeAll(Engine* engine, std::vector<PlanDemand>* demands,
     return Placement(engine, demands, options, times).run();
 }
 
-std::size_t stepsOf(const Plan& plan) {
-    return plan.demands.size() *
-           (plan.configuration.protection == Protection::NONE ? 1 : 2);
-}
-
 void finishPlan(const Engine& engine, Plan* plan) {
     plan->lsps.clear();
     for (const auto& [id, lsp] : engine.lsps()) plan->lsps.push_back(lsp);

@@ -56,12 +56,9 @@ void protectDemand(Engine* engine, PlanDemand* demand);
 Plan newPlan(const Network& network, const std::vector<Demand>& demands,
              const Configuration& configuration);
 
-// Makes the requests of a new plan and fills in the rest. `step` is called stepsOf
-// times.
+// Makes the requests of a new plan and fills in the rest. `step` is called once for every
+// demand, and with protection once more for each when its backups have been sought.
 void runPlan(Plan* plan, const Step& step, PlaceTimes* times);
-
-// Steps of a run: a request and, with protection, a search for backups each.
-std::size_t stepsOf(const Plan& plan);
 
 // Writes LSPs, tables and summary of an engine to a plan that has the rest.
 void finishPlan(const Engine& engine, Plan* plan);

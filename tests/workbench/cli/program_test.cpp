@@ -85,7 +85,7 @@ TEST(Program, PrintsWhatItsTranscriptSays) {
 TEST(Interrupt, EndsTheNextStep) {
     Shared shared;
     shared.quiet = true;
-    Progress progress(shared, "working", 10);
+    Progress progress(shared, {{"working", 10}});
     watchInterrupt();
     EXPECT_NO_THROW(progress.advance());
     EXPECT_EXIT(
