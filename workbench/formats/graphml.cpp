@@ -4,6 +4,7 @@
 
 #include <map>
 
+#include "formats/groups.h"
 #include "formats/units.h"
 #include "formats/xml.h"
 
@@ -108,7 +109,8 @@ class GraphmlParser {
                                 .colour = 0,
                                 .metric = atLeastZero(edge, "Metric"),
                                 .delay = atLeastZero(edge, "Delay"),
-                                .line = line});
+                                .line = line,
+                                .groups = groupsOf(text(edge, "groups"))});
     }
 
     XmlFile xml_;

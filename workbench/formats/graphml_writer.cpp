@@ -1,8 +1,9 @@
-// GraphML with the Topology Zoo's attributes. Metric and delay get attributes of their
-// own, which other readers skip.
+// GraphML with the Topology Zoo's attributes. Metric, delay and risk groups get
+// attributes of their own, which other readers skip.
 #include <pugixml.hpp>
 #include <sstream>
 
+#include "formats/groups.h"
 #include "formats/units.h"
 #include "formats/writers.h"
 
@@ -18,7 +19,7 @@ constexpr Key kKeys[] = {
     {"d0", "node", "label", "string"},    {"d1", "node", "Longitude", "double"},
     {"d2", "node", "Latitude", "double"}, {"d3", "edge", "LinkSpeedRaw", "double"},
     {"d4", "edge", "Metric", "double"},   {"d5", "edge", "Delay", "double"},
-    {"d6", "edge", "id", "string"},
+    {"d6", "edge", "id", "string"},       {"d7", "edge", "groups", "string"},
 };
 
 void addData(pugi::xml_node element, const char* key, const std::string& value) {
@@ -44,6 +45,7 @@ void addEdge(const Link& link, pugi::xml_node graph) {
     if (link.metric) addData(element, "d4", numberText(*link.metric));
     if (link.delay) addData(element, "d5", numberText(*link.delay));
     if (!link.name.empty()) addData(element, "d6", link.name);
+    if (!link.groups.empty()) addData(element, "d7", groupsText(link.groups));
 }
 
 void addKey(const Key& key, pugi::xml_node root) {
@@ -62,7 +64,8 @@ std::string keyOf(const LinkFigure& figure) {
 
 std::string graphmlText(const Network& network, Findings& findings,
                         const std::vector<LinkFigure>& figures) {
-    noteLostAttributes(network, true, true, "GraphML", findings);
+    noteLostAttributes(network, {.metric = true, .delay = true, .groups = true},
+                       "GraphML", findings);
     noteMissingUnit(network.unit, "bit/s", findings);
     pugi::xml_document document;
     document.append_child(pugi::node_declaration).append_attribute("version") = "1.0";

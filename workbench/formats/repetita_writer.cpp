@@ -13,7 +13,7 @@ static std::vector<std::string> namesOf(const std::vector<Record>& records) {
 }
 
 std::string repetitaNetwork(const Network& network, Findings& findings) {
-    noteLostAttributes(network, true, true, "Repetita", findings);
+    noteLostAttributes(network, {.metric = true, .delay = true}, "Repetita", findings);
     noteMissingUnit(network.unit, "kbit/s", findings);
     const auto nodes = wordsFor(namesOf(network.nodes), "node", findings);
     std::string text = fmt::format("NODES {}\nlabel x y\n", nodes.size());

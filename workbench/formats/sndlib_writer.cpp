@@ -88,7 +88,7 @@ pugi::xml_node addEnds(pugi::xml_node parent, const char* name, const std::strin
 
 std::string sndlibXmlText(const Network& network, const Demands* demands,
                           Findings& findings) {
-    noteLostAttributes(network, false, false, "SNDlib", findings);
+    noteLostAttributes(network, {}, "SNDlib", findings);
     noteDirections(network, findings);
     const Ids ids = idsOf(network, demands, findings);
     pugi::xml_document document;
@@ -124,7 +124,7 @@ std::string sndlibXmlText(const Network& network, const Demands* demands,
 
 std::string sndlibNativeText(const Network& network, const Demands* demands,
                              Findings& findings) {
-    noteLostAttributes(network, false, false, "SNDlib", findings);
+    noteLostAttributes(network, {}, "SNDlib", findings);
     noteDirections(network, findings);
     const Ids ids = idsOf(network, demands, findings);
     std::string text = "?SNDlib native format; type: network; version: 1.0\n\nMETA (\n";

@@ -8,6 +8,7 @@
 
 #include "cli/error.h"
 #include "formats/draft.h"
+#include "formats/groups.h"
 #include "formats/table.h"
 #include "formats/units.h"
 #include "plan.h"
@@ -30,6 +31,7 @@ enum class Column {
     Metric,
     Delay,
     Colour,
+    Groups,
     Other
 };
 
@@ -68,7 +70,8 @@ std::pair<Column, std::string> columnOf(const std::string& heading) {
                                                          {"weight", Column::Metric},
                                                          {"delay", Column::Delay},
                                                          {"colour", Column::Colour},
-                                                         {"color", Column::Colour}};
+                                                         {"color", Column::Colour},
+                                                         {"groups", Column::Groups}};
     const std::string text = lower(heading);
     if (const auto found = kNames.find(text); found != kNames.end())
         return {found->second, ""};
@@ -299,7 +302,8 @@ class TableParser {
                        .colour = natural(Column::Colour, "colour", 2147483647),
                        .metric = number(Column::Metric, "metric"),
                        .delay = number(Column::Delay, "delay"),
-                       .line = record_.line};
+                       .line = record_.line,
+                       .groups = groupsOf(cell(Column::Groups))};
         for (const NodeRef* end : {&link.src, &link.dst})
             if (known_.insert(end->id).second)
                 draft_.nodes.push_back({end->id, end->id, std::nullopt, record_.line});

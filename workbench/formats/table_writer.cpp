@@ -1,4 +1,5 @@
 // Links and demands as tables.
+#include "formats/groups.h"
 #include "formats/table.h"
 #include "formats/units.h"
 #include "formats/writers.h"
@@ -11,13 +12,13 @@ static std::string optionalText(const std::optional<double>& value) {
 
 Table linkTable(const Network& network) {
     Table table{{"src", "dst", withUnit("capacity", network.unit), "metric", "delay",
-                 "colour", "name"},
+                 "colour", "name", "groups"},
                 {}};
     for (const Link& link : network.links)
         table.rows.push_back({network.nodes[link.src].name, network.nodes[link.dst].name,
                               numberText(link.capacity), optionalText(link.metric),
                               optionalText(link.delay), std::to_string(link.colour),
-                              link.name});
+                              link.name, groupsText(link.groups)});
     return table;
 }
 

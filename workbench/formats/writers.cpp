@@ -42,8 +42,8 @@ double inUnit(double bandwidth, double unit) {
     return std::abs(value - whole) <= 1e-9 * std::abs(whole) ? whole : value;
 }
 
-void noteLostAttributes(const Network& network, bool keepsMetric, bool keepsDelay,
-                        const char* format, Findings& findings) {
+void noteLostAttributes(const Network& network, const Kept& kept, const char* format,
+                        Findings& findings) {
     const auto count = [&](auto lost) {
         return std::count_if(network.links.begin(), network.links.end(), lost);
     };
@@ -54,10 +54,12 @@ void noteLostAttributes(const Network& network, bool keepsMetric, bool keepsDela
                                             what, links, format)});
     };
     note("colour", count([](const Link& link) { return link.colour != 0; }));
-    if (!keepsMetric)
+    if (!kept.metric)
         note("metric", count([](const Link& link) { return link.metric.has_value(); }));
-    if (!keepsDelay)
+    if (!kept.delay)
         note("delay", count([](const Link& link) { return link.delay.has_value(); }));
+    if (!kept.groups)
+        note("groups", count([](const Link& link) { return !link.groups.empty(); }));
 }
 
 void noteMissingUnit(const std::string& unit, const char* taken, Findings& findings) {

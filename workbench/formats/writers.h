@@ -44,8 +44,13 @@ std::vector<std::string> wordsFor(const std::vector<std::string>& names,
 double inUnit(double bandwidth, double unit);
 
 // Notes what links have and the format cannot hold.
-void noteLostAttributes(const Network& network, bool keepsMetric, bool keepsDelay,
-                        const char* format, Findings& findings);
+struct Kept {
+    bool metric = false;
+    bool delay = false;
+    bool groups = false;
+};
+void noteLostAttributes(const Network& network, const Kept& kept, const char* format,
+                        Findings& findings);
 void noteMissingUnit(const std::string& unit, const char* taken, Findings& findings);
 
 }  // namespace workbench
