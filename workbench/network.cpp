@@ -54,6 +54,13 @@ std::string linkName(const Network& network, int linkId) {
     return network.nodes[link.src].name + " > " + network.nodes[link.dst].name;
 }
 
+std::string pathName(const Network& network, const std::vector<int>& nodes) {
+    std::string name;
+    for (const int node : nodes)
+        name += (name.empty() ? "" : " > ") + network.nodes[node].name;
+    return name;
+}
+
 std::string formatBandwidth(double bandwidth, const std::string& unit) {
     if (unit != "Mbit/s") return fmt::format("{:.5g}", bandwidth);
     constexpr std::array<const char*, 4> kUnits = {"kbit/s", "Mbit/s", "Gbit/s",

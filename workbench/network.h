@@ -110,6 +110,8 @@ int findLink(const Network& network, int src, int dst);
 
 // "Berlin > Paris"
 std::string linkName(const Network& network, int linkId);
+// "Berlin > Kassel > Paris"
+std::string pathName(const Network& network, const std::vector<int>& nodes);
 
 // "1.25 Gbit/s" from Mbit/s; with no unit just the number, to five significant digits.
 std::string formatBandwidth(double bandwidth, const std::string& unit);

@@ -196,6 +196,12 @@ double capacityOf(const Plan& plan, int link, int trafficClass) {
                .capacityShare;
 }
 
+int usualLevel(const Configuration& configuration, int trafficClass) {
+    const auto part =
+        std::ranges::find(configuration.parts, trafficClass, &TrafficPart::trafficClass);
+    return part == configuration.parts.end() ? 0 : part->level;
+}
+
 const char* toText(LspKind kind) {
     switch (kind) {
         case LspKind::LOCAL_BACKUP:

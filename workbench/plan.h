@@ -165,6 +165,9 @@ struct Plan {
     Summary summary;
 };
 
+// The level at which demands of a class are requested that name none.
+int usualLevel(const Configuration& configuration, int trafficClass);
+
 // The figures of a plan, from its demands, LSPs and tables.
 Summary summarise(const Plan& plan);
 

@@ -55,14 +55,14 @@ std::vector<int> demandsNamed(const Plan& plan, const std::string& text) {
 
 std::pair<int, int> endsNamed(const Plan& plan, const std::string& text,
                               const char* option) {
+    const NameIndex names = nodeNames(plan.network);
+    const auto trimmed = [](std::string part) {
+        part.erase(0, part.find_first_not_of(' '));
+        part.erase(part.find_last_not_of(' ') + 1);
+        return part;
+    };
     for (std::size_t at = text.find_first_of(">-"); at != text.npos;
          at = text.find_first_of(">-", at + 1)) {
-        const auto trimmed = [](std::string part) {
-            part.erase(0, part.find_first_not_of(' '));
-            part.erase(part.find_last_not_of(' ') + 1);
-            return part;
-        };
-        const NameIndex names = nodeNames(plan.network);
         const int src = names.find(trimmed(text.substr(0, at)));
         const int dst = names.find(trimmed(text.substr(at + 1)));
         if (src >= 0 && dst >= 0 && src != dst) return {src, dst};
@@ -85,12 +85,7 @@ PlanDemand demandFrom(const Plan& plan, const std::string& text) {
     const int level = hasLevel ? oa[colon + 1] - '0' : -1;
     if (hasLevel) oa.erase(colon);
     if (!oa.empty()) demand.trafficClass = classNamed(plan.configuration.classes, oa);
-    for (const TrafficPart& part : plan.configuration.parts)
-        if (part.trafficClass == demand.trafficClass) {
-            demand.level = part.level;
-            break;
-        }
-    if (hasLevel) demand.level = level;
+    demand.level = hasLevel ? level : usualLevel(plan.configuration, demand.trafficClass);
     return demand;
 }
 
@@ -274,11 +269,10 @@ void addChange(CLI::App& app, Shared& shared) {
     addList(cmd, "--unlock", &options->unlock, "LSP", "Let it move again");
     addOutputOptions(*cmd, shared);
     cmd->footer(
-        "LSPs move, with their ids, that cross what is gone, drained or too small now; "
-        "then\n"
-        "demands are tried that were not up, and LSPs protected that were not. What "
-        "fits\n"
-        "nowhere is taken down and listed with the reason. All options can be repeated.\n"
+        "LSPs move, with their ids, that cross what is gone, drained or too small now;\n"
+        "then demands are tried that were not up, and LSPs protected that were not.\n"
+        "What fits nowhere is taken down and listed with the reason. All options can be\n"
+        "repeated.\n"
         "\n"
         "Examples:\n"
         "  kavril change plan.json --drain Koeln -o night.json\n"

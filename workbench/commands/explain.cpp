@@ -27,13 +27,6 @@ struct Options {
 
 constexpr std::size_t kMost = 12;  // lines of each kind
 
-// The level at which the plan's own demands of the class are requested.
-int usualLevel(const Configuration& configuration, int trafficClass) {
-    for (const TrafficPart& part : configuration.parts)
-        if (part.trafficClass == trafficClass) return part.level;
-    return 0;
-}
-
 Request requestOf(const Options& options, const Plan& plan) {
     Request request;
     request.src = nodeNamed(plan.network, options.src);
@@ -54,12 +47,6 @@ Request requestOf(const Options& options, const Plan& plan) {
     return request;
 }
 
-std::string text(const std::vector<int>& path, const Network& network) {
-    std::vector<std::string> names;
-    for (int node : path) names.push_back(network.nodes[node].name);
-    return fmt::format("{}", fmt::join(names, " > "));
-}
-
 void printMore(std::size_t all) {
     if (all > kMost) fmt::print("    and {} more\n", all - kMost);
 }
@@ -78,7 +65,7 @@ void printScores(const Explanation& explanation, const Plan& plan) {
 
 void printPath(const Explanation& explanation, const Plan& plan) {
     const Path& path = explanation.path;
-    fmt::print("Path: {}\n  score {:.6g}, by link:\n", text(path.nodes, plan.network),
+    fmt::print("Path: {}\n  score {:.6g}, by link:\n", pathName(plan.network, path.nodes),
                path.score);
     printScores(explanation, plan);
     fmt::print("  the best path without\n");
@@ -87,7 +74,7 @@ void printPath(const Explanation& explanation, const Plan& plan) {
                    detour.path.found
                        ? fmt::format("{:.6g} ({:+.6g}): {}", detour.path.score,
                                      detour.path.score - path.score,
-                                     text(detour.path.nodes, plan.network))
+                                     pathName(plan.network, detour.path.nodes))
                        : "does not exist");
 }
 
@@ -138,7 +125,8 @@ void printDryRun(const Explanation& explanation, const Plan& plan) {
         fmt::print("With preemption there is no path either\n");
         return;
     }
-    fmt::print("With preemption: {}\n", text(explanation.preempting.nodes, plan.network));
+    fmt::print("With preemption: {}\n",
+               pathName(plan.network, explanation.preempting.nodes));
     if (explanation.giveWay.empty()) fmt::print("  nobody has to give way\n");
     for (const GiveWay& link : explanation.giveWay)
         fmt::print("    {:<40} {} missing, LSPs that give way: {}\n",

@@ -125,9 +125,8 @@ void addExport(CLI::App& app, Shared& shared) {
         ->type_name("FORMAT");
     addOutputOptions(*cmd, shared);
     cmd->footer(
-        "A spreadsheet opens the CSV as it is. The tables of links and demands can be "
-        "read\n"
-        "again as a network and its demands.\n"
+        "A spreadsheet opens the CSV as it is. The tables of links and demands can be\n"
+        "read again as a network and its demands.\n"
         "\n"
         "Examples:\n"
         "  kavril export plan.json -o lsps.csv\n"

@@ -113,9 +113,8 @@ void addGravity(CLI::App& app, Shared& shared) {
     addReadingOptions(*cmd, shared);
     addOutputOptions(*cmd, shared);
     cmd->footer(
-        "The traffic of a pair of nodes is the product of their sizes, scaled to the "
-        "total.\n"
-        "It is an estimate to plan with, not a measurement.\n"
+        "The traffic of a pair of nodes is the product of their sizes, scaled to the\n"
+        "total. It is an estimate to plan with, not a measurement.\n"
         "\n"
         "Examples:\n"
         "  kavril gravity Geant2012.graphml -o matrix.json\n"

@@ -1,7 +1,6 @@
 #include "engine/improve.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <limits>
@@ -39,19 +38,13 @@ json toJson(const Improvement& result) {
             {"moves", std::move(moves)}};
 }
 
-std::string text(const std::vector<int>& path, const Network& network) {
-    std::vector<std::string> names;
-    for (int node : path) names.push_back(network.nodes[node].name);
-    return fmt::format("{}", fmt::join(names, " > "));
-}
-
 void printMoves(const Improvement& result, const Plan& plan) {
     constexpr std::size_t kMost = 20;
     for (std::size_t i = 0; i < std::min(kMost, result.moves.size()); i++) {
         const Move& move = result.moves[i];
         fmt::print("  LSP {}, score less {:.5g}\n    from {}\n    to   {}\n", move.lsp,
-                   move.gain, text(move.before, plan.network),
-                   text(move.after, plan.network));
+                   move.gain, pathName(plan.network, move.before),
+                   pathName(plan.network, move.after));
     }
     if (result.moves.size() > kMost)
         fmt::print("  and {} more\n", result.moves.size() - kMost);
@@ -113,15 +106,11 @@ void addImprove(CLI::App& app, Shared& shared) {
         ->check(CLI::Range(0, std::numeric_limits<int>::max()));
     addOutputOptions(*cmd, shared);
     cmd->footer(
-        "LSPs are requested again one by one, with the weights of the plan. One that "
-        "finds "
-        "a\n"
-        "better path moves there, with its id and new backups, if the total score falls: "
-        "the\n"
-        "sum over all links of what the criteria of the path score measure. Protection "
-        "is "
-        "never\n"
-        "given up for it, and LSPs with a route of their own stay.\n"
+        "LSPs are requested again one by one, with the weights of the plan. One that\n"
+        "finds a better path moves there, with its id and new backups, if the total\n"
+        "score falls: the sum over all links of what the criteria of the path score\n"
+        "measure. Protection is never given up for it, and LSPs with a route of their\n"
+        "own stay.\n"
         "\n"
         "Examples:\n"
         "  kavril improve plan.json -o better.json\n"

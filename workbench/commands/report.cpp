@@ -99,10 +99,11 @@ void addReport(CLI::App& app, Shared& shared) {
     cmd->footer(
         "The page is one file and needs no network: a map, failures and LSPs to pick,\n"
         "utilisation, tables to filter and to save as CSV. Its figures of failures are\n"
-        "those of kavril audit. With an earlier plan it shows which LSPs have moved, "
-        "come\n"
-        "or gone, and what that does to every link and in the worst failure.\n\n"
-        "Examples:\n  kavril report plan.json -o report.html\n"
+        "those of kavril audit. With an earlier plan it shows which LSPs have moved,\n"
+        "come or gone, and what that does to every link and in the worst failure.\n"
+        "\n"
+        "Examples:\n"
+        "  kavril report plan.json -o report.html\n"
         "  kavril report better.json --before plan.json -o report.html");
     onRun(*cmd, shared, [&shared, options] { return report(*options, shared); });
 }

@@ -240,16 +240,12 @@ void addUpgrade(CLI::App& app, Shared& shared) {
         ->check(CLI::Range(1, 1000).description(""));
     addOutputOptions(*cmd, shared);
     cmd->footer(
-        "Each addition is tried on the running plan as change --capacity would make it: "
-        "what\n"
-        "was refused or unprotected is tried again, nothing moves. The best is the one "
-        "that\n"
-        "protects most, then the one that carries most. The optimum is the factor to "
-        "which\n"
-        "all demands could grow if traffic could split, without protection. The cut is "
-        "the\n"
-        "tightest that was found by growing sets of nodes, which need not be the "
-        "tightest.\n"
+        "Each addition is tried on the running plan as change --capacity would make it:\n"
+        "what was refused or unprotected is tried again, nothing moves. The best is the\n"
+        "one that protects most, then the one that carries most. The optimum is the\n"
+        "factor to which all demands could grow if traffic could split, without\n"
+        "protection. The cut is the tightest that was found by growing sets of nodes,\n"
+        "which need not be the tightest.\n"
         "\n"
         "Example:\n"
         "  kavril upgrade plan.json --step 10G");

@@ -45,18 +45,12 @@ void arrange(std::vector<Demand>* demands, const Configuration& configuration) {
     if (most > 0 && demands->size() > most) demands->resize(most);
 }
 
-int usualLevel(int trafficClass, const Configuration& configuration) {
-    const auto part =
-        std::ranges::find(configuration.parts, trafficClass, &TrafficPart::trafficClass);
-    return part == configuration.parts.end() ? 0 : part->level;
-}
-
 // A demand of a class of its own is not split.
 std::vector<TrafficPart> partsOf(const Demand& demand,
                                  const Configuration& configuration) {
     if (demand.trafficClass.empty()) return configuration.parts;
     const int oa = classNamed(configuration.classes, demand.trafficClass);
-    return {{oa, usualLevel(oa, configuration), 1.0}};
+    return {{oa, usualLevel(configuration, oa), 1.0}};
 }
 
 // One run over a matrix; the queue holds indexes of demands.

@@ -1,7 +1,6 @@
 #include "formats/plan_tables.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <numeric>
 
@@ -16,12 +15,6 @@ namespace {
 // In percent, to a thousandth.
 std::string percentOf(double part, double whole) {
     return whole > 0.0 ? fmt::format("{:.3f}", 100.0 * part / whole) : "";
-}
-
-std::string pathText(const PlanLsp& lsp, const Network& network) {
-    std::vector<std::string> names;
-    for (const int node : lsp.path) names.push_back(network.nodes[node].name);
-    return fmt::format("{}", fmt::join(names, " > "));
 }
 
 // Empty if a link of the path states no delay.
@@ -97,7 +90,7 @@ Table planLsps(const Plan& plan) {
              plan.configuration.classes[lsp.trafficClass].name, std::to_string(lsp.level),
              numberText(lsp.bandwidth), std::to_string(lsp.path.size() - 1),
              delayText(lsp, network), fmt::format("{:.4f}", stretch[i]),
-             protectionText(lsp, plan), pathText(lsp, network)});
+             protectionText(lsp, plan), pathName(network, lsp.path)});
     }
     return table;
 }
