@@ -8,7 +8,7 @@
 #include "audit/failure_sets.h"
 #include "cli/error.h"
 #include "cli/file.h"
-#include "cli/shared.h"
+#include "cli/progress.h"
 #include "commands/commands.h"
 #include "commands/options.h"
 #include "plan_json.h"
@@ -42,7 +42,8 @@ std::string pageWith(const std::string& data) {
     return page;
 }
 
-Audited audited(const std::string& file, const ReportOptions& options) {
+Audited audited(const std::string& file, const ReportOptions& options,
+                const Shared& shared) {
     Audited one = {std::filesystem::path(file).filename().string(), readPlan(file), {}};
     if (!options.sets.empty())
         for (FailureSet& set : readFailureSets(options.sets, one.plan))
@@ -50,15 +51,17 @@ Audited audited(const std::string& file, const ReportOptions& options) {
     std::vector<FailureKind> kinds = {FailureKind::CABLE, FailureKind::NODE,
                                       FailureKind::GROUP, FailureKind::CUSTOM};
     if (!options.kinds.empty()) kinds = failureKindsFrom(options.kinds);
-    one.audit = audit(one.plan, failuresOf(one.plan, kinds));
+    const std::vector<FailureSet> failures = failuresOf(one.plan, kinds);
+    Progress progress(shared, {{"failing", failures.size()}});
+    one.audit = audit(one.plan, failures, [&progress] { progress.advance(); });
     return one;
 }
 
 int report(const ReportOptions& options, const Shared& shared) {
     checkPageIsThere();
-    const Audited now = audited(options.plan, options);
+    const Audited now = audited(options.plan, options, shared);
     std::optional<Audited> before;
-    if (!options.before.empty()) before = audited(options.before, options);
+    if (!options.before.empty()) before = audited(options.before, options, shared);
     const std::string page = pageWith(pageData(now, before ? &*before : nullptr));
     writeFile(options.output, page);
     if (options.output == "-") return 0;
