@@ -66,10 +66,11 @@ twin::LinkState Player::linkState() {
     if ((changes & 2) != 0) state.cap[oa] = capacity();
     if ((changes & 4) != 0) state.rbw[oa][p] = amount();
     if ((changes & 8) != 0) state.pbw[oa][p] = amount();
-    if ((changes & 48) == 16)
-        state.bbw[oa][p].resize(std::size_t(1 + bytes_.below(20)), amount());
-    if ((changes & 48) == 32)
-        state.fbw[oa][p].resize(std::size_t(1 + bytes_.below(20)), amount());
+    if ((changes & 48) == 16 || (changes & 48) == 32) {
+        const double element = amount();
+        auto& table = (changes & 48) == 16 ? state.bbw : state.fbw;
+        table[oa][p].resize(std::size_t(1 + bytes_.below(20)), element);
+    }
     return state;
 }
 

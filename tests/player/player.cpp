@@ -96,7 +96,10 @@ void Player::step() {
     if (kind < 216) return (this->*bytes_.anyOf(kCore))();
     if (kind < 218) return print();
     if (kind < 222) return addNode(node());
-    if (kind < 238) return addLink(linkId(), {node(), node()});
+    if (kind < 238) {
+        const Hop hop = {node(), node()};
+        return addLink(linkId(), hop);
+    }
     if (kind < 242) return rules_.entryPointsOnly ? removeLink() : coreAddLink();
     if (kind < 251) return removeLink();
     if (kind < 254) return removeNode();
@@ -312,8 +315,9 @@ double Player::capacity() {
     static constexpr double kOdd[] = {0.0, INFINITY, NAN, -1.0, 1e12, 1073741824.0};
     if (bytes_.oneIn(12)) return bytes_.anyOf(kOdd);
     static constexpr double kHuge[] = {1073741824.0, 9007199254740992.0, 3e16, INFINITY};
-    return palette_ == 7 ? bytes_.anyOf(kHuge)
-                         : 4.0 * std::abs(amount()) + bytes_.below(32);
+    if (palette_ == 7) return bytes_.anyOf(kHuge);
+    const double size = 4.0 * std::abs(amount());
+    return size + bytes_.below(32);
 }
 
 float Player::single() {
@@ -418,8 +422,9 @@ void Player::addLink(Long id, Hop hop) {
 
 // A ring and some links across it, or one long ring, whatever the record has bytes for.
 void Player::buildNetwork() {
-    std::minstd_rand random(
-        static_cast<unsigned>(1 + bytes_.byte() + 256 * bytes_.byte()));
+    const unsigned low = bytes_.byte();
+    const unsigned high = bytes_.byte();
+    std::minstd_rand random(1 + low + 256 * high);
     std::vector<std::uint8_t> drawn(8000);
     for (std::uint8_t& byte : drawn) byte = static_cast<std::uint8_t>(random() >> 8);
     bytes_ = Bytes(drawn.data(), drawn.size());
