@@ -271,7 +271,10 @@ class Planner(unittest.TestCase):
 
     def test_progress_is_for_people(self):
         for word, is_shown in (("--no-preemption", True), ("--quiet", False), ("--json", False)):
-            screen, stream = pty.openpty()
+            try:
+                screen, stream = pty.openpty()
+            except OSError as error:  # as where /dev/pts is not mounted
+                self.skipTest(str(error))
             subprocess.run([PROGRAM, "place", *ABILENE, "--protection", "local", word],
                            stdout=subprocess.DEVNULL, stderr=stream, check=True)
             os.write(stream, b"end")

@@ -180,7 +180,7 @@ describe("a ring of twelve nodes with local protection in two classes", () => {
             link.reserved[c].reduce((sum, bandwidth) => sum + bandwidth) / capacity)));
         assert.equal(await page.locator("#links tbody tr:first-child td").nth(6).innerText(),
             `${(100 * Math.max(...reserved)).toFixed(1)}\u00a0%`);
-        const limit = 100 * reserved.toSorted()[20];
+        const limit = 100 * [...reserved].sort()[20];
         await page.locator("#links input.percent").first().fill(String(limit));
         assert.match(await text("#links .range"), new RegExp(` of ${reserved.filter((share) => 100 * share > limit).length}$`));
         await page.locator("[role=tab]").first().focus();
