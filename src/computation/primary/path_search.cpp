@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "common/setup.h"
@@ -16,17 +17,20 @@
 
 namespace {
 
-// The labels of a node but for its committed cost. Predecessors are nodes, -1 for none.
+constexpr Long kNotReached = -2;
+
+// The committed label of a node, and where the node stands among those reached.
 struct Label {
-    double newCost;
-    Long neighb;
-    Long newNeighb;
+    double cost;
+    Long neighb;  // predecessor, -1 for none
+    Long rank;
 };
 
-// What there is to do about a node that has been reached; 0: nothing.
-enum ToDo : std::uint8_t {
-    LOOK = 1,    // a link into it may improve its label
-    EXPAND = 2,  // its out-links have not been followed
+// What a node's label will be at the end of the pass.
+struct Candidate {
+    double cost;
+    Long node;
+    Long neighb;
 };
 
 // A link that takes the request.
@@ -37,6 +41,18 @@ struct Arc {
 };
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+// No sum of terms up to this one overflows.
+constexpr double kOrdinary = 1e200;
+
+// Flags are passed over eight at a time where none is set.
+constexpr Long kFlagsAtOnce = sizeof(std::uint64_t);
+
+bool areClear(const std::uint8_t* flags) {
+    std::uint64_t all;
+    std::memcpy(&all, flags, sizeof all);
+    return all == 0;
+}
 
 // The passes of the search, pushed along: whenever the label of a node is committed, its
 // out-links write their scores at their heads. A node then looks for improvements in one
@@ -59,9 +75,10 @@ class PathSearch {
         // Room for any path, so that nothing can fail once the search has begun.
         LongList* path = &req_->path;
         if (path->size <= nodes && longVecResize(path, nodes + 1) < 0) return false;
-        return makeRoom(&labels_, nodes) && costs_.fill(nodes, kInfinity) &&
-               toDo_.fill(nodes, 0) && isReached_.fill(nodes, false) &&
-               makeRoom(&firstArc_, nodes + 1) &&
+        // Nodes that have not been reached share a flag behind those of the others.
+        return labels_.fill(nodes, {kInfinity, kNotReached, nodes}) &&
+               mayImprove_.fill(nodes + kFlagsAtOnce, 0) &&
+               makeRoom(&newNeighb_, nodes) && makeRoom(&firstArc_, nodes + 1) &&
                scores_.fill(graph_->out.top, kInfinity) &&
                makeRoom(&arcs_, graph_->out.top) &&
                makeRoom(&positions_, graph_->out.top) &&
@@ -86,6 +103,7 @@ class PathSearch {
                     terms_.noteOdd(&link.link->state);
                 } else {
                     term = terms_.compute(i);
+                    isPlain_ = isPlain_ && std::abs(term) <= kOrdinary;
                 }
                 const Long in = graph_->inOfOut[i];
                 if (terms_.hasSums()) arcOfIn_[in] = arcs_.top;
@@ -104,44 +122,45 @@ class PathSearch {
         // Along a chain of candidates scores do not rise towards the source if no term is
         // negative: a node on it cannot be beaten by way of its end.
         loopsPossible_ = !terms_.neverFalls();
-        isPlain_ = terms_.isSingle() && !anyOdd_;
-        costs_[src] = 0.0;
-        labels_[src] = {0.0, -1, -1};
-        isReached_[src] = true;
+        isPlain_ = isPlain_ && terms_.isSingle() && !anyOdd_;
+        labels_[src] = {0.0, -1, labels_[src].rank};
+        newNeighb_[src] = -1;
         expand(src);
-        for (Long threshold = active_.top; threshold > 0; threshold = active_.top) {
+        Long seen = 0;  // nodes that were there in the pass before
+        for (Long reached = active_.top; reached > 0; reached = active_.top) {
             isChanged_ = false;
-            for (Long i = 0; i < threshold; i++) {
-                const Long n = active_[i];
-                const std::uint8_t toDo = toDo_[n];
-                if (toDo == 0) continue;
-                toDo_[n] = 0;
-                if ((toDo & LOOK) != 0) relax(n);
-                if ((toDo & EXPAND) != 0) expand(n);
+            for (Long rank = 0; rank < reached; rank++) {
+                while (rank + kFlagsAtOnce < reached && areClear(&mayImprove_[rank]))
+                    rank += kFlagsAtOnce;
+                if (mayImprove_[rank] == 0) continue;
+                mayImprove_[rank] = 0;
+                relax(active_[rank]);
+                if (rank >= seen) expand(active_[rank]);
             }
-            for (const Long n : elected_) commit(n);
-            for (const Long n : elected_) makeOffers(n);
+            for (const Candidate& elected : elected_) commit(elected);
+            for (const Candidate& elected : elected_) makeOffers(elected.node);
             elected_.top = 0;
             if (!isChanged_) return;
+            seen = reached;
         }
     }
 
     SearchResult readPath(Long src, Long dst, double* cost) {
         for (Long n = 0; n < strangers_.top; n++)
-            if (strangers_[n] && n != src && isReached_[n]) {
+            if (strangers_[n] && n != src && isReached(n)) {
                 PUSH_ERROR(CRITICAL, "Inexistent node");
                 return SearchResult::FAILED;
             }
         LongList* path = &req_->path;
         path->top = 0;
-        if (dst >= graph_->nodeSlots() || !isReached_[dst]) {
+        if (dst >= graph_->nodeSlots() || !isReached(dst)) {
             PUSH_ERROR(CRITICAL, "Destination unreachable");
             return SearchResult::UNREACHABLE;
         }
         for (Long n = dst; n != src; n = labels_[n].neighb) path->cont[path->top++] = n;
         path->cont[path->top++] = src;
         std::reverse(path->cont, path->cont + path->top);
-        *cost = costs_[dst];
+        *cost = labels_[dst].cost;
         return SearchResult::FOUND;
     }
 
@@ -184,13 +203,11 @@ class PathSearch {
                     terms_.addUtilisation(src, positions_[arcOfIn_[in]]);
     }
 
-    Long tailOfIn(Long head, Long in) const {
-        return dataBase_->nodeVec.cont[head]->inNeighb.cont[in - graph_->firstIn[head]];
-    }
+    bool isReached(Long n) const { return labels_[n].neighb != kNotReached; }
 
     template <bool kIsPlain>
     double score(Long arc, double tailCost, Long tail) const {
-        if (kIsPlain) return ScoreTerms::priced(tailCost + arcs_[arc].term);
+        if (kIsPlain) return tailCost + arcs_[arc].term;
         const Long position = positions_[arc];
         if (anyOdd_ && (isConfigOdd_ || live_->views.links[position].isOdd))
             return terms_.oddScore(&graph_->out[position].link->state, tailCost, tail);
@@ -213,32 +230,34 @@ class PathSearch {
     template <bool kIsPlain>
     void makeOffers(Long n) {
         // In locals, since a store to a flag might change any member.
-        const double* const costs = costs_.cont;
+        const Label* const labels = labels_.cont;
         const Arc* const arcs = arcs_.cont;
         double* const scores = scores_.cont;
-        std::uint8_t* const toDo = toDo_.cont;
-        const double cost = costs[n];
+        std::uint8_t* const mayImprove = mayImprove_.cont;
+        const double cost = labels[n].cost;
         const Long end = firstArc_[n + 1];
         for (Long i = firstArc_[n]; i < end; i++) {
             const double offer = score<kIsPlain>(i, cost, n);
             const Arc& arc = arcs[i];
+            const Label& head = labels[arc.head];
             scores[arc.in] = offer;
-            toDo[arc.head] |= beats(offer, costs[arc.head]) ? LOOK : 0;
+            mayImprove[head.rank] |= beats(offer, head.cost) ? 1 : 0;
         }
     }
 
     // Reaches what the links out of n lead to.
     void expand(Long n) {
-        const double cost = costs_[n];
+        const double cost = labels_[n].cost;
         for (Long i = firstArc_[n]; i < firstArc_[n + 1]; i++) {
             const Long head = arcs_[i].head;
-            if (isReached_[head]) continue;
-            isReached_[head] = true;
-            costs_[head] = isPlain_ ? score<true>(i, cost, n) : score<false>(i, cost, n);
-            labels_[head] = {costs_[head], n, n};
+            if (isReached(head)) continue;
+            const double score =
+                isPlain_ ? this->score<true>(i, cost, n) : this->score<false>(i, cost, n);
+            labels_[head] = {score, n, active_.top};
+            newNeighb_[head] = n;
             terms_.elect(positions_[i], n, head);
             terms_.activate(head);
-            toDo_[head] = LOOK | EXPAND;
+            mayImprove_[active_.top] = 1;
             active_[active_.top++] = head;
             makeOffers(head);
             isChanged_ = true;
@@ -249,7 +268,8 @@ class PathSearch {
     // there is none.
     Long lastOffer(Long n) {
         const double* const scores = scores_.cont;
-        const double cost = costs_[n];
+        const double cost = labels_[n].cost;
+        std::uint8_t* const mayImprove = &mayImprove_[labels_[n].rank];
         const Long from = graph_->firstIn[n];
         const Long end = graph_->firstIn[n + 1];
         Long last = -1;
@@ -261,38 +281,37 @@ class PathSearch {
         }
         while (loopsPossible_ && last >= from) {
             if (beats(scores[last], cost)) {
-                if (!isOnChain(tailOfIn(n, last), n)) break;
-                toDo_[n] |= LOOK;  // the loop may go
+                if (!isOnChain(graph_->tails[last], n)) break;
+                *mayImprove = 1;  // the loop may go
             }
             last--;
         }
         if (last < from) return -1;
-        toDo_[n] |= beats(least, scores[last]) ? LOOK : 0;
+        if (beats(least, scores[last])) *mayImprove = 1;
         return last;
     }
 
     void relax(Long n) {
         const Long in = lastOffer(n);
         if (in < 0) return;
-        const Long tail = tailOfIn(n, in);
-        labels_[n].newCost = scores_[in];
-        labels_[n].newNeighb = tail;
+        const Long tail = graph_->tails[in];
+        newNeighb_[n] = tail;
         if (terms_.hasSums()) terms_.elect(positions_[arcOfIn_[in]], tail, n);
-        elected_[elected_.top++] = n;
+        elected_[elected_.top++] = {scores_[in], n, tail};
         isChanged_ = true;
     }
 
     // Whether n is on the chain of candidates of `from`, which form a tree rooted in the
     // source: none is taken that would close a loop.
     bool isOnChain(Long from, Long n) const {
-        while (from != n && labels_[from].neighb != -1) from = labels_[from].newNeighb;
+        while (from != n && labels_[from].neighb != -1) from = newNeighb_[from];
         return from == n;
     }
 
-    void commit(Long n) {
-        costs_[n] = labels_[n].newCost;
-        labels_[n].neighb = labels_[n].newNeighb;
-        terms_.activate(n);
+    void commit(const Candidate& elected) {
+        labels_[elected.node].cost = elected.cost;
+        labels_[elected.node].neighb = elected.neighb;
+        terms_.activate(elected.node);
     }
 
     DataBase* dataBase_;
@@ -301,17 +320,17 @@ class PathSearch {
     LSPRequest* req_;
     RequestAdmission admission_;
     ScoreTerms terms_;
-    ScopedArray<double> costs_;       // committed, by node id
-    ScopedArray<Label> labels_;       // likewise, of nodes reached
-    ScopedArray<double> scores_;      // that links have offered, by in-position
-    ScopedArray<std::uint8_t> toDo_;  // flags of ToDo
-    ScopedArray<bool> isReached_;
-    ScopedArray<Arc> arcs_;  // node n's from firstArc_[n] on, heads ascending
+    ScopedArray<Label> labels_;   // by node id
+    ScopedArray<double> scores_;  // that links have offered, by in-position
+    ScopedArray<std::uint8_t>
+        mayImprove_;               // whether an offer may beat the label, by rank
+    ScopedArray<Long> newNeighb_;  // by node id, of the candidate if there is one
+    ScopedArray<Arc> arcs_;        // node n's from firstArc_[n] on, heads ascending
     ScopedArray<Long> firstArc_;
-    ScopedArray<Long> positions_;  // of arcs, in the graph
-    ScopedArray<Long> arcOfIn_;    // for sums: by in-position, -1 for none
-    ScopedArray<Long> active_;     // nodes reached, in this order
-    ScopedArray<Long> elected_;    // nodes with a candidate of this pass
+    ScopedArray<Long> positions_;     // of arcs, in the graph
+    ScopedArray<Long> arcOfIn_;       // for sums: by in-position, -1 for none
+    ScopedArray<Long> active_;        // nodes reached, in this order
+    ScopedArray<Candidate> elected_;  // of this pass
     // Of networks where some nodes cannot be reached, or for sums of utilisations:
     ScopedArray<Long>
         order_;  // nodes reached through any links, in the order of the walk
@@ -320,7 +339,7 @@ class PathSearch {
     Long size_ = 0;                // ids of these nodes lie below
     bool isConfigOdd_ = false;
     bool anyOdd_ = false;
-    bool isPlain_ = false;
+    bool isPlain_ = true;  // a score is a finite sum of one term a link
     bool loopsPossible_ = true;
     bool isChanged_ = false;
 };

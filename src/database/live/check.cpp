@@ -136,8 +136,11 @@ bool isGraphRight(const DataBase* dataBase) {
         isRight = graph->first[n] == fresh.first[slot] &&
                   graph->firstIn[n] == fresh.firstIn[slot];
     }
-    isRight = isRight && std::equal(fresh.inOfOut.begin(), fresh.inOfOut.end(),
-                                    graph->inOfOut.begin(), graph->inOfOut.end());
+    auto equal = [](const Array<Long>& a, const Array<Long>& b) {
+        return std::equal(a.begin(), a.end(), b.begin(), b.end());
+    };
+    isRight = isRight && equal(fresh.inOfOut, graph->inOfOut) &&
+              equal(fresh.tails, graph->tails);
     if (graph->knowsConnected)
         isRight = isRight && graph->isConnected == isConnected(dataBase, &fresh);
     endGraph(&fresh);

@@ -30,10 +30,12 @@ void forEachHead(const Graph* graph, Long node, Act act) {
         act(graph->out[i].head);
 }
 
-Long nbTailsBelow(const DataBase* dataBase, Long tail, Long head) {
-    const LongList* tails = &dataBase->nodeVec.cont[head]->inNeighb;
-    return static_cast<Long>(
-        std::lower_bound(tails->cont, tails->cont + tails->top, tail) - tails->cont);
+// In-position of a link, or where it would stand.
+Long inPositionOf(const Graph* graph, Long tail, Long head) {
+    const Long* tails = graph->tails.cont;
+    return static_cast<Long>(std::lower_bound(tails + graph->firstIn[head],
+                                              tails + graph->firstIn[head + 1], tail) -
+                             tails);
 }
 
 bool findOut(const DataBase* dataBase, const Graph* graph) {
@@ -48,8 +50,8 @@ bool findOut(const DataBase* dataBase, const Graph* graph) {
     if (start < 0) return false;
     auto heads = [&](Long node, auto act) { forEachHead(graph, node, act); };
     auto tails = [&](Long node, auto act) {
-        const LongList* in = &nodes->cont[node]->inNeighb;
-        for (Long i = 0; i < in->top; i++) act(in->cont[i]);
+        for (Long in = graph->firstIn[node]; in < graph->firstIn[node + 1]; in++)
+            act(graph->tails[in]);
     };
     return countReached(graph->nodeSlots(), start, -1, heads) == nb &&
            countReached(graph->nodeSlots(), start, -1, tails) == nb;
@@ -67,18 +69,22 @@ void shift(Graph* graph, Long tail, Long head, Long in, Long by) {
 bool fillIn(Graph* graph) {
     const Long slots = graph->nodeSlots();
     if (!makeRoom(&graph->firstIn, slots + 1) ||
-        !makeRoom(&graph->inOfOut, graph->out.top))
+        !makeRoom(&graph->inOfOut, graph->out.top) ||
+        !makeRoom(&graph->tails, graph->out.top))
         return false;
     graph->firstIn.top = slots + 1;
-    graph->inOfOut.top = graph->out.top;
+    graph->inOfOut.top = graph->tails.top = graph->out.top;
     std::fill(graph->firstIn.begin(), graph->firstIn.end(), 0);
     for (const OutLink& link : graph->out) graph->firstIn[link.head + 1]++;
     for (Long n = 0; n < slots; n++) graph->firstIn[n + 1] += graph->firstIn[n];
     ScopedArray<Long> next;
     if (!makeRoom(&next, slots)) return false;
     std::copy_n(graph->firstIn.cont, slots, next.cont);
-    for (Long i = 0; i < graph->out.top; i++)
-        graph->inOfOut[i] = next[graph->out[i].head]++;
+    for (Long n = 0; n < slots; n++)
+        for (Long i = graph->first[n]; i < graph->first[n + 1]; i++) {
+            graph->inOfOut[i] = next[graph->out[i].head]++;
+            graph->tails[graph->inOfOut[i]] = n;
+        }
     return true;
 }
 
@@ -110,6 +116,7 @@ void endGraph(Graph* graph) {
     endArray(&graph->out);
     endArray(&graph->firstIn);
     endArray(&graph->inOfOut);
+    endArray(&graph->tails);
     *graph = {};
 }
 
@@ -121,13 +128,15 @@ Long positionOf(const Graph* graph, Long tail, Long head) {
                              graph->out.begin());
 }
 
-void addToGraph(const DataBase* dataBase, Graph* graph, Long tail, const OutLink& link) {
+void addToGraph(Graph* graph, Long tail, const OutLink& link) {
     if (!graph->isBuilt) return;
     const Long head = link.head;
     const Long at = positionOf(graph, tail, head);
-    const Long in = graph->firstIn[head] + nbTailsBelow(dataBase, tail, head);
+    const Long in = inPositionOf(graph, tail, head);
     shift(graph, tail, head, in, 1);
-    graph->isBuilt = insertAt(&graph->out, at, link) && insertAt(&graph->inOfOut, at, in);
+    graph->isBuilt = insertAt(&graph->out, at, link) &&
+                     insertAt(&graph->inOfOut, at, in) &&
+                     insertAt(&graph->tails, in, tail);
     if (graph->knowsConnected && !graph->isConnected) graph->knowsConnected = false;
 }
 
@@ -137,6 +146,7 @@ void removeFromGraph(Graph* graph, Long tail, Long head) {
     const Long in = graph->inOfOut[at];
     eraseAt(&graph->out, at);
     eraseAt(&graph->inOfOut, at);
+    eraseAt(&graph->tails, in);
     shift(graph, tail, head, in, -1);
     // As long as there is another way from tail to head, all others go on, too.
     bool isAround = false;

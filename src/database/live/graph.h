@@ -17,7 +17,7 @@ struct OutLink {
 
 // The links that leave node n are out[first[n]] up to out[first[n + 1] - 1], heads
 // ascending. Those that enter it have the in-positions firstIn[n] up to firstIn[n + 1] -
-// 1, in the order of its list of neighbours.
+// 1, tails ascending.
 struct Graph {
     bool isBuilt;
     bool knowsConnected;
@@ -26,6 +26,7 @@ struct Graph {
     Array<OutLink> out;
     Array<Long> firstIn;
     Array<Long> inOfOut;  // in-position by position
+    Array<Long> tails;    // by in-position
 
     Long nodeSlots() const { return first.top - 1; }  // ids of nodes lie below
 };
@@ -39,7 +40,7 @@ Long positionOf(const Graph* graph, Long tail, Long head);
 
 // Say that a link or node has come or gone. Without memory the graph is given up, to be
 // built again.
-void addToGraph(const DataBase* dataBase, Graph* graph, Long tail, const OutLink& link);
+void addToGraph(Graph* graph, Long tail, const OutLink& link);
 void removeFromGraph(Graph* graph, Long tail, Long head);
 void addNodeToGraph(Graph* graph, Long node);
 void removeNodeFromGraph(Graph* graph);

@@ -149,7 +149,7 @@ void linkJoins(DataBase* dataBase, DBLink* link) {
         noteIdle(live, other->ledger);
         noteCells(live, other->ledger, head);
     });
-    addToGraph(dataBase, &live->graph, tail, {head, ledger->slot, link});
+    addToGraph(&live->graph, tail, {head, ledger->slot, link});
     if (live->graph.isBuilt)
         addView(&live->views, positionOf(&live->graph, tail, head), link);
     else
