@@ -149,8 +149,10 @@ bool playShort(const Input& input, long runs) {
             long all = 0;
             playInput(input, rules,
                       [&](const Player& player) { all = (1L << 40) - player.failing(); });
-            for (long run = 0; run < std::min(runs, all); run++) {
-                rules.failing = 1 + run * all / std::min(runs, all);
+            // Those of the machine are few, and each has a way out of its own.
+            const long nb = ofMachine ? all : std::min(runs, all);
+            for (long run = 0; run < nb; run++) {
+                rules.failing = 1 + run * all / nb;
                 if (!holdsApart([&] { return play(input).empty(); }))
                     return tell("allocation " + std::to_string(rules.failing), input);
             }
