@@ -50,3 +50,26 @@ TEST_F(PrimaryPath, TopologyHoldsReachedNodesAndAdmittedLinks) {
     EXPECT_EQ(-1, computePrimaryPath(net, &req));
     EXPECT_EQ("Destination unreachable", errorTexts().at(1));
 }
+
+// Backups of two links into node 1 lead over a third one, and likewise at node 2. Were
+// node 1 to fail, they need 10 there; but its failure frees what the request books on
+// that link, and a link's alone needs 5.
+TEST_F(PrimaryPath, LinksTakeWhatTheFailureOfTheirHeadFrees) {
+    Net net;
+    net.link(0, 1, 15.0).link(1, 2, 15.0);
+    for (Long head : {1, 2})
+        for (Long src : {2 * head + 1, 2 * head + 2}) {
+            const Long id = 10 * head + src;
+            net.link(src, head).link(src, head - 1).link(head, src);
+            net.add(Lsp(id, {src, head}, 5.0));
+            net.add(Lsp(100 + id, {src, head - 1, head}, 5.0, 1, DB_LOCAL_BACKUP_LSP, id,
+                        {src, head}));
+            EXPECT_EQ(src % 2 == 1 ? 5.0 : 10.0, net.state(head - 1, head).rbw[0][1]);
+        }
+    for (double bw : {10.0, 10.5}) {
+        Request req({0, -1, 2}, bw);
+        EXPECT_EQ(bw == 10.0 ? 0 : -1, computePrimaryPath(net, &req));
+        EXPECT_EQ(bw == 10.0 ? Ids({0, 1, 2}) : Ids(), values(req.path));
+    }
+    EXPECT_EQ("Destination unreachable", errorTexts().at(1));
+}
