@@ -1,9 +1,13 @@
 #include "common/block_pool.h"
 
+#include <sys/mman.h>
+
+#include <algorithm>
 #include <bit>
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <mutex>
+#include <new>
 
 #if defined(__SANITIZE_ADDRESS__)
 #define KAVRIL_ASAN 1
@@ -17,34 +21,24 @@
 #include <sanitizer/asan_interface.h>
 #endif
 
+// In front of all that comes from the system.
+struct Chunk {
+    Chunk* previous;
+    std::size_t bytes;
+};
+
 namespace {
 
-struct Header {
-    std::uint32_t sizeClass;  // kInUse added while the block is out
-    Long ownersWord;
-};
+// Small blocks are carved from slabs, which double in size; larger ones come from the
+// system one by one.
+constexpr std::size_t kSlabBlockMax = 32 * 1024;
+constexpr std::size_t kSlabMax = 1024 * 1024;
 
-constexpr std::uint32_t kInUse = 0x80000000U;
+constinit MemoryPool shared;
 
-// Capacities: multiples of 8 up to 128 bytes, then four steps per power of two, so
-// that at most a quarter of a block is slack.
-constexpr std::size_t kLinearMax = 128;
-constexpr std::uint32_t kLinearClasses = kLinearMax / 8;
-constexpr std::uint32_t kSizeClasses = kLinearClasses + 4 * 24;  // up to 2 GiB
-
-// Small blocks are carved from slabs, larger ones come from the system one by one.
-constexpr std::size_t kSlabBlockMax = 4096;
-constexpr std::size_t kSlabBytes = 64 * 1024;
-
-struct Slab {
-    Slab* previous;
-};
-
-// A free block's payload starts with the next free block of its class.
-void* freeBlocks[kSizeClasses] = {};
-Slab* slabs = nullptr;
-char* slabNext = nullptr;
-char* slabEnd = nullptr;
+// Guards the table against those who begin and end pools.
+std::mutex poolsLock;
+Long lost = 0;  // accounted in pools that have ended
 
 // Under AddressSanitizer free payloads (but for the link in the list), the slack and
 // a guard behind each block are poisoned, as the system allocator's would be.
@@ -75,50 +69,107 @@ std::size_t capacityOf(std::uint32_t sizeClass) {
     return static_cast<std::size_t>(step % 4 + 5) << (step / 4 + 5);
 }
 
-Header* headerOf(void* payload) {
-    return static_cast<Header*>(payload) - 1;
+std::uint32_t classOfBlock(void* payload) {
+    return headerOf(payload)->tag & ((1U << kClassBits) - 1);
 }
 
-// Room for one small block, from the current slab or a new one.
-char* carve(std::size_t bytes) {
-    if (slabNext == nullptr || static_cast<std::size_t>(slabEnd - slabNext) < bytes) {
-        char* memory = static_cast<char*>(std::malloc(kSlabBytes));
-        if (memory == nullptr) return nullptr;
-        Slab* slab = reinterpret_cast<Slab*>(memory);
-        slab->previous = slabs;
-        slabs = slab;
-        slabNext = memory + sizeof(Slab);
-        slabEnd = memory + kSlabBytes;
-    }
-    char* block = slabNext;
-    slabNext += bytes;
+// So many zeroed bytes from the system.
+char* takeChunk(MemoryPool* pool, std::size_t bytes) {
+    bytes += sizeof(Chunk);
+    void* memory =
+        mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) return nullptr;
+    auto* chunk = static_cast<Chunk*>(memory);
+    *chunk = {pool->chunks, bytes};
+    pool->chunks = chunk;
+    return reinterpret_cast<char*>(chunk + 1);
+}
+
+bool addSlab(MemoryPool* pool) {
+    const std::size_t bytes = pool->slabBytes - sizeof(Chunk);
+    char* slab = takeChunk(pool, bytes);
+    if (slab == nullptr) return false;
+    pool->slabNext = slab;
+    pool->slabEnd = slab + bytes;
+    pool->slabBytes = std::min(2 * pool->slabBytes, kSlabMax);
+    return true;
+}
+
+// Room for one block that was never used, zeroed: small ones from the slab.
+char* carve(MemoryPool* pool, std::size_t capacity) {
+    const std::size_t bytes = sizeof(BlockHeader) + capacity + kGuard;
+    if (capacity > kSlabBlockMax) return takeChunk(pool, bytes);
+    if (static_cast<std::size_t>(pool->slabEnd - pool->slabNext) < bytes &&
+        !addSlab(pool))
+        return nullptr;
+    char* block = pool->slabNext;
+    pool->slabNext += bytes;
     return block;
 }
 
-void* popFree(std::uint32_t sizeClass) {
-    void* payload = freeBlocks[sizeClass];
-    if (payload != nullptr) std::memcpy(&freeBlocks[sizeClass], payload, sizeof(void*));
+void* popFree(MemoryPool* pool, std::uint32_t sizeClass) {
+    void*& first = pool->freeBlocks[sizeClass];
+    void* payload = first;
+    if (payload != nullptr) std::memcpy(&first, payload, sizeof(void*));
     return payload;
 }
 
 }  // namespace
 
-void* takeBlock(std::size_t sz, bool zeroed) {
+MemoryPool* pools[kMaxPools] = {&shared};
+
+// The pool's record is at the start of its first slab.
+MemoryPool* memoryPoolNew() {
+    const std::lock_guard<std::mutex> lock(poolsLock);
+    MemoryPool** entry =
+        std::find(std::begin(pools), std::end(pools), static_cast<MemoryPool*>(nullptr));
+    if (entry == std::end(pools)) return nullptr;
+    MemoryPool first;
+    if (!addSlab(&first)) return nullptr;
+    auto* pool = new (first.slabNext) MemoryPool;
+    pool->number = static_cast<std::uint32_t>(entry - pools);
+    pool->chunks = first.chunks;
+    pool->slabBytes = first.slabBytes;
+    pool->slabNext = first.slabNext + sizeof(MemoryPool);
+    pool->slabEnd = first.slabEnd;
+    return *entry = pool;
+}
+
+void memoryPoolDestroy(MemoryPool* pool) {
+    if (pool == nullptr || pool == &shared) return;
+    {
+        const std::lock_guard<std::mutex> lock(poolsLock);
+        pools[pool->number] = nullptr;
+        lost = wrapped(lost, pool->accounted.load(std::memory_order_relaxed));
+    }
+    for (Chunk* chunk = pool->chunks; chunk != nullptr;) {
+        Chunk* const previous = chunk->previous;
+        unpoison(chunk, chunk->bytes);  // for whoever gets these addresses
+        munmap(chunk, chunk->bytes);
+        chunk = previous;
+    }
+}
+
+Long accountedBytes() {
+    const std::lock_guard<std::mutex> lock(poolsLock);
+    Long sum = lost;
+    for (const MemoryPool* pool : pools)
+        if (pool != nullptr)
+            sum = wrapped(sum, pool->accounted.load(std::memory_order_relaxed));
+    return sum;
+}
+
+void* takeBlock(MemoryPool* pool, std::size_t sz, bool zeroed) {
     const std::uint32_t sizeClass = classOf(sz);
     const std::size_t capacity = capacityOf(sizeClass);
-    void* payload = popFree(sizeClass);
+    void* payload = popFree(pool, sizeClass);
     if (payload == nullptr) {
-        const std::size_t bytes = sizeof(Header) + capacity + kGuard;
-        const bool small = capacity <= kSlabBlockMax;
-        // Fresh memory of the system is zero already, page by page as it is used.
-        void* memory = small    ? carve(bytes)
-                       : zeroed ? std::calloc(1, bytes)
-                                : std::malloc(bytes);
+        char* memory = carve(pool, capacity);
         if (memory == nullptr) return nullptr;
-        if (!small) zeroed = false;
-        payload = static_cast<Header*>(memory) + 1;
+        payload = memory + sizeof(BlockHeader);
+        zeroed = false;  // it is, page by page as it is used
     }
-    headerOf(payload)->sizeClass = sizeClass | kInUse;
+    headerOf(payload)->tag = kInUse | pool->number << kClassBits | sizeClass;
     poison(payload, capacity + kGuard);
     unpoison(payload, sz);
     if (zeroed) std::memset(payload, 0, sz);
@@ -126,21 +177,21 @@ void* takeBlock(std::size_t sz, bool zeroed) {
 }
 
 bool resizeBlock(void* payload, std::size_t sz) {
-    const std::uint32_t sizeClass = headerOf(payload)->sizeClass & ~kInUse;
-    const std::size_t capacity = capacityOf(sizeClass);
+    const std::size_t capacity = capacityOf(classOfBlock(payload));
     if (sz > capacity || sz < capacity / 4) return false;
     poison(payload, capacity);
     unpoison(payload, sz);
     return true;
 }
 
-void releaseBlock(void* payload) {
-    Header* header = headerOf(payload);
-    if ((header->sizeClass & kInUse) == 0) return;
-    header->sizeClass &= ~kInUse;
-    const std::uint32_t sizeClass = header->sizeClass;
+void releaseBlock(MemoryPool* pool, void* payload) {
+    BlockHeader* header = headerOf(payload);
+    if ((header->tag & kInUse) == 0) return;
+    header->tag &= ~kInUse;
+    const std::uint32_t sizeClass = classOfBlock(payload);
+    void*& first = pool->freeBlocks[sizeClass];
     poison(payload, capacityOf(sizeClass) + kGuard);
     unpoison(payload, sizeof(void*));
-    std::memcpy(payload, &freeBlocks[sizeClass], sizeof(void*));
-    freeBlocks[sizeClass] = payload;
+    std::memcpy(payload, &first, sizeof(void*));
+    first = payload;
 }

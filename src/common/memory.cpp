@@ -1,43 +1,94 @@
 #include "common/memory.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <mutex>
 #include <utility>
 
 #include "common/block_pool.h"
 
-Long allocatedMemory = 0;
-
 namespace {
 
 constexpr Long kFreed = -1;
-Long allocationsToFailure = 0;
 
-// Wraps instead of overflowing: the counter is 32 bits wide, memory is not.
-void account(Long bytes) {
-    allocatedMemory = static_cast<Long>(static_cast<std::uint32_t>(allocatedMemory) +
-                                        static_cast<std::uint32_t>(bytes));
+struct Here {
+    MemoryPool* pool;  // null for the shared one
+    Long allocationsToFailure;
+};
+constinit thread_local Here here = {};
+
+std::mutex sharedLock;
+
+// Where threads wait for each other. Apart, so that the usual way needs no frame for it.
+template <class Act>
+[[gnu::noinline]] auto inShared(Act act) {
+    const std::lock_guard<std::mutex> lock(sharedLock);
+    return act();
+}
+
+template <class Act>
+auto in(const MemoryPool* pool, Act act) {
+    return pool == pools[0] ? inShared(act) : act();
 }
 
 bool refuses(std::size_t sz) {
-    if (allocationsToFailure > 0 && --allocationsToFailure == 0) return true;
+    Long& left = here.allocationsToFailure;
+    if (left > 0 && --left == 0) return true;
     return sz > static_cast<std::size_t>(std::numeric_limits<Long>::max());
+}
+
+void* take(MemoryPool* pool, std::size_t sz, bool zeroed) {
+    void* payload = takeBlock(pool, sz, zeroed);
+    if (payload == nullptr) return nullptr;
+    headerOf(payload)->ownersWord = static_cast<Long>(sz);
+    account(pool, static_cast<Long>(sz));
+    return payload;
 }
 
 void* allocate(std::size_t sz, bool zeroed) {
     if (refuses(sz)) return nullptr;
-    void* payload = takeBlock(sz, zeroed);
-    if (payload == nullptr) return nullptr;
-    *sizeWord(payload) = static_cast<Long>(sz);
-    account(static_cast<Long>(sz));
+    MemoryPool* pool = here.pool != nullptr ? here.pool : pools[0];
+    return in(pool, [=] { return take(pool, sz, zeroed); });
+}
+
+void* move(MemoryPool* pool, void* ptr, std::size_t sz) {
+    const Long oldSize = headerOf(ptr)->ownersWord;
+    void* payload = ptr;
+    if (!resizeBlock(ptr, sz)) {
+        payload = takeBlock(pool, sz, false);
+        if (payload == nullptr) return nullptr;
+        const auto kept = static_cast<std::size_t>(oldSize);
+        std::memcpy(payload, ptr, kept < sz ? kept : sz);
+        headerOf(ptr)->ownersWord = kFreed;
+        releaseBlock(pool, ptr);
+    }
+    headerOf(payload)->ownersWord = static_cast<Long>(sz);
+    account(pool, static_cast<Long>(sz) - oldSize);
     return payload;
+}
+
+// False if the block was free already.
+bool release(MemoryPool* pool, void* ptr) {
+    const Long size = std::exchange(headerOf(ptr)->ownersWord, kFreed);
+    account(pool, -size);
+    releaseBlock(pool, ptr);
+    return size != kFreed;
 }
 
 }  // namespace
 
+AllocatedMemory::operator Long() const {
+    return accountedBytes();
+}
+
+MemoryPool* useMemoryPool(MemoryPool* pool) {
+    return std::exchange(here.pool, pool);
+}
+
 Long failAllocation(Long nth) {
-    return std::exchange(allocationsToFailure, nth);
+    return std::exchange(here.allocationsToFailure, nth);
 }
 
 void* mymalloc(std::size_t sz) {
@@ -52,26 +103,13 @@ void* mycalloc(std::size_t nmemb, std::size_t sz) {
 void* myrealloc(void* ptr, std::size_t sz) {
     if (ptr == nullptr) return mymalloc(sz);
     if (refuses(sz)) return nullptr;
-    const Long oldSize = *sizeWord(ptr);
-    void* payload = ptr;
-    if (!resizeBlock(ptr, sz)) {
-        payload = takeBlock(sz, false);
-        if (payload == nullptr) return nullptr;
-        const auto kept = static_cast<std::size_t>(oldSize);
-        std::memcpy(payload, ptr, kept < sz ? kept : sz);
-        *sizeWord(ptr) = kFreed;
-        releaseBlock(ptr);
-    }
-    *sizeWord(payload) = static_cast<Long>(sz);
-    account(static_cast<Long>(sz) - oldSize);
-    return payload;
+    MemoryPool* pool = poolOf(ptr);
+    return in(pool, [=] { return move(pool, ptr, sz); });
 }
 
 void myfree(void* ptr) {
     if (ptr == nullptr) return;
-    Long* size = sizeWord(ptr);
-    if (*size == kFreed) std::fputs("Warning already freed\n", stderr);
-    account(-*size);
-    *size = kFreed;
-    releaseBlock(ptr);
+    MemoryPool* pool = poolOf(ptr);
+    if (!in(pool, [=] { return release(pool, ptr); }))
+        std::fputs("Warning already freed\n", stderr);
 }

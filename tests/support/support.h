@@ -46,7 +46,6 @@ class KavrilTest : public testing::Test {
         EXPECT_EQ(before_, allocatedMemory);
     }
 
-  private:
     Long before_ = allocatedMemory;
 };
 
