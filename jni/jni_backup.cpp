@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "admission/lsp_setup.h"
+#include "common/print.h"
 #include "common/setup.h"
 #include "computation/backup/backup.h"
 #include "computation/computation.h"
@@ -22,23 +23,23 @@ using ScopedRequestList = Scoped<LSPRequestList, lspRequestListEnd, listIsLive>;
 
 // The accented letters of the two French texts are single bytes of ISO-8859-1.
 void printFailedBackup(jint primID, DBLabelSwitchedPath* backup) {
-    std::fprintf(stderr,
-                 "Backup global non ajout\xe9 pour primaire %d, "
-                 "valeur de la bande passante: %f: \n",
-                 primID, backup->bw[0]);
+    say(stderr,
+        "Backup global non ajout\xe9 pour primaire %d, "
+        "valeur de la bande passante: %f: \n",
+        primID, backup->bw[0]);
     for (Long k = 0; k < backup->path.top - 1; k++) {
         const Long src = backup->path.cont[k];
         const Long dst = backup->path.cont[k + 1];
         const DBLink* link = findLink(&centralDB->linkTab, src, dst);
         if (link == nullptr) continue;
         const DBLinkState* ls = &link->state;
-        std::fprintf(stderr,
-                     "Valeur de la capacit\xe9 du lien %d - %d: %f, "
-                     "Valeur de la bande passante r\xe9serv\xe9"
-                     "e P0: %f, PetB0: %f\n",
-                     src, dst, ls->cap[0], ls->pbw[0][0], ls->rbw[0][0]);
+        say(stderr,
+            "Valeur de la capacit\xe9 du lien %d - %d: %f, "
+            "Valeur de la bande passante r\xe9serv\xe9"
+            "e P0: %f, PetB0: %f\n",
+            src, dst, ls->cap[0], ls->pbw[0][0], ls->rbw[0][0]);
     }
-    std::fputs(" \n", stderr);
+    say(stderr, " \n");
 }
 
 // One call; the requests become LSPs one after the other, in a record that is reused.
@@ -105,8 +106,7 @@ class BackupCall {
         if (DBlspInit(&record_) < 0 || longVecCopy(&record_.primPath, primPath) < 0)
             return -1;
         if (backupType_ == 0 && requests_.size != primPath->top - 1)
-            std::fputs("Pas assez de lsps de backups locaux pour la taille du lsp!\n",
-                       stderr);
+            say(stderr, "Pas assez de lsps de backups locaux pour la taille du lsp!\n");
         record_.precedence = 0;
         record_.type = isGlobal_ ? DB_GLOBAL_BACKUP_LSP : DB_LOCAL_BACKUP_LSP;
         record_.primID = primID_;
@@ -136,7 +136,7 @@ class BackupCall {
         if (add_) return DBaddLSP(centralDB, &record_, &preemptList);
         if (preempt_ && getpreemptList(centralDB, &record_, &preemptList) < 0) {
             PUSH_ERROR(CRITICAL, "Impossible to obtain preemptList");
-            std::fputs("Can't obtain preemptList \n", stderr);
+            say(stderr, "Can't obtain preemptList \n");
         }
         return 0;
     }

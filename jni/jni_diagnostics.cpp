@@ -32,7 +32,7 @@ bool selectStack(jint sessId) {
 }
 
 jobjectArray takeMessages(JNIEnv* env, jclass, jint sessId) {
-    const std::lock_guard<std::mutex> lock(libraryLock);
+    const Leaving leaving;
     if (!selectStack(sessId) || errorManager.top == 0) return nullptr;
     jobjectArray texts = toJava(env, errorManager);
     errorManager.top = 0;
@@ -41,7 +41,7 @@ jobjectArray takeMessages(JNIEnv* env, jclass, jint sessId) {
 }
 
 jstring print(JNIEnv* env, jclass, jint sessId) {
-    const std::lock_guard<std::mutex> lock(libraryLock);
+    const Leaving leaving;
     char* text = nullptr;
     std::size_t length = 0;
     std::FILE* stream =
@@ -54,7 +54,6 @@ jstring print(JNIEnv* env, jclass, jint sessId) {
 }
 
 jboolean inUse(JNIEnv*, jclass, jint nbClasses, jint nbLevels) {
-    const std::lock_guard<std::mutex> lock(libraryLock);
     return NBOA == nbClasses && NBPL == nbLevels ? JNI_TRUE : JNI_FALSE;
 }
 

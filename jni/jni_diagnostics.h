@@ -5,5 +5,5 @@
 #include <jni.h>
 
 // Registers them with the class that the caller's class loader has, if it has one. To be
-// called without holding the library's lock: looking a class up may run Java code.
+// called while nobody waits for this thread: looking a class up may run Java code.
 void registerDiagnostics(JNIEnv* env);

@@ -2,6 +2,8 @@
 //
 // Units, ranges and exceptions are told once, for the callers, in the Java class.
 
+#include <mutex>
+
 #include "admission/lsp_setup.h"
 #include "velmor_repository_KAVRIL_JNIKAVRIL.h"
 
@@ -14,6 +16,10 @@
 #define ERROR_SOURCE "jni_interface.c"
 
 namespace {
+
+// One initialisation after the other: the classes and levels that the last one sets for
+// all sessions are its own, both of them.
+std::mutex initialising;
 
 // Weights have one value per criterion: that of class 0.
 void setWeights(PrimaryComputationConfig* config, jfloat loadbal, jfloat load,
@@ -95,7 +101,8 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniinitKavril(
     jfloat sqLoad, jfloat relativeLoad, jfloat sqRelativeLoad, jfloat delay, jfloat fortz,
     jobjectArray reroutingScorecoef) {
     registerDiagnostics(env);
-    const std::lock_guard<std::mutex> lock(libraryLock);
+    const std::lock_guard<std::mutex> lock(initialising);
+    const Leaving leaving;
     jfieldID sessIdField = fieldId(env, obj, "sessId", "I");
     if (sessIdField == nullptr || beginSession() < 0) return;
     ReroutingConfig rerouting = {};
@@ -122,7 +129,6 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniinitKavril(
 // Ends the session instead of saving it.
 JNIEXPORT void JNICALL
 Java_velmor_repository_KAVRIL_JNIKAVRIL_jnikillKavril(JNIEnv* env, jobject obj) {
-    const std::lock_guard<std::mutex> lock(libraryLock);
     if (loadCntx(env, obj) >= 0)
         closeSession();
     else if (lastSession == -1)
@@ -132,8 +138,9 @@ Java_velmor_repository_KAVRIL_JNIKAVRIL_jnikillKavril(JNIEnv* env, jobject obj) 
 // Changes nothing, so saves nothing.
 JNIEXPORT void JNICALL
 Java_velmor_repository_KAVRIL_JNIKAVRIL_jniprintKavrilDB(JNIEnv* env, jobject obj) {
-    const std::lock_guard<std::mutex> lock(libraryLock);
+    const Leaving leaving;
     if (loadCntx(env, obj) < 0) return;
+    const StreamHold hold(stdout);
     DBprintDB(centralDB);
     std::fflush(stdout);
 }

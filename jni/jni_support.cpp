@@ -1,7 +1,5 @@
 #include "jni_support.h"
 
-std::mutex libraryLock;
-
 jfieldID fieldId(JNIEnv* env, jobject obj, const char* name, const char* signature) {
     jclass objClass = env->GetObjectClass(obj);
     jfieldID field = env->GetFieldID(objClass, name, signature);
@@ -18,7 +16,7 @@ void throwByName(JNIEnv* env, const char* className) {
     if (env->ExceptionCheck()) return;
     jclass exception = env->FindClass(className);
     if (exception == nullptr) {
-        std::fputs("Unable to find the exception class, giving up\n", stderr);
+        say(stderr, "Unable to find the exception class, giving up\n");
         return;
     }
     env->ThrowNew(exception, nullptr);

@@ -5,9 +5,8 @@
 #include <jni.h>
 
 #include <cassert>
-#include <cstdio>
-#include <mutex>
 
+#include "common/print.h"
 #include "common/types.h"
 #include "database/live/live.h"
 #include "session/session.h"
@@ -18,9 +17,6 @@ constexpr const char* kNoRouteException =
     "velmor/repository/model/exception/NoRouteToHostException";
 constexpr const char* kRoutingException =
     "velmor/repository/model/exception/RoutingException";
-
-// Held by every native method: one caller at a time works on the globals.
-extern std::mutex libraryLock;
 
 // Elements of a Java array, handed back however the scope is left.
 template <class Array, class Elem, Elem* (JNIEnv::*get)(Array, jboolean*),
@@ -60,6 +56,15 @@ jfieldID fieldId(JNIEnv* env, jobject obj, const char* name, const char* signatu
 // one already.
 void throwByName(JNIEnv* env, const char* className);
 
+// Lets the session go that the thread has loaded, however the scope is left.
+class Leaving {
+  public:
+    Leaving() = default;
+    ~Leaving() { leaveSession(); }
+    Leaving(const Leaving&) = delete;
+    Leaving& operator=(const Leaving&) = delete;
+};
+
 // In debug builds: all that is derived from the session's network is what it would be if
 // it were computed anew.
 inline void checkDerived() {
@@ -74,12 +79,16 @@ inline void checkDerived() {
 // alone and throws `unknownSession`.
 template <class Act>
 void withContext(JNIEnv* env, jobject obj, const char* unknownSession, Act act) {
-    const std::lock_guard<std::mutex> lock(libraryLock);
-    const int sessId = loadCntx(env, obj);
-    const char* exception = sessId >= 0 ? act() : unknownSession;
-    if (sessId >= 0) checkDerived();
-    saveCntx(sessId);
-    // What the call printed keeps its place among the application's own output.
-    std::fflush(stdout);
+    const char* exception = unknownSession;
+    {
+        const Saying saying;
+        const int sessId = loadCntx(env, obj);
+        if (sessId >= 0) {
+            exception = act();
+            checkDerived();
+            saveCntx(sessId);
+        }
+    }
+    // Now that nobody waits: looking a class up may run Java code.
     if (exception != nullptr) throwByName(env, exception);
 }

@@ -1,7 +1,7 @@
 #include "common/setup.h"
 
-DataBase* centralDB = nullptr;
-KAVRILConfig kavrilConfig = {};
-int NBOA = 0;
-int NBPL = 0;
-double COST = 0.0;
+constinit thread_local DataBase* centralDB = nullptr;
+constinit thread_local KAVRILConfig kavrilConfig = {};
+std::atomic<int> NBOA = 0;
+std::atomic<int> NBPL = 0;
+std::atomic<double> COST = 0.0;

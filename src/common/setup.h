@@ -2,6 +2,8 @@
 // session that is loaded.
 #pragma once
 
+#include <atomic>
+
 #include "common/types.h"
 
 struct DataBase;
@@ -37,12 +39,14 @@ struct KAVRILConfig {
     ReroutingConfig reroutingConfig;
 };
 
-extern DataBase* centralDB;        // null while no session is loaded
-extern KAVRILConfig kavrilConfig;  // of the loaded session
+// A session is loaded by one thread at a time, whose globals these are.
+extern constinit thread_local DataBase* centralDB;  // null while no session is loaded
+extern constinit thread_local KAVRILConfig kavrilConfig;  // of the loaded session
 
 // Classes and levels that callers use, and the summed cost of the primary paths found
 // since the last initialisation. These belong to the process: sessions with different
-// numbers of classes or levels cannot be mixed.
-extern int NBOA;
-extern int NBPL;
-extern double COST;
+// numbers of classes or levels cannot be mixed. One thread may read them while another
+// writes.
+extern std::atomic<int> NBOA;
+extern std::atomic<int> NBPL;
+extern std::atomic<double> COST;

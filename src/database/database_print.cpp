@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <numeric>
 
+#include "common/print.h"
 #include "database/database.h"
 
 namespace {
@@ -63,13 +64,16 @@ void DBwriteDB(std::FILE* out, DataBase* dataBase) {
 }
 
 void DBprintDB(DataBase* dataBase) {
+    const StreamHold hold(stdout);
     DBwriteDB(stdout, dataBase);
 }
 
 void DBprintNode(DBNode* node) {
+    const StreamHold hold(stdout);
     writeNode(stdout, node);
 }
 
 void DBprintLink(DBLink* link) {
+    const StreamHold hold(stdout);
     writeLink(stdout, link);
 }

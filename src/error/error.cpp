@@ -7,8 +7,9 @@
 #include <limits>
 
 #include "common/memory.h"
+#include "common/print.h"
 
-ErrorList errorManager = {};
+constinit thread_local ErrorList errorManager = {};
 
 namespace {
 
@@ -82,8 +83,10 @@ void addErrorAt(GravityLevel level, const char* source, int line, const char* ms
 void printErrorStack() {
     static const char* const tags[] = {"[INFO] ", "[WARNING] ", "[CRITICAL] ",
                                        "[PANIC] "};
+    if (errorManager.top == 0) return;
     // Standard error is not buffered: a system call per message would take half a minute
     // for a million of them.
+    const StreamHold hold(stderr);
     char lines[1 << 14];
     std::size_t length = 0;
     auto add = [&](const char* text) {

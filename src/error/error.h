@@ -24,7 +24,8 @@ struct ErrorList {
     ErrorElem* list;  // oldest first; null when there is no stack
 };
 
-extern ErrorList errorManager;
+// Each thread has its own: that of the session it has loaded.
+extern constinit thread_local ErrorList errorManager;
 
 // Makes a fresh, empty stack the current one; the former stays with whoever holds it.
 void errorInit();
@@ -41,7 +42,8 @@ void addError(GravityLevel level, const char* msg, ...)
 void addErrorAt(GravityLevel level, const char* source, int line, const char* msg, ...)
     __attribute__((format(printf, 4, 5)));
 
-// Writes the stack to standard error, newest message first, and leaves it as it is.
+// Writes the stack to standard error in one piece, newest message first, and leaves it as
+// it is.
 void printErrorStack();
 
 // Each source file defines ERROR_SOURCE, the name that its messages carry.

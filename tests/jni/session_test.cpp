@@ -1,8 +1,81 @@
 #include "session/session.h"
 
+#include <unistd.h>
+
+#include <cstring>
+#include <fstream>
+#include <thread>
+
 #include "support/support.h"
 
 using Sessions = KavrilTest;
+
+namespace {
+
+int openOne() {
+    beginSession();
+    centralDB = DBnew(0);
+    const int id = openSession();
+    leaveSession();
+    return id;
+}
+
+bool killOne(int id) {
+    const bool isLive = loadSession(id) >= 0;
+    if (isLive) closeSession();
+    return isLive;
+}
+
+long residentPages() {
+    long all = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> all >> resident;
+    return resident;
+}
+
+}  // namespace
+
+TEST_F(Sessions, KilledOnesGiveTheirMemoryBack) {
+    loadSession(openOne());
+    const long before = residentPages();
+    std::vector<void*> blocks;
+    for (std::size_t i = 0; i < 4000; i++)
+        blocks.push_back(std::memset(mymalloc(16 * i), 1, 16 * i));
+    const long filled = residentPages();
+    for (void* block : blocks) myfree(block);
+    closeSession();
+    EXPECT_LT(before + 20'000, filled);
+    EXPECT_GT(before + (filled - before) / 4, residentPages());
+    errorInit();
+}
+
+// Nobody reads what the kill writes until others have done their work.
+TEST_F(Sessions, NobodyWaitsForTheReportOfAKill) {
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    const int screen = dup(STDERR_FILENO);
+    dup2(ends[1], STDERR_FILENO);
+    const int talkative = openOne();
+    std::thread killer([&] {
+        loadSession(talkative);
+        for (int i = 0; i < 5000; i++) addError(INFO, "%60d", i);
+        closeSession();
+    });
+    char text[4096];
+    long lines = 0;
+    auto readSome = [&] {
+        const ssize_t length = read(ends[0], text, sizeof text);
+        lines += std::count(text, text + length, '\n');
+    };
+    readSome();  // it has begun
+    const int other = openOne();
+    EXPECT_TRUE(other >= 0 && other != talkative && killOne(other));
+    EXPECT_FALSE(killOne(talkative));
+    while (lines < 5000) readSome();
+    killer.join();
+    dup2(screen, STDERR_FILENO);
+    for (int end : {screen, ends[0], ends[1]}) close(end);
+    errorInit();
+}
 
 TEST_F(Sessions, KeepTheirStateApartAndReleaseStacksThatNobodyOwns) {
     currentSessId = lastSession = nbSessions = -1;

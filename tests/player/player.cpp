@@ -174,7 +174,7 @@ void Player::core(const std::string& what,
 void Player::compareAll(std::size_t from) {
     if (!failed_) compareStack(errorManager, twin::now.stack.get(), from);
     expect(Ids{twin::now.nbOA, twin::now.nbPL}, Ids{NBOA, NBPL}, "NBOA, NBPL");
-    expect(twin::now.cost, COST, "COST");
+    expect(twin::now.cost, COST.load(), "COST");
     for (Caller& caller : callers_) compareSession(caller);
     dropHeld();
     for (const HandedOut& held : handedOut_)
@@ -399,7 +399,7 @@ void Player::addNode(Long id) {
 }
 
 void Player::addLink(Long id, Hop hop) {
-    const auto classes = static_cast<std::size_t>(std::clamp(NBOA, 1, kClasses));
+    const auto classes = static_cast<std::size_t>(std::clamp(NBOA.load(), 1, kClasses));
     std::vector<float> cap(classes);
     std::vector<std::vector<float>> rbw(classes, std::vector<float>(kLevels));
     const bool reserved = bytes_.oneIn(8);

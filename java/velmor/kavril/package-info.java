@@ -37,8 +37,9 @@
  *
  * <h2>Threads and other sessions</h2>
  *
- * <p>All methods may be called from all threads; calls wait for each other, over all sessions of the
- * process. Sessions of {@link velmor.repository.KAVRIL.JNIKAVRIL} may be open beside those of this
+ * <p>All methods may be called from all threads. Calls on one session wait for each other; those on
+ * different sessions run side by side. A call that waits while another thread closes the session gets
+ * an {@link IllegalStateException}. Sessions of {@link velmor.repository.KAVRIL.JNIKAVRIL} may be open beside those of this
  * package only if they are opened with 8 classes and 8 levels, since the last session that is opened
  * sets these numbers for all. A session of this package notices that the numbers are others and
  * refuses to work.

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
+#include "common/print.h"
 #include "computation/backup/backup_request.h"
 #include "computation/backup/node_queue.h"
 #include "computation/backup/working_links.h"
@@ -79,7 +79,7 @@ class BackupSearch {
                 isFound = search(path->cont[j], j + 1);
             }
             if (!isFound) {
-                std::fputs("No local link disjoint protection path found\n", stderr);
+                say(stderr, "No local link disjoint protection path found\n");
                 return -1;
             }
             if (record(&reqList->cont[j]) < 0) return -1;
@@ -98,15 +98,15 @@ class BackupSearch {
         if (last >= 1) forbid(path->cont[last - 1], path->cont[last]);
         bool isFound = last >= 0 && search(path->cont[0], last);
         if (!isFound) {
-            std::printf("Switching from node to link protection for lsp number: %d\n",
-                        primary_->id);
+            say(stdout, "Switching from node to link protection for lsp number: %d\n",
+                primary_->id);
             clearForbidden();
             for (Long i = 0; i < last; i++) forbid(path->cont[i], path->cont[i + 1]);
             isFound = last >= 0 && search(path->cont[0], last);
         }
         if (!isFound) {
-            std::printf("Oups ... no path found ...\n");
-            std::fputs("No end to end link disjoint protection path found\n", stderr);
+            say(stdout, "Oups ... no path found ...\n");
+            say(stderr, "No end to end link disjoint protection path found\n");
             return -1;
         }
         return record(&reqList->cont[0]);

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "common/print.h"
 #include "computation/primary/primaryPath.h"
 #include "database/database.h"
 #include "error/error.h"
@@ -195,6 +196,7 @@ int endTopo(BKTopology* topo) {
 
 int printTopo(BKTopology* topo) {
     if (topo == nullptr) return FAIL_WITH(-1, "Bad argument (NULL)");
+    const StreamHold hold(stdout);
     for (Long i = 0; i < topo->nodeInd.top; i++) {
         const BKNode* node = bkNodeVecGet(&topo->nodeVec, nodePosition(topo, i));
         if (node == nullptr) continue;

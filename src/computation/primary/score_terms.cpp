@@ -7,13 +7,8 @@
 
 namespace {
 
-const PrimaryComputationConfig& weights() {
-    return kavrilConfig.primaryComputationConfig;
-}
-
 // Whether a class is scored by anything besides congestion.
-bool hasCriteria(int oa) {
-    const PrimaryComputationConfig& config = weights();
+bool hasCriteria(const PrimaryComputationConfig& config, int oa) {
     return inUse(config.loadBal[oa]) || inUse(config.load[oa]) ||
            inUse(config.sqLoad[oa]) || inUse(config.relLoad[oa]) ||
            inUse(config.sqRelLoad[oa]) || inUse(config.delay[oa]);
@@ -22,14 +17,15 @@ bool hasCriteria(int oa) {
 }  // namespace
 
 unsigned classesToRead(const LSPRequest* req) {
+    const PrimaryComputationConfig& config = kavrilConfig.primaryComputationConfig;
     unsigned classes = 0;
     for (int oa = 0; oa < kClasses; oa++)
-        if (req->bw[oa] != 0.0 || hasCriteria(oa)) classes |= 1U << oa;
+        if (req->bw[oa] != 0.0 || hasCriteria(config, oa)) classes |= 1U << oa;
     return classes;
 }
 
 bool ScoreTerms::init(const Live* live, Long nbLinks, const LSPRequest* req) {
-    const PrimaryComputationConfig& config = weights();
+    const PrimaryComputationConfig& config = kavrilConfig.primaryComputationConfig;
     req_ = req;
     views_ = &live->views;
     nbLinks_ = static_cast<double>(nbLinks);

@@ -51,15 +51,18 @@ import velmor.repository.model.exception.RoutingException;
  * {@link NoSuchFieldError}.
  *
  * <p>A call on a session that was never opened or has been killed changes nothing, but leaves a
- * message on the error stack of the session used last. It throws {@link AddDBException} if it would
+ * message on the error stack of the session that the thread used last. It throws {@link AddDBException} if it would
  * change the database and {@link NoRouteToHostException} if it would compute a path. Killing or
  * printing such a session throws nothing and prints nothing, except a kill before any session was
  * ever opened, which prints an error line to the standard error stream.
  *
  * <h2>Threads</h2>
  *
- * <p>The library is made for one thread at a time, over all sessions. Calls from several threads
- * wait for each other, but their order is then up to chance.
+ * <p>All methods may be called from all threads. Calls on different sessions run side by side;
+ * those on one session wait for each other, and their order is then up to chance. A call that
+ * waits for a session while another thread kills it finds an unknown session. Of two threads that
+ * kill a session at the same time one does, and the other finds that it is gone. What one call
+ * prints stays in one piece.
  */
 public class JNIKAVRIL {
 

@@ -1,0 +1,32 @@
+// Text for the standard streams.
+//
+// What a call on a session prints stays in one piece, whatever other threads print: it is
+// kept until the call ends, when nobody waits for its session any more.
+#pragma once
+
+#include <cstdio>
+
+// Prints to stdout or stderr: at once, or at the end of the call that is open.
+void say(std::FILE* stream, const char* format, ...)
+    __attribute__((format(printf, 2, 3)));
+
+// Opens a call of this thread; its end writes what the call has said, and flushes it.
+class Saying {
+  public:
+    Saying();
+    ~Saying();
+    Saying(const Saying&) = delete;
+    Saying& operator=(const Saying&) = delete;
+};
+
+// Keeps other threads from a stream.
+class StreamHold {
+  public:
+    explicit StreamHold(std::FILE* stream);
+    ~StreamHold();
+    StreamHold(const StreamHold&) = delete;
+    StreamHold& operator=(const StreamHold&) = delete;
+
+  private:
+    std::FILE* stream_;
+};
