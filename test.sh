@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds and runs all tests: the core under AddressSanitizer and UBSan, then everything,
-# with the native interface in a real virtual machine. Options go to ctest.
+# Builds and runs all tests: the core under AddressSanitizer and UBSan, its sessions in
+# several threads under ThreadSanitizer, then everything, with the native interface in a
+# real virtual machine. Options go to ctest.
 set -euo pipefail
 cd "$(dirname "$0")"
 ctest_options=("$@")
@@ -16,4 +17,5 @@ test_preset() {
 
 scripts/need.sh all
 test_preset asan
+test_preset tsan kavril_play
 test_preset release -DKAVRIL_JAVA=ON -DKAVRIL_WORKBENCH=ON -DKAVRIL_REPORT=ON -DKAVRIL_BENCH=ON

@@ -3,9 +3,11 @@
 //     kavril_play FROM TO             plays the sequences of these seeds
 //     kavril_play --case FILE...      plays kept inputs
 //     kavril_play --list SEED|FILE    prints the calls of a sequence and their results
-//     kavril_play --record FROM TO    the same for entry points alone, and what they
-//     print kavril_play --faults RUNS FILE...  plays inputs, memory ending here and there
+//     kavril_play --record FROM TO    the same for entry points alone, and their output
+//     kavril_play --faults RUNS FILE...  plays inputs, memory ending here and there
 //     kavril_play --soak CALLS SEED   long sequences; memory in use must not grow
+//     kavril_play --threads N FROM TO N threads play the sequences of these seeds, and
+//                                     between the calls others on shared sessions
 //
 // The first difference ends it: the input is made as small as it gets by dropping calls
 // and written to the file "difference", and the calls that are left are printed.
@@ -19,6 +21,7 @@
 #include <fstream>
 #include <iterator>
 #include <random>
+#include <utility>
 
 #include "player/play.h"
 
@@ -183,6 +186,17 @@ bool soak(long most, long seed) {
     return halves[1] <= growth * halves[0] + 2.0;
 }
 
+bool playBesideOthers(long threads, long from, long to) {
+    std::string wrong;
+    stderr = std::fopen("/dev/null", "w");
+    std::FILE* screen = std::exchange(stdout, stderr);
+    const long played = playInThreads(
+        threads, from, to, [](long seed) { return inputOf(seed); }, &wrong);
+    std::fprintf(screen, "%ld calls in %ld threads\n%s", played, threads, wrong.c_str());
+    std::fclose(screen);
+    return wrong.empty();
+}
+
 bool run(const std::vector<std::string>& args) {
     const std::string& mode = args.at(0);
     auto number = [&](std::size_t i) { return std::stol(args.at(i)); };
@@ -191,6 +205,7 @@ bool run(const std::vector<std::string>& args) {
     if (mode == "--case") return playAll(1, nb - 1, file);
     if (mode == "--list") return list(inputOf(args.at(1)));
     if (mode == "--soak") return soak(number(1), number(2));
+    if (mode == "--threads") return playBesideOthers(number(1), number(2), number(3));
     if (mode == "--record") return record(number(1), number(2));
     if (mode == "--faults") {
         bool fine = true;

@@ -16,7 +16,7 @@ std::string playInput(const Input& input, Rules rules,
         }
         look(player);
     }
-    if (wrong.empty() && allocatedMemory != before)
+    if (wrong.empty() && !rules.besideOthers && allocatedMemory != before)
         wrong = "memory is left after the kill";
     return wrong;
 }

@@ -43,6 +43,9 @@ struct Rules {
     long failing = 0;
     bool staysShort = false;
     bool ofMachine = false;
+    // Other threads play, too: what they share with this one is not compared.
+    bool besideOthers = false;
+    std::function<void()> between = {};  // what happens between two calls
 };
 
 class Player {

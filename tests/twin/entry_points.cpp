@@ -15,8 +15,8 @@ constexpr const char* kAddDB = "AddDBException";
 constexpr const char* kNoRoute = "NoRouteToHostException";
 
 constexpr std::size_t kSessions = 128;
-std::array<std::unique_ptr<Session>, kSessions> sessions;
-Long lastSession = -1;
+thread_local std::array<std::unique_ptr<Session>, kSessions> sessions;
+thread_local Long lastSession = -1;
 
 std::size_t usable(int nb) {
     return static_cast<std::size_t>(std::clamp(nb, 0, 8));
@@ -138,6 +138,10 @@ Session* load(Long id) {
     now.stack = here->stack;
     now.config = here->config;
     return here;
+}
+
+void openNextAs(Long id) {
+    lastSession = id - 1;
 }
 
 void forgetSessions() {

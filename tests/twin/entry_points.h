@@ -60,6 +60,8 @@ struct BackupArgs {
 Session* session(Long id);
 // Makes a session the loaded one; null, with a message, if it is not live.
 Session* load(Long id);
+// The number that the next session gets, if it is free.
+void openNextAs(Long id);
 void forgetSessions();
 
 Result initKavril(Object& object, const InitArgs& args);

@@ -4,7 +4,7 @@
 
 namespace twin {
 
-Process now;
+thread_local Process now;
 
 std::string format(const char* text, ...) {
     char buffer[2048];

@@ -32,7 +32,7 @@ struct Process {
     std::string out, err;      // printed since they were cleared
     long patience = 1L << 24;  // repeats of the choice inside a level
 };
-extern Process now;
+extern thread_local Process now;  // each thread plays with a process of its own
 
 // A call that goes on too long for a test, or cannot be followed.
 struct GivenUp {};

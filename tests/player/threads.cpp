@@ -1,0 +1,149 @@
+#include <array>
+#include <atomic>
+#include <mutex>
+#include <random>
+#include <shared_mutex>
+#include <thread>
+
+#include "database/live/live.h"
+#include "player/play.h"
+#include "session/session.h"
+#include "support/entry_points.h"
+
+namespace {
+
+constexpr jint kNodes = 6;
+std::array<std::atomic<jint>, 4> sharedIds;
+
+// Whoever calls a session by a number just read holds this, and nobody gets past the last
+// slots meanwhile: numbers are given out again once the slots have gone round.
+std::shared_mutex goingRound;
+
+// Makes calls on the shared sessions between those of a player.
+class Visitor {
+  public:
+    explicit Visitor(unsigned seed) : random_(seed) { own_ = open(); }
+    ~Visitor() { kill(own_); }
+
+    jint open() {
+        std::unique_lock lock(goingRound, std::defer_lock);
+        if (lastSession >= kMaxSessions - 32) lock.lock();
+        initKavril(env_, object_, 3, 8, JNI_FALSE, JNI_FALSE, JNI_TRUE, 0, 0, 0, 0, 0, 0,
+                   1, vm_.rows({3, std::vector<float>(8)}));
+        for (jint node = 0; node < kNodes; node++) addNodeEntry(env_, object_, node);
+        for (jint i = 0; i < 2 * kNodes; i++)
+            addLink(i / 2, (i / 2 + 1 + i % 2) % kNodes);
+        return FakeVm::sessId(object_);
+    }
+
+    void kill(jint id) {
+        FakeVm::sessId(object_) = id;
+        killKavril(env_, object_);
+    }
+
+    // What is said of numbers that are gone goes to a session of the visitor's; the
+    // player finds its own loaded last, as it was.
+    void visit() {
+        const int last = currentSessId;
+        if (last < 0) return;
+        reload(own_);
+        std::atomic<jint>& id = sharedIds[below(sharedIds.size())];
+        {
+            const std::shared_lock lock(goingRound);
+            FakeVm::sessId(object_) = id;
+            below(50) == 0 ? replace(id) : call();
+            vm_.takeException();
+        }
+        vm_.forgetArrays();
+        reload(last);
+        expect(std::string(), vm_.misuse(), "use of JNI");
+    }
+
+  private:
+    static void reload(int id) {
+        expect(id, loadSession(id), "a session that is live");
+        leaveSession();
+    }
+
+    std::uint32_t below(std::size_t n) { return std::uint32_t(random_() % n); }
+
+    void addLink(jint src, jint dst) {
+        addLinkEntry(env_, object_, src * kNodes + dst, 0, src, dst,
+                     vm_.floats({90, 90, 90}), vm_.rows({3, std::vector<float>(8)}),
+                     nullptr, nullptr, nullptr);
+    }
+
+    void call() {
+        const jint id = jint(below(40)), src = jint(below(kNodes)),
+                   dst = jint(below(kNodes)), level = jint(below(8));
+        const jboolean place = below(4) != 0, preempt = below(2) != 0;
+        switch (below(8)) {
+            case 0:
+                return removeLSPEntry(env_, object_, id);
+            case 1:
+                return addLink(src, dst);
+            case 2:
+                return removeLinkEntry(env_, object_, src, dst);
+            case 3:
+                return printKavrilDB(env_, object_);
+            case 4:
+                computeBackupPathEntry(env_, object_, id, vm_.ints({40, 41, 42, 43, 44}),
+                                       level % 2, place, JNI_FALSE);
+                return;
+            default:
+                computePathEntry(env_, object_, id, src, dst, 0, 0, 0, 0, level, 7,
+                                 nullptr, place, preempt);
+        }
+    }
+
+    // Others may do it to the same session at the same time: one of the new ones stays.
+    void replace(std::atomic<jint>& id) {
+        jint old = FakeVm::sessId(object_);
+        Long where[2];
+        if (loadSession(old) >= 0 && checkLive(centralDB, where) != nullptr)
+            throw Difference("derived state of a shared session");
+        kill(old);
+        goingRound.unlock_shared();
+        const jint opened = open();
+        goingRound.lock_shared();
+        if (!id.compare_exchange_strong(old, opened)) kill(opened);
+    }
+
+    FakeVm vm_;
+    JNIEnv* env_ = vm_.env();
+    jobject object_ = vm_.object();
+    jint own_ = -1;
+    std::minstd_rand random_;
+};
+
+}  // namespace
+
+long playInThreads(long threads, long from, long to,
+                   const std::function<Input(long)>& inputAt, std::string* wrong) {
+    const Long before = allocatedMemory;
+    std::atomic<long> calls = 0;
+    std::mutex telling;
+    auto play = [&](long first) {
+        Visitor visitor(static_cast<unsigned>(first));
+        const Rules rules = {.besideOthers = true, .between = [&] { visitor.visit(); }};
+        for (long i = first; i <= to; i += threads) {
+            const std::string what =
+                playInput(inputAt(i), rules,
+                          [&](const Player& player) { calls += player.calls(); });
+            const std::lock_guard<std::mutex> lock(telling);
+            if (!what.empty()) *wrong = "input " + std::to_string(i) + ": " + what;
+            if (!wrong->empty()) return;
+        }
+    };
+    {
+        Visitor host(0);
+        for (std::atomic<jint>& id : sharedIds) id = host.open();
+        std::vector<std::thread> all;
+        for (long i = 0; i < threads; i++) all.emplace_back(play, from + i);
+        for (std::thread& thread : all) thread.join();
+        for (const std::atomic<jint>& id : sharedIds) host.kill(id);
+    }
+    if (wrong->empty() && nbSessions != 0) *wrong = "sessions are left";
+    if (wrong->empty() && allocatedMemory != before) *wrong = "memory is left";
+    return calls;
+}
