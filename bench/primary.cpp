@@ -15,8 +15,6 @@
 
 namespace {
 
-bool& allowReroute = kavrilConfig.predicateConfig.allowReroute;
-
 // The floor's search is over the links that have room left; a few more may admit the
 // request, those where it frees what it takes. A path without them costs as much as the
 // floor's, one with them at most as much.
@@ -92,12 +90,12 @@ void requireVictims(Rig& rig, const Ask& ask, const Path& path, const Path& vict
             inTheWay |= hops.contains({lsp->path.cont[i], lsp->path.cont[i + 1]});
         require(inTheWay, "preempted for nothing");
     }
-    allowReroute = !complete || !victims.empty();
+    kavrilConfig.predicateConfig.allowReroute = !complete || !victims.empty();
     ScopedRequest req;
     initRequest(&req, ask);
     setPath(&req, path);
     requireAdmitted(rig, path, &req, ask.oa);
-    allowReroute = false;
+    kavrilConfig.predicateConfig.allowReroute = false;
 }
 
 }  // namespace
@@ -170,14 +168,14 @@ Sample requestWithPreemption(Rig& rig) {
     Sample sample;
     bool found = false, complete = false;
     errorManager.top = 0;
-    allowReroute = true;
+    kavrilConfig.predicateConfig.allowReroute = true;
     timeBoth(rig, ask.src, &sample, [&] {
         found = computePrimaryPath(rig.state.dataBase, &req) == 0;
         if (!found) return;
         initLSP(&lsp, req);
         complete = getpreemptList(rig.state.dataBase, &lsp, &victims) == 0;
     });
-    allowReroute = false;
+    kavrilConfig.predicateConfig.allowReroute = false;
     if (!found) {
         require(std::isinf(rig.floor.distance(ask.dst)), "there is a path");
         return requestWithPreemption(rig);

@@ -104,6 +104,9 @@ void printOdd(const Options& options);
 extern const std::vector<JobRow> kJobRows;
 void printJobs(const Options& options);
 
+// threads.cpp
+void printThreads(const Options& options);
+
 template <class Work>
 double timed(Work work) {
     const double start = secondsNow();

@@ -71,7 +71,12 @@ Muted::~Muted() {
 }
 
 void configure(int classes) {
+    useMemoryPool(memoryPoolNew());
     errorInit();
+    setConfiguration(classes);
+}
+
+void setConfiguration(int classes) {
     kavrilConfig = {};
     kavrilConfig.predicateConfig.capacityClause = true;
     kavrilConfig.primaryComputationConfig.Fortz = 1.0;

@@ -90,8 +90,12 @@ class State {
     std::vector<Long> unprotected_;
 };
 
-// Configures the process as jniinitKavril would: capacity clause, congestion cost only.
+// Configures the process as jniinitKavril would, capacity clause, congestion cost only;
+// with a stack and a pool of memory, as a session has them.
 void configure(int classes = kUsedClasses);
+
+// Without these.
+void setConfiguration(int classes);
 
 // Initialises a request, its path [src, -1, dst].
 void initRequest(LSPRequest* req, const Ask& ask);

@@ -267,6 +267,7 @@ int main(int argc, char** argv) {
             printBars(results);
         }
         printOdd(options);
+        printThreads(options);
         printJobs(options);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "%s\n", e.what());
