@@ -171,24 +171,6 @@ int usualLevel(const Configuration& configuration, int trafficClass);
 // The figures of a plan, from its demands, LSPs and tables.
 Summary summarise(const Plan& plan);
 
-// What the demands of one class and level got, and what protecting them costs.
-struct ClassSummary {
-    int trafficClass = 0;
-    int level = 0;
-    int requested = 0;
-    int placed = 0;
-    int isProtected = 0;
-    double offered = 0.0;  // bandwidth
-    double carried = 0.0;
-    double carriedProtected = 0.0;
-    double primary = 0.0;    // booked by primaries, summed over links
-    double backup = 0.0;     // reserved for backups, summed over links
-    double dedicated = 0.0;  // what the backups would take without sharing
-};
-
-// Of every class and level that has demands, by class and then by level.
-std::vector<ClassSummary> classSummaries(const Plan& plan);
-
 // Mean, 95th percentile (nearest rank) and maximum.
 Shares sharesOf(std::vector<double> shares);
 

@@ -1,7 +1,6 @@
 #include "audit/audit.h"
 
 #include "audit/drill.h"
-#include "audit/failure_sets.h"
 #include "audit/recompute.h"
 #include "audit/routes.h"
 
@@ -39,10 +38,6 @@ bool AuditResult::isClean() const {
            overloadedClaimed == 0 && tables.differing.empty();
 }
 
-AuditResult audit(const Plan& plan) {
-    return audit(plan, failuresOf(plan, {FailureKind::CABLE, FailureKind::NODE}));
-}
-
 AuditResult audit(const Plan& plan, const std::vector<FailureSet>& failures,
                   const std::function<void()>& step) {
     AuditResult result;
@@ -56,7 +51,8 @@ AuditResult audit(const Plan& plan, const std::vector<FailureSet>& failures,
         if (step) step();
     }
     result.worst = drill.worst();
-    result.tables = checkTables(plan, recomputeTables(plan, routes));
+    result.booked = recomputeTables(plan, routes);
+    result.tables = checkTables(plan, result.booked);
     return result;
 }
 

@@ -92,7 +92,8 @@ struct AuditResult {
     std::vector<Failure> failures;
     std::vector<WorstLoad> worst;  // by link * classes + class, over all failures
     TableCheck tables;
-    std::size_t hit = 0;  // sums over all failures
+    std::vector<LinkTables> booked;  // what the links book for the LSPs
+    std::size_t hit = 0;             // sums over all failures
     std::size_t restored = 0;
     std::size_t lostEndsHere = 0;
     std::size_t lostUnprotected = 0;
@@ -106,8 +107,6 @@ struct AuditResult {
     bool isClean() const;
 };
 
-// Cables and nodes unless told otherwise.
-AuditResult audit(const Plan& plan);
 // `step` is called after every failure.
 AuditResult audit(const Plan& plan, const std::vector<FailureSet>& failures,
                   const std::function<void()>& step = {});

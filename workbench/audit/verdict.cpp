@@ -9,6 +9,7 @@
 #include <tuple>
 #include <unordered_map>
 
+#include "class_summary.h"
 #include "cli/error.h"
 
 namespace workbench {
@@ -127,6 +128,12 @@ Verdict verdictOf(const Plan& plan, const AuditResult& result) {
         for (const Lost& one : failure.lost)
             if (one.cause != LossCause::ENDS_HERE) lost.insert(one.lsp);
     }
+    for (const ClassSummary& sums : classSummaries(plan, result.booked))
+        fates.forEach(sums.trafficClass, sums.level, [&](Fate& fate) {
+            fate.booked += sums.primary;
+            fate.reserved += sums.backup;
+            fate.stretch.add(sums.stretch);
+        });
     const std::vector<double> up = availabilities(plan, result);
     for (std::size_t i = 0; i < plan.lsps.size(); i++) {
         const PlanLsp& lsp = plan.lsps[i];

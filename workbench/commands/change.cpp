@@ -221,7 +221,7 @@ int changePlan(const Options& options, const Shared& shared) {
     }
     if (!options.output.empty()) writeFile(options.output, planText(after));
     if (options.output == "-") return 0;
-    const PlanDiff diff = diffPlans(before, after);
+    const PlanDiff diff = diffShown(before, after, shared);
     if (shared.json) {
         fmt::print("{}\n", toJson(diff).dump(1));
         return 0;

@@ -5,8 +5,11 @@
 #include <map>
 
 #include "audit/failure_sets.h"
+#include "class_summary.h"
 #include "cli/file.h"
+#include "cli/lists.h"
 #include "cli/progress.h"
+#include "commands/class_table.h"
 #include "commands/commands.h"
 #include "commands/options.h"
 #include "engine/place.h"
@@ -50,45 +53,11 @@ json timesJson(const std::vector<double>& seconds) {
             {"percentile99Ms", percentile(seconds, 0.99)}};
 }
 
-json classesJson(const Plan& plan) {
-    json all = json::array();
-    for (const ClassSummary& sums : classSummaries(plan))
-        all.push_back({{"class", plan.configuration.classes[sums.trafficClass].name},
-                       {"level", sums.level},
-                       {"requested", sums.requested},
-                       {"placed", sums.placed},
-                       {"protected", sums.isProtected},
-                       {"offered", sums.offered},
-                       {"carried", sums.carried},
-                       {"carriedProtected", sums.carriedProtected},
-                       {"primary", sums.primary},
-                       {"backup", sums.backup},
-                       {"backupDedicated", sums.dedicated}});
-    return all;
-}
-
-// Of the primaries: how much longer their paths are than the shortest.
-struct StretchSummary {
-    double mean = 1.0;
-    double maximum = 1.0;
-    int lsp = -1;  // with the maximum
-};
-
-StretchSummary stretchOf(const Plan& plan) {
-    const std::vector<double> all = stretches(plan);
-    StretchSummary result;
-    double sum = 0.0;
-    int primaries = 0;
-    for (std::size_t i = 0; i < all.size(); i++) {
-        if (plan.lsps[i].kind != LspKind::PRIMARY) continue;
-        sum += all[i];
-        primaries++;
-        if (result.lsp >= 0 && all[i] <= result.maximum) continue;
-        result.maximum = all[i];
-        result.lsp = plan.lsps[i].id;
-    }
-    if (primaries > 0) result.mean = sum / primaries;
-    return result;
+Stretch stretchOf(const Plan& plan) {
+    Stretch stretch;
+    for (const ClassSummary& sums : classSummaries(plan, plan.links))
+        stretch.add(sums.stretch);
+    return stretch;
 }
 
 json baselineJson(const Plan& plan) {
@@ -101,10 +70,10 @@ json baselineJson(const Plan& plan) {
 }
 
 json stretchJson(const Plan& plan) {
-    const StretchSummary stretch = stretchOf(plan);
-    return {{"mean", stretch.mean},
+    const Stretch stretch = stretchOf(plan);
+    return {{"mean", stretch.mean()},
             {"maximum", stretch.maximum},
-            {"lsp", stretch.lsp < 0 ? json() : json(stretch.lsp)}};
+            {"lsp", stretch.longest < 0 ? json() : json(stretch.longest)}};
 }
 
 void printJson(const Plan& plan, const PlaceTimes& times, const Findings& findings,
@@ -132,8 +101,7 @@ void printReasons(const char* what, const Counts& counts) {
     constexpr std::size_t kMost = 8;
     for (std::size_t i = 0; i < std::min(kMost, sorted.size()); i++)
         fmt::print("    {:6} {}: {}\n", sorted[i].second, what, sorted[i].first);
-    if (sorted.size() > kMost)
-        fmt::print("           and {} more reasons\n", sorted.size() - kMost);
+    printMore(sorted.size(), kMost, 11);
 }
 
 std::string kindsText(const std::vector<FailureKind>& kinds) {
@@ -155,35 +123,11 @@ void printShares(const char* what, const Shares& shares) {
                100.0 * shares.maximum);
 }
 
-std::string percentText(double part, double whole) {
-    return whole > 0.0 ? fmt::format("{:.1f} %", 100.0 * part / whole) : "-";
-}
-
-// What backups cost is the bandwidth kept for them against that of the primaries.
-void printClasses(const Plan& plan) {
-    const std::vector<ClassSummary> all = classSummaries(plan);
-    if (all.size() < 2) return;
-    const bool isProtected = plan.configuration.protection != Protection::NONE;
-    fmt::print("  {:<14} level  requests  placed     offered     carried{}\n", "class",
-               isProtected ? "  protected  cost" : "");
-    for (const ClassSummary& sums : all) {
-        fmt::print("    {:<12} {:5} {:9} {:7} {:>11} {:>11}",
-                   plan.configuration.classes[sums.trafficClass].name, sums.level,
-                   sums.requested, sums.placed,
-                   formatBandwidth(sums.offered, plan.network.unit),
-                   percentText(sums.carried, sums.offered));
-        if (isProtected)
-            fmt::print("  {:>9}  {}", percentText(sums.carriedProtected, sums.carried),
-                       percentText(sums.backup, sums.primary));
-        fmt::print("\n");
-    }
-}
-
 void printBaseline(const Plan& plan) {
-    const StretchSummary stretch = stretchOf(plan);
-    if (stretch.lsp >= 0)
+    const Stretch stretch = stretchOf(plan);
+    if (stretch.longest >= 0)
         fmt::print("  {:<14} mean {:.3f}, maximum {:.3f} (LSP {}) of the shortest path\n",
-                   "stretch", stretch.mean, stretch.maximum, stretch.lsp);
+                   "stretch", stretch.mean(), stretch.maximum, stretch.longest);
     const Baseline baseline = baselineOf(plan);
     if (baseline.fullest >= 0)
         fmt::print(
@@ -230,11 +174,8 @@ void printSummary(const Plan& plan, const PlaceTimes& times) {
 }
 
 int place(const Files& files, const Shared& shared) {
-    Findings findings;
-    const Network network = readNetwork(files.network, shared.reading, findings);
-    const Demands demands = readDemands(
-        files.demands.empty() ? files.network : files.demands, network, findings);
-    printFindings(findings, shared);
+    const auto [network, demands, findings] =
+        readMatrix(files.network, files.demands, shared);
     Plan plan = newPlan(network, demands.demands,
                         withClassesOf(demands.demands, shared.configuration));
     if (!files.sets.empty()) plan.failureSets = readFailureSets(files.sets, plan);

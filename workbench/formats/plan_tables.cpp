@@ -4,6 +4,7 @@
 
 #include <numeric>
 
+#include "class_summary.h"
 #include "formats/units.h"
 #include "formats/writers.h"
 #include "graph/shortest.h"
@@ -115,13 +116,13 @@ Table planDemands(const Plan& plan) {
 
 Table planClasses(const Plan& plan) {
     const std::string& unit = plan.network.unit;
-    Table table{
-        {"class", "level", "requests", "placed", "protected", withUnit("offered", unit),
-         withUnit("carried", unit), withUnit("protected", unit),
-         withUnit("primaries", unit), withUnit("backups", unit),
-         withUnit("backups unshared", unit), "cost of protection %"},
-        {}};
-    for (const ClassSummary& sums : classSummaries(plan))
+    Table table{{"class", "level", "requests", "placed", "protected",
+                 withUnit("offered", unit), withUnit("carried", unit),
+                 withUnit("protected", unit), withUnit("primaries", unit),
+                 withUnit("backups", unit), withUnit("backups unshared", unit),
+                 "cost of protection %", "mean stretch", "maximum stretch"},
+                {}};
+    for (const ClassSummary& sums : classSummaries(plan, plan.links))
         table.rows.push_back({plan.configuration.classes[sums.trafficClass].name,
                               std::to_string(sums.level), std::to_string(sums.requested),
                               std::to_string(sums.placed),
@@ -129,7 +130,9 @@ Table planClasses(const Plan& plan) {
                               numberText(sums.carried), numberText(sums.carriedProtected),
                               numberText(sums.primary), numberText(sums.backup),
                               numberText(sums.dedicated),
-                              percentOf(sums.backup, sums.primary)});
+                              percentOf(sums.backup, sums.primary),
+                              fmt::format("{:.4f}", sums.stretch.mean()),
+                              fmt::format("{:.4f}", sums.stretch.maximum)});
     return table;
 }
 
