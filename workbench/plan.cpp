@@ -90,6 +90,10 @@ const char* toText(Protection protection) {
     return "none";
 }
 
+const char* toText(Routing routing) {
+    return routing == Routing::SHORTEST_PATH ? "shortest-path" : "admitted";
+}
+
 const char* toText(Order order) {
     switch (order) {
         case Order::LARGEST:

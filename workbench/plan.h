@@ -47,6 +47,10 @@ struct FailureSet {
 enum class Protection { NONE, LOCAL, GLOBAL };
 enum class Order { GIVEN, LARGEST, SHUFFLED };
 
+// How LSPs get their paths: asked for one by one and admitted where there is room, or all
+// on the shortest by the links' metrics, as a plan to compare with that promises no room.
+enum class Routing { ADMITTED, SHORTEST_PATH };
+
 struct Configuration {
     std::vector<TrafficClass> classes = {{"default", 1.0}};
     std::vector<TrafficPart> parts = {{0, 0, 1.0}};
@@ -54,6 +58,7 @@ struct Configuration {
     Protection protection = Protection::NONE;
     // Failures that backups are to survive, besides that of single links.
     std::vector<FailureKind> survive = {FailureKind::CABLE, FailureKind::NODE};
+    Routing routing = Routing::ADMITTED;
     Order order = Order::GIVEN;
     bool preempt = true;
     double scale = 1.0;      // of every demand
@@ -86,6 +91,8 @@ struct PlanDemand {
     // Of the failures to survive, those that its backups do not cover, by name.
     std::vector<std::string> exposed = {};
     std::vector<int> route = {};  // nodes that it must take; empty: any
+    // What its primary keeps to and its backups do not: "colours", "delay", "hops".
+    std::vector<std::string> beyond = {};
 };
 
 enum class LspKind { PRIMARY, LOCAL_BACKUP, GLOBAL_BACKUP };
@@ -175,6 +182,7 @@ Summary summarise(const Plan& plan);
 Shares sharesOf(std::vector<double> shares);
 
 const char* toText(Protection protection);
+const char* toText(Routing routing);
 const char* toText(Order order);
 const char* toText(Outcome outcome);
 const char* toText(LspKind kind);

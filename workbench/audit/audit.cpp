@@ -34,13 +34,15 @@ void count(const Failure& failure, AuditResult* result) {
 }  // namespace
 
 bool AuditResult::isClean() const {
-    return problems.empty() && overloads.empty() && lostBroken == 0 &&
-           overloadedClaimed == 0 && tables.differing.empty();
+    const bool hasRoom = overloads.empty() && overloadedClaimed == 0;
+    return problems.empty() && (hasRoom || !isRoomPromised) && lostBroken == 0 &&
+           tables.differing.empty();
 }
 
 AuditResult audit(const Plan& plan, const std::vector<FailureSet>& failures,
                   const std::function<void()>& step) {
     AuditResult result;
+    result.isRoomPromised = plan.configuration.routing == Routing::ADMITTED;
     const Routes routes(plan, &result.problems);
     Drill drill(plan, routes);
     result.fullest = drill.fullest();

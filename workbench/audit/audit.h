@@ -8,7 +8,8 @@
 // cables and nodes unless told otherwise, and single links always. A primary without a
 // note that it is unprotected is promised to survive all of these but the ones that it is
 // noted to be exposed to. Losing a promised LSP is a broken promise. An LSP that starts
-// or ends at a failed node is lost, but no protection could help it.
+// or ends at a failed node is lost, but no protection could help it. A baseline promises
+// nothing.
 #pragma once
 
 #include <functional>
@@ -101,6 +102,7 @@ struct AuditResult {
     std::size_t lostBroken = 0;
     std::size_t overloadedFailures = 0;
     std::size_t overloadedClaimed = 0;  // of a kind that backups are to survive
+    bool isRoomPromised = true;         // not by a baseline
 
     // No promise broken, no link overloaded where the plan says that there is room,
     // tables and LSPs in order.

@@ -79,12 +79,6 @@ class Fates {
     std::map<Key, Fate> fates_;
 };
 
-bool knowsProbabilities(const AuditResult& result) {
-    return std::ranges::any_of(result.failures, [](const Failure& failure) {
-        return failure.set.probability.has_value();
-    });
-}
-
 void addAvailability(double availability, double bandwidth, Fate* fate) {
     fate->lowestAvailability =
         std::min(fate->lowestAvailability.value_or(1.0), availability);
@@ -93,6 +87,12 @@ void addAvailability(double availability, double bandwidth, Fate* fate) {
 }
 
 }  // namespace
+
+bool knowsProbabilities(const AuditResult& result) {
+    return std::ranges::any_of(result.failures, [](const Failure& failure) {
+        return failure.set.probability.has_value();
+    });
+}
 
 // A pair is down for an LSP in addition only if neither half alone takes it down.
 std::vector<double> availabilities(const Plan& plan, const AuditResult& result) {

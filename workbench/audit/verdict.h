@@ -43,6 +43,9 @@ struct Verdict {
 
 Verdict verdictOf(const Plan& plan, const AuditResult& result);
 
+// Whether something is known of availability.
+bool knowsProbabilities(const AuditResult& result);
+
 // Part of the time that each LSP is up, by its place among the plan's LSPs; 1 for backups
 // and where failures have no probability. Failures come independently of each other. One
 // that only breaks an LSP together with another counts if it is among the failures, as a

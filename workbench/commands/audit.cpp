@@ -176,6 +176,12 @@ std::string verdictText(const AuditResult& result, const Verdict& verdict) {
     if (!result.isClean()) return "Not all promises hold.";
     const Fate& all = verdict.all;
     const double survives = percent(all.bandwidthProtected, all.bandwidthRequested);
+    if (!result.isRoomPromised && !result.overloads.empty())
+        return fmt::format(
+            "A baseline: {} links are above their capacity with nothing failed, so not "
+            "all "
+            "of its traffic gets through.",
+            result.overloads.size());
     if (result.failures.empty()) return "No failure was tried.";
     return fmt::format(
         "{:.1f} % of the requested bandwidth is carried and survives each of the {} "

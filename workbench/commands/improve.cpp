@@ -10,6 +10,7 @@
 #include "cli/progress.h"
 #include "commands/commands.h"
 #include "commands/diff.h"
+#include "commands/promises.h"
 #include "graph/shortest.h"
 #include "plan_json.h"
 
@@ -85,7 +86,7 @@ void printResult(const Improvement& result, const Summary& before, const Plan& a
 }
 
 int improvePlan(const Options& options, const Shared& shared) {
-    const Plan before = readPlan(options.plan);
+    const Plan before = readWorkingPlan(options.plan);
     Plan plan = before;
     Improvement result;
     {
@@ -100,6 +101,7 @@ int improvePlan(const Options& options, const Shared& shared) {
                     {{fmt::format("improving, round {}", steps / demands + 1), demands}});
         });
     }
+    checkPromises(&plan, shared);
     if (!options.output.empty()) writeFile(options.output, planText(plan));
     if (options.output == "-") return 0;
     const PlanDiff diff = diffShown(before, plan, shared);

@@ -6,12 +6,15 @@
 
 #include "audit/failure_sets.h"
 #include "class_summary.h"
+#include "cli/error.h"
 #include "cli/file.h"
 #include "cli/lists.h"
 #include "cli/progress.h"
 #include "commands/class_table.h"
 #include "commands/commands.h"
 #include "commands/options.h"
+#include "commands/promises.h"
+#include "engine/baseline.h"
 #include "engine/place.h"
 #include "graph/shortest.h"
 #include "plan_json.h"
@@ -22,11 +25,12 @@ namespace {
 
 using nlohmann::json;
 
-struct Files {
+struct Options {
     std::string network;
     std::string demands;
     std::string plan;
     std::string sets;
+    Routing routing = Routing::ADMITTED;
 };
 
 // Nearest rank, in milliseconds.
@@ -44,6 +48,14 @@ Counts reasonsOf(const Plan& plan, std::string PlanDemand::*reason) {
     Counts counts;
     for (const PlanDemand& demand : plan.demands)
         if (!(demand.*reason).empty()) counts[demand.*reason]++;
+    return counts;
+}
+
+// LSPs whose backups do not keep to a limit that they keep to themselves.
+Counts beyondLimits(const Plan& plan) {
+    Counts counts;
+    for (const PlanDemand& demand : plan.demands)
+        for (const std::string& what : demand.beyond) counts[what]++;
     return counts;
 }
 
@@ -86,6 +98,7 @@ void printJson(const Plan& plan, const PlaceTimes& times, const Findings& findin
                 {"configuration", toJson(plan.configuration)},
                 {"refusedBecause", reasonsOf(plan, &PlanDemand::reason)},
                 {"unprotectedBecause", reasonsOf(plan, &PlanDemand::unprotected)},
+                {"backupsBeyond", beyondLimits(plan)},
                 {"times",
                  {{"request", timesJson(times.requests)},
                   {"protection", timesJson(times.protections)}}},
@@ -140,8 +153,12 @@ void printBaseline(const Plan& plan) {
 void printSummary(const Plan& plan, const PlaceTimes& times) {
     const Summary& s = plan.summary;
     const std::string& unit = plan.network.unit;
-    fmt::print("{}: {} requests, protection {}\n", plan.network.name, s.requested,
-               toText(plan.configuration.protection));
+    if (plan.configuration.routing == Routing::SHORTEST_PATH)
+        fmt::print("{}: {} requests on their shortest paths, whatever room there is\n",
+                   plan.network.name, s.requested);
+    else
+        fmt::print("{}: {} requests, protection {}\n", plan.network.name, s.requested,
+                   toText(plan.configuration.protection));
     fmt::print("  {:<14} {} at once, {} again after preemption\n", "placed", s.placed,
                s.replaced);
     fmt::print("  {:<14} {}; preempted and not placed again: {}\n", "refused", s.refused,
@@ -161,6 +178,7 @@ void printSummary(const Plan& plan, const PlaceTimes& times) {
             std::ranges::count_if(
                 plan.demands, [](const PlanDemand& one) { return !one.exposed.empty(); }),
             kindsText(plan.configuration.survive));
+        printReasons("of the LSPs have backups beyond their", beyondLimits(plan));
         fmt::print(
             "  {:<14} {} reserved for backups, {} without sharing ({:.1f} %)\n",
             "sharing", formatBandwidth(s.backupShared, unit),
@@ -173,23 +191,31 @@ void printSummary(const Plan& plan, const PlaceTimes& times) {
     printTimes("protecting", times.protections);
 }
 
-int place(const Files& files, const Shared& shared) {
+void run(Routing routing, const Shared& shared, Plan* plan, PlaceTimes* times) {
+    const std::size_t requests = plan->demands.size();
+    const bool isProtected = plan->configuration.protection != Protection::NONE;
+    if (isProtected && routing != Routing::ADMITTED)
+        throw UserError("--baseline has no backups: leave --protection out");
+    Progress progress(
+        shared, {{"placing", requests}, {"protecting", isProtected ? requests : 0}});
+    const Step step = [&progress] { progress.advance(); };
+    if (routing == Routing::SHORTEST_PATH)
+        runBaseline(plan, step);
+    else
+        runPlan(plan, step, times);
+}
+
+int place(const Options& options, const Shared& shared) {
     const auto [network, demands, findings] =
-        readMatrix(files.network, files.demands, shared);
+        readMatrix(options.network, options.demands, shared);
     Plan plan = newPlan(network, demands.demands,
                         withClassesOf(demands.demands, shared.configuration));
-    if (!files.sets.empty()) plan.failureSets = readFailureSets(files.sets, plan);
+    if (!options.sets.empty()) plan.failureSets = readFailureSets(options.sets, plan);
     PlaceTimes times;
-    {
-        const std::size_t requests = plan.demands.size();
-        const bool isProtected = plan.configuration.protection != Protection::NONE;
-        Progress progress(
-            shared, {{"placing", requests}, {"protecting", isProtected ? requests : 0}});
-        runPlan(
-            &plan, [&progress] { progress.advance(); }, &times);
-    }
-    if (!files.plan.empty()) writeFile(files.plan, planText(plan));
-    if (files.plan == "-") return 0;
+    run(options.routing, shared, &plan, &times);
+    checkPromises(&plan, shared);
+    if (!options.plan.empty()) writeFile(options.plan, planText(plan));
+    if (options.plan == "-") return 0;
     if (shared.json)
         printJson(plan, times, findings, shared);
     else
@@ -202,17 +228,24 @@ int place(const Files& files, const Shared& shared) {
 void addPlace(CLI::App& app, Shared& shared) {
     CLI::App* cmd = app.add_subcommand(
         "place", "Place a traffic matrix request by request, and protect it");
-    auto files = std::make_shared<Files>();
-    cmd->add_option("NETWORK", files->network, "Network file")->required();
-    cmd->add_option("DEMANDS", files->demands,
+    auto options = std::make_shared<Options>();
+    cmd->add_option("NETWORK", options->network, "Network file")->required();
+    cmd->add_option("DEMANDS", options->demands,
                     "Traffic matrix; by default the one in the network file");
-    addOutputFile(*cmd, &files->plan,
+    addOutputFile(*cmd, &options->plan,
                   "Write the plan: network, LSPs and the bandwidth tables of every link");
     addReadingOptions(*cmd, shared);
     addPlacementOptions(*cmd, shared);
     addProtectionOption(*cmd, shared);
     addSurviveOption(*cmd, &shared.configuration);
-    cmd->add_option("--sets", files->sets,
+    addChoice<Routing>(
+        *cmd, "--baseline", &options->routing,
+        {{toText(Routing::SHORTEST_PATH), Routing::SHORTEST_PATH}},
+        "A plan to compare with instead: shortest-path puts every demand on "
+        "its shortest path by the links' metrics, whatever room there is")
+        ->type_name("KIND")
+        ->group("Placement");
+    cmd->add_option("--sets", options->sets,
                     "File of risk groups and other failures to survive")
         ->type_name("FILE")
         ->group("Placement");
@@ -225,14 +258,17 @@ void addPlace(CLI::App& app, Shared& shared) {
         "to survive, stays without backups. Where no backup avoids all that fails at\n"
         "once, the plan notes what the LSP is exposed to. A demand may have its own\n"
         "class, level and limits (see docs/formats.md); a request whose path breaks a\n"
-        "limit is refused.\n"
+        "limit is refused. Backups keep to the limits and colours too where they can;\n"
+        "the plan notes where they do not. In the end all that the plan claims to\n"
+        "survive is failed on paper, and what does not hold is taken back.\n"
         "\n"
         "Examples:\n"
         "  kavril place germany50.xml -o plan.json\n"
         "  kavril place rf1239.graph rf1239.demands --max-demands 1000 \\\n"
         "      --protection local -o plan.json\n"
-        "  kavril place abilene.xml --class voice:0:0.2,data:3:0.8 --order largest");
-    onRun(*cmd, shared, [&shared, files] { return place(*files, shared); });
+        "  kavril place abilene.xml --class voice:0:0.2,data:3:0.8 --order largest\n"
+        "  kavril place germany50.xml --baseline shortest-path -o igp.json");
+    onRun(*cmd, shared, [&shared, options] { return place(*options, shared); });
 }
 
 }  // namespace workbench

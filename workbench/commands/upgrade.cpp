@@ -10,8 +10,9 @@
 #include "commands/class_table.h"
 #include "commands/commands.h"
 #include "commands/failures.h"
+#include "commands/promises.h"
 #include "engine/change.h"
-#include "plan_json.h"
+#include "engine/promises.h"
 
 namespace workbench {
 
@@ -135,7 +136,9 @@ void tryOut(const Plan& plan, Addition* addition, Progress* progress) {
         change.capacities.push_back(
             {link, plan.network.links[link].capacity + addition->added});
     Plan changed = plan;
-    applyChange(&changed, change, [progress] { progress->advance(); });
+    const Step step = [progress] { progress->advance(); };
+    applyChange(&changed, change, step);
+    keepPromises(&changed, step);
     addition->figures = figuresOf(changed, auditShown(changed, progress));
 }
 
@@ -206,7 +209,7 @@ void print(const Plan& plan, const Figures& now, const Cut& cut,
 }
 
 int upgrade(const Options& options, const Shared& shared) {
-    const Plan plan = readPlan(options.plan);
+    const Plan plan = readWorkingPlan(options.plan);
     Figures now;
     Cut cut;
     std::vector<Addition> additions;

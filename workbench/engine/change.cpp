@@ -156,6 +156,7 @@ class Changer {
         demand.outcome = Outcome::PREEMPTED;
         demand.unprotected.clear();
         demand.exposed.clear();
+        demand.beyond.clear();
         demand.reason = endsAtDrained(demand) ? "it ends at a drained node" : reason;
         if (!endsAtDrained(demand)) waiting_.push_back(index);
     }

@@ -1,6 +1,7 @@
 #include "formats/plan_tables.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <numeric>
 
@@ -34,6 +35,10 @@ std::string protectionText(const PlanLsp& lsp, const Plan& plan) {
     if (plan.configuration.protection == Protection::NONE) return "none asked for";
     const std::string& reason = plan.demands[lsp.demand].unprotected;
     return reason.empty() ? "protected" : reason;
+}
+
+std::string joined(const std::vector<std::string>& texts) {
+    return fmt::format("{}", fmt::join(texts, ", "));
 }
 
 std::string limitText(double limit) {
@@ -98,10 +103,10 @@ Table planLsps(const Plan& plan) {
 
 Table planDemands(const Plan& plan) {
     const Network& network = plan.network;
-    Table table{
-        {"src", "dst", withUnit("bandwidth", network.unit), "class", "level", "avoid",
-         "max delay", "max hops", "name", "outcome", "lsp", "reason", "unprotected"},
-        {}};
+    Table table{{"src", "dst", withUnit("bandwidth", network.unit), "class", "level",
+                 "avoid", "max delay", "max hops", "name", "outcome", "lsp", "reason",
+                 "unprotected", "exposed", "backups beyond"},
+                {}};
     for (const PlanDemand& demand : plan.demands)
         table.rows.push_back(
             {network.nodes[demand.src].name, network.nodes[demand.dst].name,
@@ -110,7 +115,8 @@ Table planDemands(const Plan& plan) {
              std::to_string(demand.level), limitText(demand.avoid),
              limitText(demand.maxDelay), limitText(demand.maxHops), demand.name,
              toText(demand.outcome), demand.lsp < 0 ? "" : std::to_string(demand.lsp),
-             demand.reason, demand.unprotected});
+             demand.reason, demand.unprotected, joined(demand.exposed),
+             joined(demand.beyond)});
     return table;
 }
 
