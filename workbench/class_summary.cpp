@@ -34,10 +34,24 @@ void addStretch(const Plan& plan, Sums* all) {
     }
 }
 
+// What the links of a class book for backups, at one level or (-1) at all.
+double bookedForBackups(const std::vector<LinkTables>& booked, int trafficClass,
+                        int level) {
+    double sum = 0.0;
+    for (const LinkTables& link : booked)
+        for (int p = 0; p < kPlanLevels; p++)
+            if (level < 0 || level == p)
+                sum += link.reserved[trafficClass][p] - link.primary[trafficClass][p];
+    return sum;
+}
+
 // Backups are booked at a level of their own. Where those of several levels share it, its
-// cost is theirs in proportion to what they would take alone.
+// cost is theirs in proportion to what they would take alone. What a failure frees of the
+// primaries lowers the cost at their level, to which no backup belongs: that is
+// everybody's in proportion.
 void addBackups(const Plan& plan, const std::vector<LinkTables>& booked, Sums* all) {
-    std::map<Key, std::map<int, double>> alone;
+    std::map<Key, std::map<int, double>>
+        alone;  // by class and level booked, of each level
     for (const PlanLsp& lsp : plan.lsps) {
         if (lsp.kind == LspKind::PRIMARY) continue;
         const double taken = lsp.bandwidth * static_cast<double>(lsp.path.size() - 1);
@@ -45,17 +59,19 @@ void addBackups(const Plan& plan, const std::vector<LinkTables>& booked, Sums* a
         (*all)[{lsp.trafficClass, level}].dedicated += taken;
         alone[{lsp.trafficClass, lsp.level}][level] += taken;
     }
+    std::map<int, double> sums;  // by class
     for (const auto& [cell, byLevel] : alone) {
-        double reserved = 0.0;
-        for (const LinkTables& link : booked)
-            reserved += link.reserved[cell.first][cell.second] -
-                        link.primary[cell.first][cell.second];
+        const double reserved = bookedForBackups(booked, cell.first, cell.second);
+        sums[cell.first] += reserved;
         double taken = 0.0;
         for (const auto& [level, part] : byLevel) taken += part;
         for (const auto& [level, part] : byLevel)
             if (taken > 0.0)
                 (*all)[{cell.first, level}].backup += reserved * part / taken;
     }
+    for (auto& [key, summary] : *all)
+        if (const double sum = sums[key.first]; sum > 0.0)
+            summary.backup *= bookedForBackups(booked, key.first, -1) / sum;
 }
 
 }  // namespace

@@ -48,6 +48,16 @@ class Books:
         return (lsp["id"], demand["name"], demand["src"], demand["dst"], lsp["trafficClass"],
                 lsp["level"], lsp["bandwidth"])
 
+    def stretch(self, path):
+        """Length of a path by metric against the shortest between its ends."""
+        metric = [link.get("metric", 1) for link in self.plan["network"]["links"]]
+        best = {path[0]: 0}
+        for _ in self.names:
+            for link, (a, b) in enumerate(self.links):
+                if a in best:
+                    best[b] = min(best.get(b, float("inf")), best[a] + metric[link])
+        return sum(metric[i] for i in self.hops(path)) / best[path[-1]] if best[path[-1]] else 1
+
     # Failures are (name, links, nodes).
 
     def cables(self):

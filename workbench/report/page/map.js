@@ -63,6 +63,7 @@ export function makeMap(svg, tip, model, pick) {
 
     function lookOf(link) {
         if (view.failed.has(link)) return {kind: "failed", rank: 100, width: 1.5};
+        if (link.drained) return {kind: "drained", rank: -2, width: 1};
         const value = view.shares[link.ind];
         const shown = view.over ? Math.abs(value) >= view.over : true;
         if (!shown) return {kind: "below", rank: -1, width: 0.7};
@@ -98,7 +99,7 @@ export function makeMap(svg, tip, model, pick) {
         const wanted = new Set([...touched, ...picked, ...failed]);
         nodes.attr("class", sizes.radius < 3 ? "nodes dots" : "nodes");
         nodes.selectAll("circle").data(model.nodes).join("circle")
-            .attr("class", (d) => (view.failedNodes.has(d) ? "failed" : touched.has(d) || picked.includes(d) ? "on" : null))
+            .attr("class", (d) => (view.failedNodes.has(d) ? "failed" : d.drained ? "drained" : touched.has(d) || picked.includes(d) ? "on" : null))
             .attr("r", (d) => (wanted.has(d) ? Math.max(3, sizes.radius) : sizes.radius).toFixed(2))
             .attr("cx", (d) => d.px).attr("cy", (d) => d.py);
         const crosses = view.crosses.map((d) => (d.from
@@ -143,6 +144,7 @@ export function makeMap(svg, tip, model, pick) {
     function textOf({link, node}) {
         if (node) return `${degree[node.ind]} links out`;
         if (view.failed.has(link)) return "failed";
+        if (link.drained) return "out of service";
         const value = view.shares[link.ind];
         return view.scale === CHANGES ? `${value > 0 ? "+" : ""}${percent(value)} of its capacity` : percent(value);
     }
