@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <numeric>
 #include <tuple>
 
 #include "audit/audit_json.h"
-#include "audit/routes.h"
 
 namespace workbench {
 
@@ -79,31 +79,19 @@ LspChange changeOf(const Key& key, const State& before, const State& after) {
     return change;
 }
 
-std::vector<double> loadsOf(const Plan& plan, std::size_t cells) {
-    std::vector<std::string> problems;
-    const Routes routes(plan, &problems);
-    std::vector<double> loads(cells, 0.0);
-    const std::size_t classes = plan.configuration.classes.size();
-    for (const Route& route : routes.all())
-        if (route.lsp->kind == LspKind::PRIMARY)
-            for (int link : route.links)
-                loads[link * classes + route.lsp->trafficClass] += route.lsp->bandwidth;
-    return loads;
-}
-
 using Links = std::map<std::pair<std::string, std::string>, LinkChange>;
 
 // Its worst loads become those of one side of the comparison.
 void addLinks(const Plan& plan, const AuditResult& result, bool isAfter, Links* links) {
-    const std::vector<double> loads = loadsOf(plan, result.worst.size());
-    for (std::size_t cell = 0; cell < result.worst.size(); cell++) {
-        const Load& worst = result.worst[cell].load;
+    for (const auto& [worst, failure] : result.worst) {
+        const LevelTable& booked = result.booked[worst.link].primary[worst.trafficClass];
+        const double load = std::accumulate(booked.begin(), booked.end(), 0.0);
         const std::string name = linkName(plan.network, worst.link);
         const std::string& oa = classOf(plan, worst.trafficClass);
         LinkChange& link = (*links)[{name, oa}];
         link.link = name;
         link.trafficClass = oa;
-        (isAfter ? link.after : link.before) = loads[cell];
+        (isAfter ? link.after : link.before) = load;
         (isAfter ? link.worstAfter : link.worstBefore) = worst.bandwidth;
         (isAfter ? link.capacityAfter : link.capacityBefore) = worst.capacity;
     }
