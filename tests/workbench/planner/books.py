@@ -160,6 +160,11 @@ class Books:
                 wrong.append(f"LSP {lsp['id']} is not its demand's")
             if demand.get("route") and demand["route"] != lsp["path"]:
                 wrong.append(f"LSP {lsp['id']} is not on its route")
+            limit = demand.get("maxHops", len(self.links))
+            ways = [self.way(lsp, {link}) for link in self.hops(lsp["path"])]
+            if len(lsp["path"]) > limit + 1 or ("hops" in demand.get("beyond", [])) != any(
+                    way is not None and len(way) > limit for way in ways):
+                wrong.append(f"LSP {lsp['id']} or its backups break the limit of {limit} links")
         up = {lsp["id"] for lsp in self.primaries}
         wrong += [f"{d['name']} has no LSP" for d in self.demands
                   if d["lsp"] >= 0 and d["lsp"] not in up]
