@@ -86,11 +86,13 @@ void addReport(CLI::App& app, Shared& shared) {
         "The page is one file and needs no network: a map, failures and LSPs to pick,\n"
         "utilisation, tables to filter and to save as CSV. Its figures of failures are\n"
         "those of kavril audit. With an earlier plan it shows which LSPs have moved,\n"
-        "come or gone, and what that does to every link and in the worst failure.\n"
+        "come or gone, and what that does to every link and in the worst failure. With\n"
+        "probabilities of failures it tells how much of the time traffic is up.\n"
         "\n"
         "Examples:\n"
         "  kavril report plan.json -o report.html\n"
-        "  kavril report better.json --before plan.json -o report.html");
+        "  kavril report better.json --before plan.json -o report.html\n"
+        "  kavril report plan.json --mtbf cable=8000 --mttr cable=6 -o report.html");
     onRun(*cmd, shared, [&shared, options] { return report(*options, shared); });
 }
 

@@ -3,7 +3,7 @@
 // map is zoomed. Links of one look are one path: thousands of them stay quick.
 import {extent, group, median, pointer, zoom, zoomIdentity} from "d3";
 import {add, percent} from "./format.js";
-import {placeNames} from "./labels.js";
+import {MARK, placeNames} from "./labels.js";
 import {CHANGES} from "./scale.js";
 
 const MARGIN = 30;
@@ -105,8 +105,8 @@ export function makeMap(svg, tip, model, pick) {
         const crosses = view.crosses.map((d) => (d.from
             ? [(d.from.px + d.to.px) / 2, (d.from.py + d.to.py) / 2] : [d.px, d.py]));
         marks.selectAll("path").data(crosses).join("path")
-            .attr("d", ([x, y]) => `M${x - 6},${y - 6}l12,12m0,-12l-12,12`);
-        names.selectAll("text").data(placeNames(byDegree, sizes.radius, size, wanted), (d) => d.node.ind).join("text")
+            .attr("d", ([x, y]) => `M${x - MARK},${y - MARK}l${2 * MARK},${2 * MARK}m0,${-2 * MARK}l${-2 * MARK},${2 * MARK}`);
+        names.selectAll("text").data(placeNames(byDegree, sizes.radius, size, wanted, crosses), (d) => d.node.ind).join("text")
             .text((d) => d.node.name)
             .attr("class", (d) => (wanted.has(d.node) ? "wanted" : null))
             .attr("text-anchor", (d) => d.anchor)
