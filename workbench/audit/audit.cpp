@@ -58,6 +58,12 @@ AuditResult audit(const Plan& plan, const std::vector<FailureSet>& failures,
     return result;
 }
 
+Stretch stretchOf(const Failure& failure) {
+    Stretch stretch;
+    for (const Restored& one : failure.restored) stretch.add(one.lsp, one.stretch);
+    return stretch;
+}
+
 const char* toText(LossCause cause) {
     switch (cause) {
         case LossCause::ENDS_HERE:

@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "graph/shortest.h"
 #include "plan.h"
 
 namespace workbench {
@@ -33,6 +34,7 @@ enum class LossCause {
 struct Restored {
     int lsp = 0;               // a primary
     std::vector<int> backups;  // in the order in which the traffic takes them
+    double stretch = 1.0;      // of its way then
 };
 
 struct Lost {
@@ -67,6 +69,9 @@ struct Failure {
     Load fullest;                    // after the switch to the backups; link -1: no load
     std::vector<Load> overloads;     // links above their capacity
 };
+
+// Of what is restored.
+Stretch stretchOf(const Failure& failure);
 
 // A cell of the plan's tables that is not what its LSPs give.
 struct CellDifference {

@@ -57,7 +57,8 @@ json toJson(const std::vector<Load>& loads) {
 json toJson(const Failure& failure) {
     json restored = json::array();
     for (const Restored& one : failure.restored)
-        restored.push_back({{"lsp", one.lsp}, {"backups", one.backups}});
+        restored.push_back(
+            {{"lsp", one.lsp}, {"backups", one.backups}, {"stretch", one.stretch}});
     json lost = json::array();
     for (const Lost& one : failure.lost)
         lost.push_back(

@@ -131,11 +131,12 @@ void printFates(const AuditResult& result, const Verdict& verdict, const Plan& p
 }
 
 void printFailures(const AuditResult& result, const Plan& plan) {
-    fmt::print("  {:<40} {:>5} {:>8} {:>5} {:>14}   fullest\n", "failure", "hit",
-               "restored", "lost", "bandwidth");
+    fmt::print("  {:<40} {:>5} {:>8} {:<16} {:>5} {:>14}   fullest\n", "failure", "hit",
+               "restored", " stretch", "lost", "bandwidth");
     for (const Failure& failure : result.failures)
-        fmt::print("  {:<40} {:>5} {:>8} {:>5} {:>14}   {}\n", nameOf(failure.set),
-                   failure.hit.size(), failure.restored.size(), failure.lost.size(),
+        fmt::print("  {:<40} {:>5} {:>8}  {:<15} {:>5} {:>14}   {}\n",
+                   nameOf(failure.set), failure.hit.size(), failure.restored.size(),
+                   stretchText(stretchOf(failure)), failure.lost.size(),
                    formatBandwidth(failure.bandwidthLost + failure.bandwidthEndsHere,
                                    plan.network.unit),
                    text(failure.fullest, plan));
@@ -154,7 +155,8 @@ void printLinks(const AuditResult& result, const Plan& plan) {
 void printCase(const Failure& failure, const Plan& plan) {
     std::map<int, std::string> outcomes;
     for (const Restored& one : failure.restored)
-        outcomes[one.lsp] = fmt::format("restored by {}", fmt::join(one.backups, ", "));
+        outcomes[one.lsp] = fmt::format("restored by {}, stretch {:.2f}",
+                                        fmt::join(one.backups, ", "), one.stretch);
     for (const Lost& one : failure.lost)
         outcomes[one.lsp] = fmt::format("lost, {}", one.reason);
     for (const PlanLsp& lsp : plan.lsps)

@@ -29,8 +29,8 @@ struct ExportOptions {
 // Every single failure, as kavril audit tells it.
 Table planFailures(const Plan& plan, const Shared& shared) {
     Table table{
-        {"kind", "name", "hit", "restored", "lost", withUnit("lost", plan.network.unit),
-         "overloads", "fullest", "fullest %"},
+        {"kind", "name", "hit", "restored", "restored stretch", "lost",
+         withUnit("lost", plan.network.unit), "overloads", "fullest", "fullest %"},
         {}};
     std::unordered_map<int, double> bandwidths;
     for (const PlanLsp& lsp : plan.lsps) bandwidths[lsp.id] = lsp.bandwidth;
@@ -43,6 +43,8 @@ Table planFailures(const Plan& plan, const Shared& shared) {
         table.rows.push_back(
             {toText(failure.set.kind), failure.set.name,
              std::to_string(failure.hit.size()), std::to_string(failure.restored.size()),
+             failure.restored.empty() ? ""
+                                      : fmt::format("{:.4f}", stretchOf(failure).mean()),
              std::to_string(failure.lost.size()), numberText(lost),
              std::to_string(failure.overloads.size()),
              fullest.link < 0 ? "" : linkName(plan.network, fullest.link),

@@ -59,10 +59,21 @@ double ShortestPaths::lengthOf(const std::vector<int>& path) const {
     return length;
 }
 
+double ShortestPaths::against(int src, int dst, double length) {
+    const double shortest = treeFrom(src).lengths[dst];
+    return shortest > 0.0 ? length / shortest : 1.0;
+}
+
 double ShortestPaths::stretch(const std::vector<int>& path) {
     if (path.empty()) return 1.0;
-    const double shortest = treeFrom(path.front()).lengths[path.back()];
-    return shortest > 0.0 ? lengthOf(path) / shortest : 1.0;
+    return against(path.front(), path.back(), lengthOf(path));
+}
+
+double ShortestPaths::stretchOver(const std::vector<int>& links) {
+    double length = 0.0;
+    for (const int link : links) length += lengths_[link];
+    return against(network_.links[links.front()].src, network_.links[links.back()].dst,
+                   length);
 }
 
 std::vector<double> metricsOf(const Network& network) {

@@ -31,6 +31,8 @@ class ShortestPaths {
 
     // Length of a path against the shortest between its ends; 1 is as short as can be.
     double stretch(const std::vector<int>& path);
+    // The same of a path that is named by its links, one at least.
+    double stretchOver(const std::vector<int>& links);
 
   private:
     // Length of the shortest path to every node, and its last link, -1 where there is
@@ -41,6 +43,7 @@ class ShortestPaths {
     };
     const Tree& treeFrom(int src);
     double lengthOf(const std::vector<int>& path) const;
+    double against(int src, int dst, double length);
 
     const Network& network_;
     std::vector<std::vector<int>> out_;  // links, by node

@@ -25,6 +25,7 @@ class Books:
             for link in self.hops(lsp["path"]):
                 self.crossing[link].append(at)
                 self.base[link, lsp["trafficClass"]] += lsp["bandwidth"]
+        self.shortest = {}  # lengths by source
         self.backups = collections.defaultdict(list)
         for lsp in self.plan["lsps"]:
             if lsp["kind"] != "primary":
@@ -51,8 +52,8 @@ class Books:
     def stretch(self, path):
         """Length of a path by metric against the shortest between its ends."""
         metric = [link.get("metric", 1) for link in self.plan["network"]["links"]]
-        best = {path[0]: 0}
-        for _ in self.names:
+        best = self.shortest.setdefault(path[0], {path[0]: 0})
+        for _ in self.names if len(best) == 1 else ():
             for link, (a, b) in enumerate(self.links):
                 if a in best:
                     best[b] = min(best.get(b, float("inf")), best[a] + metric[link])

@@ -90,6 +90,11 @@ class Planner(unittest.TestCase):
                 for failure, (_, links, nodes) in zip(said["failures"], sets):
                     loads, lost, ends = books.fail(links, nodes)
                     ever |= lost
+                    for one in failure["restored"]:
+                        down = links | {i for i, ends in enumerate(books.links) if set(ends) & nodes}
+                        way = [books.links[i] for i in books.way(books.lsps[one["lsp"]], down)]
+                        self.assertAlmostEqual(one["stretch"], books.stretch(
+                            [way[0][0], *(hop[1] for hop in way)]), 9)
                     self.assertEqual(sorted(lost | ends), [one["lsp"] for one in failure["lost"]])
                     self.assertAlmostEqual(
                         failure["bandwidthLost"], sum(books.lsps[i]["bandwidth"] for i in lost), 5)
