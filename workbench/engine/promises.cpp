@@ -79,6 +79,7 @@ class Correction {
                 }
         }
         for (const Route* route : leastOf(std::move(routes), load)) {
+            if (down_.contains(route->lsp->id)) continue;
             if (!bare_.insert(route->lsp->id).second) continue;
             takenBack_->backups++;
             PlanDemand& demand = demandOf(*route);
