@@ -208,6 +208,15 @@ Request requestFor(const Engine& engine, const PlanDemand& demand, int index) {
     return request;
 }
 
+void noteTakenDown(PlanDemand* demand, const std::string& reason) {
+    demand->lsp = -1;
+    demand->outcome = Outcome::PREEMPTED;
+    demand->reason = reason;
+    demand->unprotected.clear();
+    demand->exposed.clear();
+    demand->beyond.clear();
+}
+
 void protectDemand(Engine* engine, PlanDemand* demand) {
     const Protection protection = engine->configuration().protection;
     const PathLimits limits = {

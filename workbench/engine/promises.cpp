@@ -55,13 +55,8 @@ class Correction {
         for (const Route* route : leastOf(std::move(routes), load)) {
             if (!down_.insert(route->lsp->id).second) continue;
             takenBack_->lsps++;
-            PlanDemand& demand = demandOf(*route);
-            demand.lsp = -1;
-            demand.outcome = Outcome::PREEMPTED;
-            demand.reason = linkName(plan_->network, load.link) + " has no room";
-            demand.unprotected.clear();
-            demand.exposed.clear();
-            demand.beyond.clear();
+            noteTakenDown(&demandOf(*route),
+                          linkName(plan_->network, load.link) + " has no room");
         }
     }
 
