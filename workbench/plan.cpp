@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 #include <numeric>
-#include <tuple>
 
 namespace workbench {
 
@@ -80,50 +78,6 @@ Summary summarise(const Plan& plan) {
     return summary;
 }
 
-std::vector<ClassSummary> classSummaries(const Plan& plan) {
-    std::map<std::pair<int, int>, ClassSummary> all;
-    const bool wanted = plan.configuration.protection != Protection::NONE;
-    for (const PlanDemand& demand : plan.demands) {
-        ClassSummary& sums = all[{demand.trafficClass, demand.level}];
-        sums.requested++;
-        sums.offered += demand.bandwidth;
-        if (demand.lsp < 0) continue;
-        sums.placed++;
-        sums.carried += demand.bandwidth;
-        if (!wanted || !demand.unprotected.empty()) continue;
-        sums.isProtected++;
-        sums.carriedProtected += demand.bandwidth;
-    }
-    // Backups are booked at a level of their own. Where those of several levels share it,
-    // its cost is theirs in proportion to what they would take alone.
-    std::map<std::pair<int, int>, std::map<int, double>> alone;
-    for (const PlanLsp& lsp : plan.lsps) {
-        if (lsp.kind == LspKind::PRIMARY) continue;
-        const double taken = lsp.bandwidth * static_cast<double>(lsp.path.size() - 1);
-        const int level = plan.demands[lsp.demand].level;
-        all[{lsp.trafficClass, level}].dedicated += taken;
-        alone[{lsp.trafficClass, lsp.level}][level] += taken;
-    }
-    for (const auto& [cell, byLevel] : alone) {
-        double reserved = 0.0;
-        for (const LinkTables& link : plan.links)
-            reserved += link.reserved[cell.first][cell.second] -
-                        link.primary[cell.first][cell.second];
-        double taken = 0.0;
-        for (const auto& [level, part] : byLevel) taken += part;
-        for (const auto& [level, part] : byLevel)
-            if (taken > 0.0) all[{cell.first, level}].backup += reserved * part / taken;
-    }
-    std::vector<ClassSummary> list;
-    for (auto& [key, sums] : all) {
-        std::tie(sums.trafficClass, sums.level) = key;
-        for (const LinkTables& link : plan.links)
-            sums.primary += link.primary[key.first][key.second];
-        list.push_back(sums);
-    }
-    return list;
-}
-
 const char* toText(Protection protection) {
     switch (protection) {
         case Protection::LOCAL:
@@ -134,6 +88,10 @@ const char* toText(Protection protection) {
             break;
     }
     return "none";
+}
+
+const char* toText(Routing routing) {
+    return routing == Routing::SHORTEST_PATH ? "shortest-path" : "admitted";
 }
 
 const char* toText(Order order) {

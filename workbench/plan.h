@@ -47,6 +47,10 @@ struct FailureSet {
 enum class Protection { NONE, LOCAL, GLOBAL };
 enum class Order { GIVEN, LARGEST, SHUFFLED };
 
+// How LSPs get their paths: asked for one by one and admitted where there is room, or all
+// on the shortest by the links' metrics, as a plan to compare with that promises no room.
+enum class Routing { ADMITTED, SHORTEST_PATH };
+
 struct Configuration {
     std::vector<TrafficClass> classes = {{"default", 1.0}};
     std::vector<TrafficPart> parts = {{0, 0, 1.0}};
@@ -54,6 +58,7 @@ struct Configuration {
     Protection protection = Protection::NONE;
     // Failures that backups are to survive, besides that of single links.
     std::vector<FailureKind> survive = {FailureKind::CABLE, FailureKind::NODE};
+    Routing routing = Routing::ADMITTED;
     Order order = Order::GIVEN;
     bool preempt = true;
     double scale = 1.0;      // of every demand
@@ -86,6 +91,8 @@ struct PlanDemand {
     // Of the failures to survive, those that its backups do not cover, by name.
     std::vector<std::string> exposed = {};
     std::vector<int> route = {};  // nodes that it must take; empty: any
+    // What its primary keeps to and its backups do not: "colours", "delay", "hops".
+    std::vector<std::string> beyond = {};
 };
 
 enum class LspKind { PRIMARY, LOCAL_BACKUP, GLOBAL_BACKUP };
@@ -171,28 +178,11 @@ int usualLevel(const Configuration& configuration, int trafficClass);
 // The figures of a plan, from its demands, LSPs and tables.
 Summary summarise(const Plan& plan);
 
-// What the demands of one class and level got, and what protecting them costs.
-struct ClassSummary {
-    int trafficClass = 0;
-    int level = 0;
-    int requested = 0;
-    int placed = 0;
-    int isProtected = 0;
-    double offered = 0.0;  // bandwidth
-    double carried = 0.0;
-    double carriedProtected = 0.0;
-    double primary = 0.0;    // booked by primaries, summed over links
-    double backup = 0.0;     // reserved for backups, summed over links
-    double dedicated = 0.0;  // what the backups would take without sharing
-};
-
-// Of every class and level that has demands, by class and then by level.
-std::vector<ClassSummary> classSummaries(const Plan& plan);
-
 // Mean, 95th percentile (nearest rank) and maximum.
 Shares sharesOf(std::vector<double> shares);
 
 const char* toText(Protection protection);
+const char* toText(Routing routing);
 const char* toText(Order order);
 const char* toText(Outcome outcome);
 const char* toText(LspKind kind);

@@ -56,6 +56,13 @@ void from_json(const json& from, Protection& to) {
     enumFromJson(from, {Protection::NONE, Protection::LOCAL, Protection::GLOBAL}, &to);
 }
 
+void to_json(json& to, const Routing& from) {
+    to = toText(from);
+}
+void from_json(const json& from, Routing& to) {
+    enumFromJson(from, {Routing::ADMITTED, Routing::SHORTEST_PATH}, &to);
+}
+
 void to_json(json& to, const Order& from) {
     to = toText(from);
 }
@@ -151,6 +158,7 @@ void to_json(json& to, const Configuration& from) {
           {"survive", from.survive},       {"order", from.order},
           {"preempt", from.preempt},       {"scale", from.scale},
           {"maxDemands", from.maxDemands}, {"seed", from.seed}};
+    if (from.routing != Routing::ADMITTED) to["routing"] = from.routing;
 }
 void from_json(const json& from, Configuration& to) {
     from.at("classes").get_to(to.classes);
@@ -159,6 +167,7 @@ void from_json(const json& from, Configuration& to) {
     from.at("protection").get_to(to.protection);
     to.survive.clear();
     getIfThere(from, "survive", &to.survive);
+    getIfThere(from, "routing", &to.routing);
     from.at("order").get_to(to.order);
     from.at("preempt").get_to(to.preempt);
     from.at("scale").get_to(to.scale);
@@ -178,6 +187,7 @@ void to_json(json& to, const PlanDemand& from) {
     if (from.maxHops > 0) to["maxHops"] = from.maxHops;
     if (!from.exposed.empty()) to["exposed"] = from.exposed;
     if (!from.route.empty()) to["route"] = from.route;
+    if (!from.beyond.empty()) to["beyond"] = from.beyond;
 }
 void from_json(const json& from, PlanDemand& to) {
     from.at("name").get_to(to.name);
@@ -195,6 +205,7 @@ void from_json(const json& from, PlanDemand& to) {
     to.maxHops = from.value("maxHops", 0);
     getIfThere(from, "exposed", &to.exposed);
     getIfThere(from, "route", &to.route);
+    getIfThere(from, "beyond", &to.beyond);
 }
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(PlanLsp, id, demand, kind, primary, path, trafficClass,
                                    level, bandwidth, protectedLinks, protectedNodes)
@@ -323,7 +334,8 @@ class PlanReader {
         const std::size_t links = plan.network.links.size();
         for (std::size_t i = 0; i < plan.lsps.size(); i++) {
             const PlanLsp& lsp = plan.lsps[i];
-            bool holds = lsp.id >= 0 && !lsp.path.empty() && isIndex(lsp.demand, plan.demands.size()) &&
+            bool holds = lsp.id >= 0 && !lsp.path.empty() &&
+                         isIndex(lsp.demand, plan.demands.size()) &&
                          isIndex(lsp.trafficClass, plan.configuration.classes.size()) &&
                          isIndex(lsp.level, kPlanLevels) && isBandwidth(lsp.bandwidth);
             holds = holds && areIndexes(lsp.path, nodes) &&
@@ -378,8 +390,7 @@ std::string planText(const Plan& plan) {
                        ",\n\"summary\": " + json(plan.summary).dump() +
                        ",\n\"configuration\": " + json(plan.configuration).dump() +
                        ",\n\"network\": " + toJson(plan.network).dump();
-    if (plan.drained != Drained())
-        text += ",\n\"drained\": " + json(plan.drained).dump();
+    if (plan.drained != Drained()) text += ",\n\"drained\": " + json(plan.drained).dump();
     if (!plan.failureSets.empty()) appendList("failureSets", plan.failureSets, &text);
     appendList("demands", plan.demands, &text);
     appendList("lsps", plan.lsps, &text);

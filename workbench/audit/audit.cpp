@@ -1,7 +1,6 @@
 #include "audit/audit.h"
 
 #include "audit/drill.h"
-#include "audit/failure_sets.h"
 #include "audit/recompute.h"
 #include "audit/routes.h"
 
@@ -35,17 +34,15 @@ void count(const Failure& failure, AuditResult* result) {
 }  // namespace
 
 bool AuditResult::isClean() const {
-    return problems.empty() && overloads.empty() && lostBroken == 0 &&
-           overloadedClaimed == 0 && tables.differing.empty();
-}
-
-AuditResult audit(const Plan& plan) {
-    return audit(plan, failuresOf(plan, {FailureKind::CABLE, FailureKind::NODE}));
+    const bool hasRoom = overloads.empty() && overloadedClaimed == 0;
+    return problems.empty() && (hasRoom || !isRoomPromised) && lostBroken == 0 &&
+           tables.differing.empty();
 }
 
 AuditResult audit(const Plan& plan, const std::vector<FailureSet>& failures,
                   const std::function<void()>& step) {
     AuditResult result;
+    result.isRoomPromised = plan.configuration.routing == Routing::ADMITTED;
     const Routes routes(plan, &result.problems);
     Drill drill(plan, routes);
     result.fullest = drill.fullest();
@@ -56,8 +53,15 @@ AuditResult audit(const Plan& plan, const std::vector<FailureSet>& failures,
         if (step) step();
     }
     result.worst = drill.worst();
-    result.tables = checkTables(plan, recomputeTables(plan, routes));
+    result.booked = recomputeTables(plan, routes);
+    result.tables = checkTables(plan, result.booked);
     return result;
+}
+
+Stretch stretchOf(const Failure& failure) {
+    Stretch stretch;
+    for (const Restored& one : failure.restored) stretch.add(one.lsp, one.stretch);
+    return stretch;
 }
 
 const char* toText(LossCause cause) {

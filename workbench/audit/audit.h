@@ -8,13 +8,15 @@
 // cables and nodes unless told otherwise, and single links always. A primary without a
 // note that it is unprotected is promised to survive all of these but the ones that it is
 // noted to be exposed to. Losing a promised LSP is a broken promise. An LSP that starts
-// or ends at a failed node is lost, but no protection could help it.
+// or ends at a failed node is lost, but no protection could help it. A baseline promises
+// nothing.
 #pragma once
 
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "graph/shortest.h"
 #include "plan.h"
 
 namespace workbench {
@@ -32,6 +34,7 @@ enum class LossCause {
 struct Restored {
     int lsp = 0;               // a primary
     std::vector<int> backups;  // in the order in which the traffic takes them
+    double stretch = 1.0;      // of its way then
 };
 
 struct Lost {
@@ -67,6 +70,9 @@ struct Failure {
     std::vector<Load> overloads;     // links above their capacity
 };
 
+// Of what is restored.
+Stretch stretchOf(const Failure& failure);
+
 // A cell of the plan's tables that is not what its LSPs give.
 struct CellDifference {
     int link = 0;
@@ -92,7 +98,8 @@ struct AuditResult {
     std::vector<Failure> failures;
     std::vector<WorstLoad> worst;  // by link * classes + class, over all failures
     TableCheck tables;
-    std::size_t hit = 0;  // sums over all failures
+    std::vector<LinkTables> booked;  // what the links book for the LSPs
+    std::size_t hit = 0;             // sums over all failures
     std::size_t restored = 0;
     std::size_t lostEndsHere = 0;
     std::size_t lostUnprotected = 0;
@@ -100,14 +107,13 @@ struct AuditResult {
     std::size_t lostBroken = 0;
     std::size_t overloadedFailures = 0;
     std::size_t overloadedClaimed = 0;  // of a kind that backups are to survive
+    bool isRoomPromised = true;         // not by a baseline
 
     // No promise broken, no link overloaded where the plan says that there is room,
     // tables and LSPs in order.
     bool isClean() const;
 };
 
-// Cables and nodes unless told otherwise.
-AuditResult audit(const Plan& plan);
 // `step` is called after every failure.
 AuditResult audit(const Plan& plan, const std::vector<FailureSet>& failures,
                   const std::function<void()>& step = {});

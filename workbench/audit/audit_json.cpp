@@ -13,6 +13,39 @@ json toJson(const Load& load) {
             {"share", load.share()}};
 }
 
+json toJson(const Fate& fate) {
+    json out = {{"requested", fate.requested},
+                {"carried", fate.carried},
+                {"protected", fate.isProtected},
+                {"bandwidthRequested", fate.bandwidthRequested},
+                {"bandwidthCarried", fate.bandwidthCarried},
+                {"bandwidthProtected", fate.bandwidthProtected},
+                {"bandwidthBackups", fate.bandwidthBackups},
+                {"booked", fate.booked},
+                {"reserved", fate.reserved},
+                {"stretchMean", fate.stretch.mean()},
+                {"stretchMaximum", fate.stretch.maximum},
+                {"worstLost", fate.worstLost},
+                {"worstFailure", fate.worstFailure}};
+    if (fate.lowestAvailability) out["lowestAvailability"] = *fate.lowestAvailability;
+    if (fate.meanAvailability) out["meanAvailability"] = *fate.meanAvailability;
+    return out;
+}
+
+json toJson(const Fate& fate, const Plan& plan) {
+    json out = toJson(fate);
+    if (fate.trafficClass >= 0)
+        out["trafficClass"] = plan.configuration.classes[fate.trafficClass].name;
+    if (fate.level >= 0) out["level"] = fate.level;
+    return out;
+}
+
+json toJson(const std::vector<Fate>& fates, const Plan& plan) {
+    json all = json::array();
+    for (const Fate& fate : fates) all.push_back(toJson(fate, plan));
+    return all;
+}
+
 namespace {
 
 json toJson(const std::vector<Load>& loads) {
@@ -24,7 +57,8 @@ json toJson(const std::vector<Load>& loads) {
 json toJson(const Failure& failure) {
     json restored = json::array();
     for (const Restored& one : failure.restored)
-        restored.push_back({{"lsp", one.lsp}, {"backups", one.backups}});
+        restored.push_back(
+            {{"lsp", one.lsp}, {"backups", one.backups}, {"stretch", one.stretch}});
     json lost = json::array();
     for (const Lost& one : failure.lost)
         lost.push_back(
@@ -45,33 +79,12 @@ json toJson(const Failure& failure) {
     return out;
 }
 
-json toJson(const Fate& fate, const Plan& plan) {
-    json out = {{"requested", fate.requested},
-                {"carried", fate.carried},
-                {"protected", fate.isProtected},
-                {"bandwidthRequested", fate.bandwidthRequested},
-                {"bandwidthCarried", fate.bandwidthCarried},
-                {"bandwidthProtected", fate.bandwidthProtected},
-                {"bandwidthBackups", fate.bandwidthBackups},
-                {"worstLost", fate.worstLost},
-                {"worstFailure", fate.worstFailure}};
-    if (fate.trafficClass >= 0)
-        out["trafficClass"] = plan.configuration.classes[fate.trafficClass].name;
-    if (fate.level >= 0) out["level"] = fate.level;
-    if (fate.lowestAvailability) out["lowestAvailability"] = *fate.lowestAvailability;
-    if (fate.meanAvailability) out["meanAvailability"] = *fate.meanAvailability;
-    return out;
-}
-
 json toJson(const Verdict& verdict, const Plan& plan) {
-    json out = {{"all", toJson(verdict.all, plan)},
-                {"classes", json::array()},
-                {"levels", json::array()},
-                {"worstLoad", verdict.worstLoad},
-                {"overloads", verdict.overloads}};
-    for (const Fate& fate : verdict.classes) out["classes"].push_back(toJson(fate, plan));
-    for (const Fate& fate : verdict.levels) out["levels"].push_back(toJson(fate, plan));
-    return out;
+    return {{"all", toJson(verdict.all, plan)},
+            {"classes", toJson(verdict.classes, plan)},
+            {"levels", toJson(verdict.levels, plan)},
+            {"worstLoad", verdict.worstLoad},
+            {"overloads", verdict.overloads}};
 }
 
 json availabilityOf(const Plan& plan, const AuditResult& result) {

@@ -1,12 +1,12 @@
 #include "audit/diff.h"
 
-#include <cmath>
 #include <algorithm>
+#include <cmath>
 #include <map>
+#include <numeric>
 #include <tuple>
 
-#include "audit/routes.h"
-#include "audit/verdict.h"
+#include "audit/audit_json.h"
 
 namespace workbench {
 
@@ -19,6 +19,7 @@ struct State {
     const PlanDemand* demand = nullptr;
     const PlanLsp* lsp = nullptr;
     std::vector<std::string> path;
+    double stretch = 0.0;
 };
 
 using Key = std::tuple<std::string, std::string, std::string, std::string, int, int>;
@@ -30,6 +31,7 @@ const std::string& classOf(const Plan& plan, int trafficClass) {
 std::map<Key, State> statesOf(const Plan& plan) {
     std::map<int, const PlanLsp*> lspOf;
     for (const PlanLsp& lsp : plan.lsps) lspOf[lsp.id] = &lsp;
+    ShortestPaths shortest(plan.network);
     std::map<Key, int> seen;
     std::map<Key, State> states;
     for (const PlanDemand& demand : plan.demands) {
@@ -45,6 +47,7 @@ std::map<Key, State> statesOf(const Plan& plan) {
         const auto lsp = lspOf.find(demand.lsp);
         if (lsp == lspOf.end()) continue;
         state.lsp = lsp->second;
+        state.stretch = shortest.stretch(state.lsp->path);
         for (int node : state.lsp->path)
             state.path.push_back(plan.network.nodes[node].name);
     }
@@ -68,64 +71,27 @@ LspChange changeOf(const Key& key, const State& before, const State& after) {
     change.lspAfter = after.lsp == nullptr ? -1 : after.lsp->id;
     change.before = before.path;
     change.after = after.path;
+    change.stretchBefore = before.stretch;
+    change.stretchAfter = after.stretch;
     if (after.demand != nullptr)
         change.reason =
             after.lsp == nullptr ? after.demand->reason : after.demand->unprotected;
     return change;
 }
 
-void compareLsps(const Plan& before, const Plan& after, PlanDiff* diff) {
-    const auto first = statesOf(before);
-    const auto second = statesOf(after);
-    std::map<Key, State> all = first;
-    all.insert(second.begin(), second.end());
-    const State none;
-    for (const auto& [key, ignored] : all) {
-        const auto a = first.find(key);
-        const auto b = second.find(key);
-        const State& was = a == first.end() ? none : a->second;
-        const State& is = b == second.end() ? none : b->second;
-        if (was.lsp == nullptr && is.lsp == nullptr) continue;
-        const LspChange change = changeOf(key, was, is);
-        if (was.lsp == nullptr)
-            diff->gained.push_back(change);
-        else if (is.lsp == nullptr)
-            diff->lost.push_back(change);
-        else if (was.path != is.path)
-            diff->moved.push_back(change);
-        if (was.lsp == nullptr || is.lsp == nullptr) continue;
-        if (isProtected(before, was) && !isProtected(after, is))
-            diff->unprotected.push_back(change);
-        if (!isProtected(before, was) && isProtected(after, is))
-            diff->isProtected.push_back(change);
-    }
-}
-
-std::vector<double> loadsOf(const Plan& plan, std::size_t cells) {
-    std::vector<std::string> problems;
-    const Routes routes(plan, &problems);
-    std::vector<double> loads(cells, 0.0);
-    const std::size_t classes = plan.configuration.classes.size();
-    for (const Route& route : routes.all())
-        if (route.lsp->kind == LspKind::PRIMARY)
-            for (int link : route.links)
-                loads[link * classes + route.lsp->trafficClass] += route.lsp->bandwidth;
-    return loads;
-}
-
 using Links = std::map<std::pair<std::string, std::string>, LinkChange>;
 
 // Its worst loads become those of one side of the comparison.
 void addLinks(const Plan& plan, const AuditResult& result, bool isAfter, Links* links) {
-    const std::vector<double> loads = loadsOf(plan, result.worst.size());
-    for (std::size_t cell = 0; cell < result.worst.size(); cell++) {
-        const Load& worst = result.worst[cell].load;
+    for (const auto& [worst, failure] : result.worst) {
+        const LevelTable& booked = result.booked[worst.link].primary[worst.trafficClass];
+        const double load = std::accumulate(booked.begin(), booked.end(), 0.0);
         const std::string name = linkName(plan.network, worst.link);
         const std::string& oa = classOf(plan, worst.trafficClass);
         LinkChange& link = (*links)[{name, oa}];
         link.link = name;
         link.trafficClass = oa;
-        (isAfter ? link.after : link.before) = loads[cell];
+        (isAfter ? link.after : link.before) = load;
         (isAfter ? link.worstAfter : link.worstBefore) = worst.bandwidth;
         (isAfter ? link.capacityAfter : link.capacityBefore) = worst.capacity;
     }
@@ -135,8 +101,7 @@ bool differ(double a, double b, double scale) {
     return std::abs(a - b) > kRounding * scale;
 }
 
-PlanFigures figuresOf(const Plan& plan, const AuditResult& result) {
-    const Verdict verdict = verdictOf(plan, result);
+PlanFigures figuresOf(const Verdict& verdict, const AuditResult& result) {
     PlanFigures figures;
     figures.carried = verdict.all.bandwidthCarried;
     figures.isProtected = verdict.all.bandwidthProtected;
@@ -146,6 +111,27 @@ PlanFigures figuresOf(const Plan& plan, const AuditResult& result) {
     figures.worstLoad = verdict.worstLoad;
     figures.overloads = verdict.overloads;
     return figures;
+}
+
+std::vector<LevelChange> compareLevels(const Plan& before, const Verdict& first,
+                                       const Plan& after, const Verdict& second) {
+    std::map<std::pair<std::string, int>, LevelChange> levels;
+    const auto add = [&](const Plan& plan, const Verdict& verdict,
+                         Fate LevelChange::*side) {
+        for (const Fate& fate : verdict.levels) {
+            const std::string& oa = classOf(plan, fate.trafficClass);
+            LevelChange& change = levels[{oa, fate.level}];
+            change.trafficClass = oa;
+            change.level = fate.level;
+            change.*side = fate;
+        }
+    };
+    add(before, first, &LevelChange::before);
+    add(after, second, &LevelChange::after);
+    std::vector<LevelChange> list;
+    for (auto& [key, change] : levels) list.push_back(std::move(change));
+    std::ranges::stable_sort(list, {}, &LevelChange::level);
+    return list;
 }
 
 json toJson(const std::vector<LspChange>& changes) {
@@ -159,6 +145,8 @@ json toJson(const std::vector<LspChange>& changes) {
                        {"lspAfter", one.lspAfter},
                        {"before", one.before},
                        {"after", one.after},
+                       {"stretchBefore", one.stretchBefore},
+                       {"stretchAfter", one.stretchAfter},
                        {"reason", one.reason}});
     return all;
 }
@@ -171,16 +159,46 @@ json toJson(const PlanFigures& figures) {
 
 }  // namespace
 
-PlanDiff diffPlans(const Plan& before, const Plan& after) {
+LspChanges compareLsps(const Plan& before, const Plan& after) {
+    const auto first = statesOf(before);
+    const auto second = statesOf(after);
+    std::map<Key, State> all = first;
+    all.insert(second.begin(), second.end());
+    const State none;
+    LspChanges changes;
+    for (const auto& [key, ignored] : all) {
+        const auto a = first.find(key);
+        const auto b = second.find(key);
+        const State& was = a == first.end() ? none : a->second;
+        const State& is = b == second.end() ? none : b->second;
+        if (was.lsp == nullptr && is.lsp == nullptr) continue;
+        const LspChange change = changeOf(key, was, is);
+        if (was.lsp == nullptr)
+            changes.gained.push_back(change);
+        else if (is.lsp == nullptr)
+            changes.lost.push_back(change);
+        if (was.lsp == nullptr || is.lsp == nullptr) continue;
+        if (was.path != is.path) changes.moved.push_back(change);
+        if (was.lsp->bandwidth != is.lsp->bandwidth) changes.resized.push_back(change);
+        if (isProtected(before, was) && !isProtected(after, is))
+            changes.unprotected.push_back(change);
+        if (!isProtected(before, was) && isProtected(after, is))
+            changes.isProtected.push_back(change);
+    }
+    return changes;
+}
+
+PlanDiff diffPlans(const AuditedPlan& before, const AuditedPlan& after) {
     PlanDiff diff;
-    compareLsps(before, after, &diff);
-    const AuditResult first = audit(before);
-    const AuditResult second = audit(after);
-    diff.before = figuresOf(before, first);
-    diff.after = figuresOf(after, second);
+    diff.lsps = compareLsps(before.plan, after.plan);
+    const Verdict first = verdictOf(before.plan, before.audit);
+    const Verdict second = verdictOf(after.plan, after.audit);
+    diff.levels = compareLevels(before.plan, first, after.plan, second);
+    diff.before = figuresOf(first, before.audit);
+    diff.after = figuresOf(second, after.audit);
     Links links;
-    addLinks(before, first, false, &links);
-    addLinks(after, second, true, &links);
+    addLinks(before.plan, before.audit, false, &links);
+    addLinks(after.plan, after.audit, true, &links);
     for (const auto& [key, link] : links) {
         const double scale = std::max(link.capacityBefore, link.capacityAfter);
         if (differ(link.before, link.after, scale) ||
@@ -189,6 +207,16 @@ PlanDiff diffPlans(const Plan& before, const Plan& after) {
             diff.links.push_back(link);
     }
     return diff;
+}
+
+json toJson(const std::vector<LevelChange>& levels) {
+    json all = json::array();
+    for (const LevelChange& one : levels)
+        all.push_back({{"trafficClass", one.trafficClass},
+                       {"level", one.level},
+                       {"before", toJson(one.before)},
+                       {"after", toJson(one.after)}});
+    return all;
 }
 
 json toJson(const PlanDiff& diff) {
@@ -202,11 +230,13 @@ json toJson(const PlanDiff& diff) {
                          {"worstAfter", one.worstAfter},
                          {"capacityBefore", one.capacityBefore},
                          {"capacityAfter", one.capacityAfter}});
-    return {{"moved", toJson(diff.moved)},
-            {"gained", toJson(diff.gained)},
-            {"lost", toJson(diff.lost)},
-            {"newlyUnprotected", toJson(diff.unprotected)},
-            {"newlyProtected", toJson(diff.isProtected)},
+    return {{"moved", toJson(diff.lsps.moved)},
+            {"gained", toJson(diff.lsps.gained)},
+            {"lost", toJson(diff.lsps.lost)},
+            {"newlyUnprotected", toJson(diff.lsps.unprotected)},
+            {"newlyProtected", toJson(diff.lsps.isProtected)},
+            {"resized", toJson(diff.lsps.resized)},
+            {"levels", toJson(diff.levels)},
             {"links", std::move(links)},
             {"before", toJson(diff.before)},
             {"after", toJson(diff.after)}};

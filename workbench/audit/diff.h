@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "audit/audit.h"
+#include "audit/verdict.h"
 
 namespace workbench {
 
@@ -20,6 +20,8 @@ struct LspChange {
     int lspAfter = -1;
     std::vector<std::string> before;  // nodes
     std::vector<std::string> after;
+    double stretchBefore = 0.0;  // 0 while it is not up
+    double stretchAfter = 0.0;
     std::string reason;  // why it is not up, or not protected, after
 };
 
@@ -34,6 +36,14 @@ struct LinkChange {
     double capacityAfter = 0.0;
 };
 
+// What became of a class and level; those of the same name.
+struct LevelChange {
+    std::string trafficClass;
+    int level = 0;
+    Fate before;
+    Fate after;
+};
+
 // The state of one of the plans.
 struct PlanFigures {
     double carried = 0.0;
@@ -44,19 +54,34 @@ struct PlanFigures {
     std::size_t overloads = 0;
 };
 
-struct PlanDiff {
+struct LspChanges {
     std::vector<LspChange> moved;
     std::vector<LspChange> gained;       // up in the second only
     std::vector<LspChange> lost;         // up in the first only
     std::vector<LspChange> unprotected;  // up in both, protected in the first only
     std::vector<LspChange> isProtected;  // protected in the second only
-    std::vector<LinkChange> links;       // those that differ
+    std::vector<LspChange> resized;      // up in both, with another bandwidth
+};
+
+struct PlanDiff {
+    LspChanges lsps;
+    std::vector<LevelChange> levels;
+    std::vector<LinkChange> links;  // those that differ
     PlanFigures before;
     PlanFigures after;
 };
 
-PlanDiff diffPlans(const Plan& before, const Plan& after);
+// A plan with what failures do to it.
+struct AuditedPlan {
+    const Plan& plan;
+    const AuditResult& audit;
+};
+
+LspChanges compareLsps(const Plan& before, const Plan& after);
+
+PlanDiff diffPlans(const AuditedPlan& before, const AuditedPlan& after);
 
 nlohmann::json toJson(const PlanDiff& diff);
+nlohmann::json toJson(const std::vector<LevelChange>& levels);
 
 }  // namespace workbench

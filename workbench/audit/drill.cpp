@@ -22,6 +22,7 @@ Drill::Drill(const Plan& plan, const Routes& routes)
       routes_(routes),
       nbClasses_(plan.configuration.classes.size()),
       outage_(plan.network),
+      shortest_(plan.network),
       claimed_(plan.configuration.survive.begin(), plan.configuration.survive.end()),
       load_(plan.network.links.size() * nbClasses_, 0.0),
       byShare_(load_.size()),
@@ -103,7 +104,8 @@ void Drill::reroute(const Route& route, Failure* failure) {
     Switchover to = switchOver(route, outage_);
     if (to.restored) {
         add(to.links, lsp, 1.0);
-        failure->restored.push_back({lsp.id, std::move(to.backups)});
+        failure->restored.push_back(
+            {lsp.id, std::move(to.backups), shortest_.stretchOver(to.links)});
         return;
     }
     const LossCause cause =

@@ -6,6 +6,7 @@
 
 #include "audit/audit.h"
 #include "audit/switchover.h"
+#include "graph/shortest.h"
 
 namespace workbench {
 
@@ -44,6 +45,7 @@ class Drill {
     const Routes& routes_;
     std::size_t nbClasses_;
     Outage outage_;
+    ShortestPaths shortest_;
     std::set<FailureKind> claimed_;
     std::vector<double> load_;          // by link * classes + class
     std::vector<std::size_t> byShare_;  // cells, the fullest first, with nothing failed

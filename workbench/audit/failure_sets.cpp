@@ -209,6 +209,10 @@ std::vector<FailureSet> failuresOf(const Plan& plan,
     return all;
 }
 
+std::vector<FailureSet> usualFailures(const Plan& plan) {
+    return failuresOf(plan, {FailureKind::CABLE, FailureKind::NODE});
+}
+
 std::vector<FailureSet> survivedFailures(const Plan& plan) {
     std::vector<FailureKind> kinds = plan.configuration.survive;
     kinds.push_back(FailureKind::LINK);

@@ -27,6 +27,9 @@ std::vector<FailureSet> pairsOf(const std::vector<FailureSet>& sets);
 std::vector<FailureSet> failuresOf(const Plan& plan,
                                    const std::vector<FailureKind>& kinds);
 
+// Of cables and nodes, as long as nothing else is asked for.
+std::vector<FailureSet> usualFailures(const Plan& plan);
+
 // Those that the plan's backups are there for.
 std::vector<FailureSet> survivedFailures(const Plan& plan);
 

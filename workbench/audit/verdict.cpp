@@ -9,6 +9,7 @@
 #include <tuple>
 #include <unordered_map>
 
+#include "class_summary.h"
 #include "cli/error.h"
 
 namespace workbench {
@@ -78,12 +79,6 @@ class Fates {
     std::map<Key, Fate> fates_;
 };
 
-bool knowsProbabilities(const AuditResult& result) {
-    return std::ranges::any_of(result.failures, [](const Failure& failure) {
-        return failure.set.probability.has_value();
-    });
-}
-
 void addAvailability(double availability, double bandwidth, Fate* fate) {
     fate->lowestAvailability =
         std::min(fate->lowestAvailability.value_or(1.0), availability);
@@ -92,6 +87,12 @@ void addAvailability(double availability, double bandwidth, Fate* fate) {
 }
 
 }  // namespace
+
+bool knowsProbabilities(const AuditResult& result) {
+    return std::ranges::any_of(result.failures, [](const Failure& failure) {
+        return failure.set.probability.has_value();
+    });
+}
 
 // A pair is down for an LSP in addition only if neither half alone takes it down.
 std::vector<double> availabilities(const Plan& plan, const AuditResult& result) {
@@ -127,6 +128,12 @@ Verdict verdictOf(const Plan& plan, const AuditResult& result) {
         for (const Lost& one : failure.lost)
             if (one.cause != LossCause::ENDS_HERE) lost.insert(one.lsp);
     }
+    for (const ClassSummary& sums : classSummaries(plan, result.booked))
+        fates.forEach(sums.trafficClass, sums.level, [&](Fate& fate) {
+            fate.booked += sums.primary;
+            fate.reserved += sums.backup;
+            fate.stretch.add(sums.stretch);
+        });
     const std::vector<double> up = availabilities(plan, result);
     for (std::size_t i = 0; i < plan.lsps.size(); i++) {
         const PlanLsp& lsp = plan.lsps[i];

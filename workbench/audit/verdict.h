@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "audit/audit.h"
+#include "graph/shortest.h"
 
 namespace workbench {
 
@@ -21,6 +22,9 @@ struct Fate {
     double bandwidthCarried = 0.0;
     double bandwidthProtected = 0.0;
     double bandwidthBackups = 0.0;  // of its backups, hop by hop, without sharing
+    double booked = 0.0;            // by its primaries, summed over links
+    double reserved = 0.0;          // for its backups, shared; summed over links
+    Stretch stretch = {};           // of its primaries
     double worstLost = 0.0;         // in one failure
     int worstFailure = -1;          // by its place in the audit; -1: nothing is ever lost
     // Where failures have probabilities: part of the time that an LSP is up, by itself at
@@ -38,6 +42,9 @@ struct Verdict {
 };
 
 Verdict verdictOf(const Plan& plan, const AuditResult& result);
+
+// Whether something is known of availability.
+bool knowsProbabilities(const AuditResult& result);
 
 // Part of the time that each LSP is up, by its place among the plan's LSPs; 1 for backups
 // and where failures have no probability. Failures come independently of each other. One

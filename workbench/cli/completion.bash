@@ -17,6 +17,7 @@ _kavril() {
         return
     fi
     case $prev in
+        --baseline) set -- shortest-path ;;
         --direction) set -- auto directed undirected ;;
         --module) set -- largest smallest ;;
         --order) set -- given largest shuffled ;;

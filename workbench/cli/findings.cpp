@@ -32,4 +32,14 @@ nlohmann::json findingsJson(const Findings& findings, const Shared& shared) {
     return json;
 }
 
+Matrix readMatrix(const std::string& network, const std::string& demands,
+                  const Shared& shared) {
+    Matrix matrix;
+    matrix.network = readNetwork(network, shared.reading, matrix.findings);
+    matrix.demands =
+        readDemands(demands.empty() ? network : demands, matrix.network, matrix.findings);
+    printFindings(matrix.findings, shared);
+    return matrix;
+}
+
 }  // namespace workbench

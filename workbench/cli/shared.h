@@ -98,6 +98,15 @@ CLI::Option* addChoices(CLI::App& cmd, const std::string& option,
         ->allow_extra_args(false);
 }
 
+// A network with its traffic, from NETWORK and DEMANDS; what was found is told.
+struct Matrix {
+    Network network;
+    Demands demands;
+    Findings findings;
+};
+Matrix readMatrix(const std::string& network, const std::string& demands,
+                  const Shared& shared);
+
 // Registers what the command does once the whole command line has been read.
 void onRun(CLI::App& cmd, Shared& shared, std::function<int()> run);
 

@@ -8,9 +8,10 @@
 #include "audit/failure_sets.h"
 #include "audit/verdict.h"
 #include "cli/error.h"
-#include "cli/progress.h"
+#include "cli/lists.h"
+#include "commands/class_table.h"
 #include "commands/commands.h"
-#include "commands/options.h"
+#include "commands/failures.h"
 #include "plan_json.h"
 
 namespace workbench {
@@ -21,11 +22,8 @@ constexpr std::size_t kMost = 10;  // lines of each kind
 
 struct Options {
     std::string plan;
-    std::vector<std::string> kinds;
-    std::string sets;
+    FailureOptions failures;
     std::vector<std::string> fail;
-    std::vector<std::string> mtbf;
-    std::vector<std::string> mttr;
     std::vector<std::string> requirements;
     bool eachFailure = false;
     bool eachLink = false;
@@ -49,16 +47,12 @@ double percent(double part, double whole) {
     return whole > 0.0 ? 100.0 * part / whole : 100.0;
 }
 
-void printMore(std::size_t all) {
-    if (all > kMost) fmt::print("      and {} more\n", all - kMost);
-}
-
 void printProblems(const AuditResult& result) {
     if (result.problems.empty()) return;
     fmt::print("  not in order: {}\n", result.problems.size());
     for (std::size_t i = 0; i < std::min(kMost, result.problems.size()); i++)
         fmt::print("      {}\n", result.problems[i]);
-    printMore(result.problems.size());
+    printMore(result.problems.size(), kMost, 6);
 }
 
 void printBroken(const AuditResult& result) {
@@ -68,7 +62,7 @@ void printBroken(const AuditResult& result) {
             if (lost.cause == LossCause::BROKEN && shown++ < kMost)
                 fmt::print("      LSP {} when {} fails: {}\n", lost.lsp,
                            nameOf(failure.set), lost.reason);
-    printMore(shown);
+    printMore(shown, kMost, 6);
 }
 
 void printOverloads(const AuditResult& result, const Plan& plan) {
@@ -80,7 +74,7 @@ void printOverloads(const AuditResult& result, const Plan& plan) {
             if (shown++ < kMost)
                 fmt::print("      when {} fails: {}\n", nameOf(failure.set),
                            text(load, plan));
-    printMore(shown);
+    printMore(shown, kMost, 6);
 }
 
 void printTables(const TableCheck& tables, const Plan& plan) {
@@ -97,7 +91,7 @@ void printTables(const TableCheck& tables, const Plan& plan) {
                        : ", failure of " + linkName(plan.network, cell.failedLink),
                    cell.inPlan, cell.recomputed);
     }
-    printMore(tables.differing.size());
+    printMore(tables.differing.size(), kMost, 6);
 }
 
 std::string availability(const Fate& fate) {
@@ -116,17 +110,16 @@ std::string worstOf(const Fate& fate, const AuditResult& result, const Plan& pla
 
 void printFate(const std::string& name, const Fate& fate, const AuditResult& result,
                const Plan& plan) {
-    fmt::print(
-        "  {:<14} {:>9} {:>9} {:>9}   {}   {}\n", name,
-        fmt::format("{:.1f} %", percent(fate.bandwidthCarried, fate.bandwidthRequested)),
-        fmt::format("{:.1f} %", percent(fate.bandwidthProtected, fate.bandwidthCarried)),
-        formatBandwidth(fate.bandwidthBackups, plan.network.unit),
-        worstOf(fate, result, plan), availability(fate));
+    fmt::print("  {:<14} {:>9} {:>9} {:>8}  {:<16}  {}   {}\n", name,
+               percentText(fate.bandwidthCarried, fate.bandwidthRequested),
+               percentText(fate.bandwidthProtected, fate.bandwidthCarried),
+               percentText(fate.reserved, fate.booked), stretchText(fate.stretch),
+               worstOf(fate, result, plan), availability(fate));
 }
 
 void printFates(const AuditResult& result, const Verdict& verdict, const Plan& plan) {
-    fmt::print("  {:<14} {:>9} {:>9} {:>9}   lost at worst{}\n", "class", "carried",
-               "protected", "backups",
+    fmt::print("  {:<14} {:>9} {:>9} {:>8}  {:<16}  lost at worst{}\n", "class",
+               "carried", "protected", "cost", "stretch",
                verdict.all.meanAvailability ? "   availability" : "");
     for (const Fate& fate : verdict.classes) {
         const std::string name = plan.configuration.classes[fate.trafficClass].name;
@@ -138,11 +131,12 @@ void printFates(const AuditResult& result, const Verdict& verdict, const Plan& p
 }
 
 void printFailures(const AuditResult& result, const Plan& plan) {
-    fmt::print("  {:<40} {:>5} {:>8} {:>5} {:>14}   fullest\n", "failure", "hit",
-               "restored", "lost", "bandwidth");
+    fmt::print("  {:<40} {:>5} {:>8} {:<16} {:>5} {:>14}   fullest\n", "failure", "hit",
+               "restored", " stretch", "lost", "bandwidth");
     for (const Failure& failure : result.failures)
-        fmt::print("  {:<40} {:>5} {:>8} {:>5} {:>14}   {}\n", nameOf(failure.set),
-                   failure.hit.size(), failure.restored.size(), failure.lost.size(),
+        fmt::print("  {:<40} {:>5} {:>8}  {:<15} {:>5} {:>14}   {}\n",
+                   nameOf(failure.set), failure.hit.size(), failure.restored.size(),
+                   stretchText(stretchOf(failure)), failure.lost.size(),
                    formatBandwidth(failure.bandwidthLost + failure.bandwidthEndsHere,
                                    plan.network.unit),
                    text(failure.fullest, plan));
@@ -161,7 +155,8 @@ void printLinks(const AuditResult& result, const Plan& plan) {
 void printCase(const Failure& failure, const Plan& plan) {
     std::map<int, std::string> outcomes;
     for (const Restored& one : failure.restored)
-        outcomes[one.lsp] = fmt::format("restored by {}", fmt::join(one.backups, ", "));
+        outcomes[one.lsp] = fmt::format("restored by {}, stretch {:.2f}",
+                                        fmt::join(one.backups, ", "), one.stretch);
     for (const Lost& one : failure.lost)
         outcomes[one.lsp] = fmt::format("lost, {}", one.reason);
     for (const PlanLsp& lsp : plan.lsps)
@@ -183,6 +178,12 @@ std::string verdictText(const AuditResult& result, const Verdict& verdict) {
     if (!result.isClean()) return "Not all promises hold.";
     const Fate& all = verdict.all;
     const double survives = percent(all.bandwidthProtected, all.bandwidthRequested);
+    if (!result.isRoomPromised && !result.overloads.empty())
+        return fmt::format(
+            "A baseline: {} links are above their capacity with nothing failed, so not "
+            "all "
+            "of its traffic gets through.",
+            result.overloads.size());
     if (result.failures.empty()) return "No failure was tried.";
     return fmt::format(
         "{:.1f} % of the requested bandwidth is carried and survives each of the {} "
@@ -233,60 +234,6 @@ void printResult(const AuditResult& result, const Verdict& verdict, const Plan& 
     fmt::print("{}\n", verdictText(result, verdict));
 }
 
-// "cable=8000": hours of a kind of failure.
-std::map<FailureKind, double> hoursOf(const std::vector<std::string>& texts,
-                                      const char* option) {
-    std::map<FailureKind, double> hours;
-    for (const std::string& text : texts) {
-        const std::size_t equals = text.find('=');
-        double value = 0.0;
-        if (equals == text.npos ||
-            !CLI::detail::lexical_cast(text.substr(equals + 1), value) ||
-            !(value > 0.0) || value > 1e9)
-            throw UserError(fmt::format("{}: '{}' is not KIND=HOURS, such as cable=8000",
-                                        option, text));
-        hours[failureKindFrom(text.substr(0, equals))] = value;
-    }
-    return hours;
-}
-
-void setProbabilities(const Options& options, std::vector<FailureSet>* failures) {
-    const auto mtbf = hoursOf(options.mtbf, "--mtbf");
-    const auto mttr = hoursOf(options.mttr, "--mttr");
-    for (const auto& [kind, hours] : mtbf)
-        if (!mttr.contains(kind))
-            throw UserError(fmt::format("--mtbf {}: --mttr is missing", toText(kind)));
-    for (FailureSet& set : *failures) {
-        // A lone direction stands for its cable.
-        FailureKind kind = set.kind;
-        if (kind == FailureKind::LINK && !mtbf.contains(kind)) kind = FailureKind::CABLE;
-        if (!set.probability && mtbf.contains(kind))
-            set.probability = downShare(mtbf.at(kind), mttr.at(kind));
-    }
-}
-
-// Pairs come last, so that they know the probabilities of their halves.
-std::vector<FailureSet> failuresFor(const Options& options, Plan* plan) {
-    if (!options.sets.empty())
-        for (FailureSet& set : readFailureSets(options.sets, *plan))
-            plan->failureSets.push_back(std::move(set));
-    if (!options.fail.empty()) return {failureNamed(*plan, options.fail)};
-    std::vector<FailureKind> kinds = {FailureKind::CABLE, FailureKind::NODE,
-                                      FailureKind::GROUP, FailureKind::CUSTOM};
-    if (!options.kinds.empty()) kinds = failureKindsFrom(options.kinds);
-    const auto pairs = std::ranges::find(kinds, FailureKind::PAIR);
-    const bool withPairs = pairs != kinds.end();
-    if (withPairs) kinds.erase(pairs);
-    if (kinds.empty()) kinds = {FailureKind::CABLE};
-    std::vector<FailureSet> failures = failuresOf(*plan, kinds);
-    setProbabilities(options, &failures);
-    if (withPairs) {
-        const auto more = pairsOf(failures);
-        failures.insert(failures.end(), more.begin(), more.end());
-    }
-    return failures;
-}
-
 nlohmann::json toJson(const Requirement& wanted, const std::string& whyNot) {
     nlohmann::json out = {{"requirement", wanted.text}, {"holds", whyNot.empty()}};
     if (!whyNot.empty()) out["because"] = whyNot;
@@ -298,14 +245,14 @@ int auditPlan(const Options& options, const Shared& shared) {
     for (const std::string& text : options.requirements)
         wishes.push_back(requirementFrom(text));
     Plan plan = readPlan(options.plan);
-    const std::vector<FailureSet> failures = failuresFor(options, &plan);
+    readSets(options.failures, &plan);
+    const std::vector<FailureSet> failures =
+        options.fail.empty() ? failuresFor(options.failures, plan)
+                             : std::vector{failureNamed(plan, options.fail)};
     AuditResult result;
     {
-        const auto pairs = static_cast<std::size_t>(
-            std::ranges::count(failures, FailureKind::PAIR, &FailureSet::kind));
-        Progress progress(
-            shared, {{"failing", failures.size() - pairs}, {"failing pairs", pairs}});
-        result = audit(plan, failures, [&progress] { progress.advance(); });
+        Progress progress(shared, {{"failing"}});
+        result = auditShown(plan, failures, &progress);
     }
     const Verdict verdict = verdictOf(plan, result);
     bool holds = result.isClean();
@@ -331,31 +278,13 @@ int auditPlan(const Options& options, const Shared& shared) {
 
 void addOptions(CLI::App* cmd, Options* options) {
     cmd->add_option("PLAN", options->plan, "Plan written by place")->required();
-    cmd->add_option(
-           "--failures", options->kinds,
-           "Kinds of failures to try: links, cables (both directions), nodes, "
-           "groups, custom, pairs (of the others named) [cables,nodes,groups,custom]")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->type_name("KINDS");
-    cmd->add_option("--sets", options->sets,
-                    "File of risk groups and other failures, with probabilities")
-        ->type_name("FILE");
+    addFailureOptions(*cmd, &options->failures);
     cmd->add_option("--fail", options->fail,
                     "Try one case: nodes, links (A > B), cables (A - B) and groups that "
                     "fail at once; lists every LSP that it hits")
         ->delimiter(',')
         ->allow_extra_args(false)
         ->type_name("NAMES");
-    cmd->add_option("--mtbf", options->mtbf,
-                    "Hours between failures of a kind, such as cable=8000,node=50000")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->type_name("KIND=HOURS");
-    cmd->add_option("--mttr", options->mttr, "Hours to repair, such as cable=6,node=2")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->type_name("KIND=HOURS");
     cmd->add_option("--require", options->requirements,
                     "Exit with status 1 unless all hold. Of the bandwidth, "
                     "FIGURE[:CLASS[:LEVEL]]: "
@@ -386,6 +315,9 @@ void addAudit(CLI::App& app, Shared& shared) {
         "\n"
         "Protected is what no failure that is tried takes down, but for that of its own\n"
         "ends. An LSP with several local backups takes all that it meets on its way.\n"
+        "Cost is what is reserved for backups against what the primaries book; stretch\n"
+        "is the length of a path by the links' metrics against the shortest, on the\n"
+        "average of the LSPs and at most.\n"
         "\n"
         "Examples:\n"
         "  kavril audit plan.json --require protected=100%,overload=0\n"

@@ -13,6 +13,7 @@
 #include "cli/progress.h"
 #include "commands/commands.h"
 #include "commands/diff.h"
+#include "commands/promises.h"
 #include "names.h"
 #include "plan_json.h"
 
@@ -212,16 +213,17 @@ Change changeFrom(const Plan& plan, const Options& options) {
 }
 
 int changePlan(const Options& options, const Shared& shared) {
-    const Plan before = readPlan(options.plan);
+    const Plan before = readWorkingPlan(options.plan);
     const Change change = changeFrom(before, options);
     Plan after = before;
     {
         Progress progress(shared, {{"changing"}});
         applyChange(&after, change, [&progress] { progress.advance(); });
     }
+    checkPromises(&after, shared);
     if (!options.output.empty()) writeFile(options.output, planText(after));
     if (options.output == "-") return 0;
-    const PlanDiff diff = diffPlans(before, after);
+    const PlanDiff diff = diffShown(before, after, shared);
     if (shared.json) {
         fmt::print("{}\n", toJson(diff).dump(1));
         return 0;

@@ -5,7 +5,10 @@
 
 #include <algorithm>
 
+#include "cli/lists.h"
+#include "commands/class_table.h"
 #include "commands/commands.h"
+#include "commands/failures.h"
 #include "plan_json.h"
 
 namespace workbench {
@@ -14,8 +17,10 @@ namespace {
 
 constexpr std::size_t kMost = 20;  // lines of each kind
 
-void printMore(std::size_t all) {
-    if (all > kMost) fmt::print("    and {} more\n", all - kMost);
+void printWay(const char* what, const std::vector<std::string>& nodes, double stretch) {
+    if (!nodes.empty())
+        fmt::print("      {:<4} {} (stretch {:.2f})\n", what, fmt::join(nodes, " > "),
+                   stretch);
 }
 
 void printChanges(const char* what, const std::vector<LspChange>& changes,
@@ -28,16 +33,10 @@ void printChanges(const char* what, const std::vector<LspChange>& changes,
                    formatBandwidth(one.bandwidth, unit), one.trafficClass, one.level,
                    one.reason.empty() ? "" : "; " + one.reason);
         if (one.before == one.after) continue;
-        if (!one.before.empty())
-            fmt::print("      from {}\n", fmt::join(one.before, " > "));
-        if (!one.after.empty())
-            fmt::print("      to   {}\n", fmt::join(one.after, " > "));
+        printWay("from", one.before, one.stretchBefore);
+        printWay("to", one.after, one.stretchAfter);
     }
-    printMore(changes.size());
-}
-
-std::string share(double load, double capacity) {
-    return capacity > 0.0 ? fmt::format("{:.1f} %", 100.0 * load / capacity) : "-";
+    printMore(changes.size(), kMost);
 }
 
 // The largest change first.
@@ -52,11 +51,11 @@ void printLinks(std::vector<LinkChange> links) {
                "before", "after");
     for (std::size_t i = 0; i < std::min(kMost, links.size()); i++)
         fmt::print("    {:<40} {:>9} {:>9}            {:>9} {:>9}\n", links[i].link,
-                   share(links[i].before, links[i].capacityBefore),
-                   share(links[i].after, links[i].capacityAfter),
-                   share(links[i].worstBefore, links[i].capacityBefore),
-                   share(links[i].worstAfter, links[i].capacityAfter));
-    printMore(links.size());
+                   percentText(links[i].before, links[i].capacityBefore),
+                   percentText(links[i].after, links[i].capacityAfter),
+                   percentText(links[i].worstBefore, links[i].capacityBefore),
+                   percentText(links[i].worstAfter, links[i].capacityAfter));
+    printMore(links.size(), kMost);
 }
 
 void printFigures(const char* when, const PlanFigures& figures, const std::string& unit) {
@@ -70,9 +69,27 @@ void printFigures(const char* when, const PlanFigures& figures, const std::strin
         100.0 * figures.worstLoad, figures.overloads);
 }
 
+void printFate(const std::string& name, const std::string& level, const char* when,
+               const Fate& fate) {
+    fmt::print("    {:<12} {:>5}  {:<6} {:>9} {:>9} {:>9} {:>8}  {}\n", name, level, when,
+               percentText(fate.bandwidthCarried, fate.bandwidthRequested),
+               percentText(fate.bandwidthProtected, fate.bandwidthCarried),
+               percentText(fate.worstLost, fate.bandwidthCarried),
+               percentText(fate.reserved, fate.booked), stretchText(fate.stretch));
+}
+
+void printLevels(const std::vector<LevelChange>& levels) {
+    fmt::print("  {:<14} level  {:<6} {:>9} {:>9} {:>9} {:>8}  stretch\n", "class", "",
+               "carried", "protected", "at worst", "cost");
+    for (const LevelChange& one : levels) {
+        printFate(one.trafficClass, std::to_string(one.level), "before", one.before);
+        printFate("", "", "after", one.after);
+    }
+}
+
 int diffFiles(const std::string& first, const std::string& second, const Shared& shared) {
     const Plan before = readPlan(first);
-    const PlanDiff diff = diffPlans(before, readPlan(second));
+    const PlanDiff diff = diffShown(before, readPlan(second), shared);
     if (shared.json)
         fmt::print("{}\n", toJson(diff).dump(1));
     else
@@ -82,14 +99,27 @@ int diffFiles(const std::string& first, const std::string& second, const Shared&
 
 }  // namespace
 
-void printDiff(const PlanDiff& diff, const std::string& unit) {
+PlanDiff diffShown(const Plan& before, const Plan& after, const Shared& shared) {
+    Progress progress(shared, {{"failing"}});
+    const AuditResult first = auditShown(before, &progress);
+    const AuditResult second = auditShown(after, &progress);
+    return diffPlans({before, first}, {after, second});
+}
+
+void printFigures(const PlanDiff& diff, const std::string& unit) {
     printFigures("before", diff.before, unit);
     printFigures("after", diff.after, unit);
-    printChanges("moved", diff.moved, unit);
-    printChanges("up now", diff.gained, unit);
-    printChanges("down now", diff.lost, unit);
-    printChanges("no longer protected", diff.unprotected, unit);
-    printChanges("protected now", diff.isProtected, unit);
+    printLevels(diff.levels);
+}
+
+void printDiff(const PlanDiff& diff, const std::string& unit) {
+    printFigures(diff, unit);
+    printChanges("moved", diff.lsps.moved, unit);
+    printChanges("up now", diff.lsps.gained, unit);
+    printChanges("down now", diff.lsps.lost, unit);
+    printChanges("no longer protected", diff.lsps.unprotected, unit);
+    printChanges("protected now", diff.lsps.isProtected, unit);
+    printChanges("resized", diff.lsps.resized, unit);
     printLinks(diff.links);
 }
 
@@ -102,7 +132,10 @@ void addDiff(CLI::App& app, Shared& shared) {
     addOutputOptions(*cmd, shared);
     cmd->footer(
         "Demands are the same if name, ends, class and level are. Protected is what no\n"
-        "failure of a cable or node takes down, but for that of its own ends.\n"
+        "failure of a cable or node takes down, but for that of its own ends; at worst\n"
+        "is what one of them takes. Cost is what is reserved for backups against what\n"
+        "the primaries book, stretch the length of a path by the links' metrics against\n"
+        "the shortest.\n"
         "\n"
         "Example:\n"
         "  kavril diff plan.json better.json");

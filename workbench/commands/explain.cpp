@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "cli/error.h"
+#include "cli/lists.h"
 #include "commands/commands.h"
 #include "commands/explain_json.h"
 #include "names.h"
@@ -45,10 +46,6 @@ Request requestOf(const Options& options, const Plan& plan) {
             std::ranges::count(request.avoidColours, link.colour) == 0)
             request.avoidColours.push_back(link.colour);
     return request;
-}
-
-void printMore(std::size_t all) {
-    if (all > kMost) fmt::print("    and {} more\n", all - kMost);
 }
 
 void printScores(const Explanation& explanation, const Plan& plan) {
@@ -94,7 +91,7 @@ void printRefusals(const Explanation& explanation, const Plan& plan) {
     for (std::size_t i = 0; i < std::min(kMost, refusals.size()); i++)
         fmt::print("    {:<40} {}\n", linkName(plan.network, refusals[i].link),
                    missingText(refusals[i], plan));
-    printMore(refusals.size());
+    printMore(refusals.size(), kMost);
 }
 
 void printCut(const Explanation& explanation, const Plan& plan) {
@@ -116,7 +113,7 @@ void printCut(const Explanation& explanation, const Plan& plan) {
         else
             fmt::print("    {:<40} {}\n", name, missingText(*refusal, plan));
     }
-    printMore(cut.size());
+    printMore(cut.size(), kMost);
 }
 
 void printDryRun(const Explanation& explanation, const Plan& plan) {

@@ -3,10 +3,10 @@
 
 #include <unordered_map>
 
-#include "audit/audit.h"
 #include "cli/error.h"
 #include "cli/file.h"
 #include "commands/commands.h"
+#include "commands/failures.h"
 #include "formats/plan_tables.h"
 #include "formats/units.h"
 #include "formats/write.h"
@@ -17,24 +17,25 @@ namespace workbench {
 
 namespace {
 
-using TableOf = Table (*)(const Plan& plan);
+using TableOf = Table (*)(const Plan& plan, const Shared& shared);
 
 struct ExportOptions {
     std::string plan;
     std::string output = "-";
-    TableOf table = planLsps;
+    TableOf table = nullptr;
     std::string format;
 };
 
 // Every single failure, as kavril audit tells it.
-Table planFailures(const Plan& plan) {
+Table planFailures(const Plan& plan, const Shared& shared) {
     Table table{
-        {"kind", "name", "hit", "restored", "lost", withUnit("lost", plan.network.unit),
-         "overloads", "fullest", "fullest %"},
+        {"kind", "name", "hit", "restored", "restored stretch", "lost",
+         withUnit("lost", plan.network.unit), "overloads", "fullest", "fullest %"},
         {}};
     std::unordered_map<int, double> bandwidths;
     for (const PlanLsp& lsp : plan.lsps) bandwidths[lsp.id] = lsp.bandwidth;
-    const AuditResult result = audit(plan);
+    Progress progress(shared, {{"failing"}});
+    const AuditResult result = auditShown(plan, &progress);
     for (const Failure& failure : result.failures) {
         double lost = 0.0;
         for (const Lost& one : failure.lost) lost += bandwidths[one.lsp];
@@ -42,6 +43,8 @@ Table planFailures(const Plan& plan) {
         table.rows.push_back(
             {toText(failure.set.kind), failure.set.name,
              std::to_string(failure.hit.size()), std::to_string(failure.restored.size()),
+             failure.restored.empty() ? ""
+                                      : fmt::format("{:.4f}", stretchOf(failure).mean()),
              std::to_string(failure.lost.size()), numberText(lost),
              std::to_string(failure.overloads.size()),
              fullest.link < 0 ? "" : linkName(plan.network, fullest.link),
@@ -50,11 +53,17 @@ Table planFailures(const Plan& plan) {
     return table;
 }
 
-const std::vector<std::pair<std::string, TableOf>> kTables = {{"links", planLinks},
-                                                              {"lsps", planLsps},
-                                                              {"demands", planDemands},
-                                                              {"failures", planFailures},
-                                                              {"classes", planClasses}};
+template <Table (*of)(const Plan& plan)>
+Table atOnce(const Plan& plan, const Shared&) {
+    return of(plan);
+}
+
+const std::vector<std::pair<std::string, TableOf>> kTables = {
+    {"links", atOnce<planLinks>},
+    {"lsps", atOnce<planLsps>},
+    {"demands", atOnce<planDemands>},
+    {"failures", planFailures},
+    {"classes", atOnce<planClasses>}};
 
 std::string formatOf(const ExportOptions& options) {
     if (!options.format.empty()) return options.format;
@@ -89,7 +98,7 @@ int exportPlan(const ExportOptions& options, const Shared& shared) {
     if (format == "graphml" || format == "dot") {
         text = graphText(plan, format, findings);
     } else {
-        const Table table = options.table(plan);
+        const Table table = options.table(plan, shared);
         text = format == "csv" ? csvText(table) : tsvText(table);
     }
     writeFile(options.output, text);
@@ -110,6 +119,7 @@ void addExport(CLI::App& app, Shared& shared) {
     CLI::App* cmd = app.add_subcommand(
         "export", "Tables of a plan for spreadsheets, or the plan as a graph");
     const auto options = std::make_shared<ExportOptions>();
+    options->table = atOnce<planLsps>;
     cmd->add_option("PLAN", options->plan, "Plan written by place")->required();
     addOutputFile(*cmd, &options->output,
                   "File to write, - for standard output [standard output]");

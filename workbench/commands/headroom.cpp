@@ -2,6 +2,7 @@
 
 #include "bound/flow_bound.h"
 #include "cli/progress.h"
+#include "commands/class_table.h"
 #include "commands/commands.h"
 #include "engine/headroom.h"
 #include "graph/graph.h"
@@ -25,7 +26,14 @@ std::string nameOf(const PlanDemand& request, const Network& network) {
     return network.nodes[request.src].name + " > " + network.nodes[request.dst].name;
 }
 
-json toJson(const Headroom& room, const std::vector<PlanDemand>& requests) {
+// The matrix placed at the factor that was found.
+struct Room {
+    Headroom found;
+    Plan plan;
+};
+
+json toJson(const Room& one, const std::vector<PlanDemand>& requests) {
+    const Headroom& room = one.found;
     json out = {{"protection", toText(room.protection)},
                 {"factor", room.factor},
                 {"failsAt", room.failsAt},
@@ -34,13 +42,15 @@ json toJson(const Headroom& room, const std::vector<PlanDemand>& requests) {
                 {"reason", room.reason},
                 {"neverPlaced", room.neverPlaced},
                 {"neverProtected", room.neverProtected},
-                {"runs", room.runs}};
+                {"runs", room.runs},
+                {"classes", classesJson(one.plan)}};
     out["request"] = room.request < 0 ? json() : toJson(requests[room.request]);
     return out;
 }
 
-void print(const Headroom& room, const std::vector<PlanDemand>& requests,
+void print(const Room& one, const std::vector<PlanDemand>& requests,
            const Network& network) {
+    const Headroom& room = one.found;
     fmt::print(
         "  {:<7} {:.4g} times the matrix; at {} smaller factors nothing was refused "
         "either\n",
@@ -59,6 +69,7 @@ void print(const Headroom& room, const std::vector<PlanDemand>& requests,
             "          not counted: {} requests without any path, {} LSPs that "
             "nothing protects\n",
             room.neverPlaced, room.neverProtected);
+    printClasses(one.plan);
 }
 
 void print(const FlowBound& bound) {
@@ -80,12 +91,34 @@ std::vector<char> withinReach(const Network& network,
     return reach;
 }
 
+Room findRoom(const Network& network, const Demands& demands,
+              const Configuration& configuration, double precision,
+              const Shared& shared) {
+    // How many runs it takes shows only in the end: a bar for each.
+    Progress progress(shared, {{toText(configuration.protection)}});
+    const std::size_t requests = requestsOf(demands.demands, configuration).size();
+    const bool isProtected = configuration.protection != Protection::NONE;
+    const auto start = [&](double factor) {
+        const std::string what =
+            fmt::format("{}, factor {:.4g}: ", toText(configuration.protection), factor);
+        progress.start({{what + "placing", requests},
+                        {what + "protecting", isProtected ? requests : 0}});
+    };
+    const Step step = [&progress] { progress.advance(); };
+    Room room;
+    room.found =
+        findHeadroom(network, demands.demands, configuration, precision, {start, step});
+    Configuration scaled = configuration;
+    scaled.scale *= room.found.factor;
+    room.plan = newPlan(network, demands.demands, scaled);
+    start(room.found.factor);
+    runPlan(&room.plan, step, nullptr);
+    return room;
+}
+
 int headroom(const Options& options, const Shared& shared) {
-    Findings findings;
-    const Network network = readNetwork(options.network, shared.reading, findings);
-    const Demands demands = readDemands(
-        options.demands.empty() ? options.network : options.demands, network, findings);
-    printFindings(findings, shared);
+    const auto [network, demands, findings] =
+        readMatrix(options.network, options.demands, shared);
     const Configuration wanted = withClassesOf(demands.demands, shared.configuration);
     const std::vector<PlanDemand> requests = requestsOf(demands.demands, wanted);
     const Plan empty = newPlan(network, {}, shared.configuration);
@@ -94,22 +127,8 @@ int headroom(const Options& options, const Shared& shared) {
     for (Protection kind : options.kinds) {
         Configuration configuration = wanted;
         configuration.protection = kind;
-        Headroom room;
-        {
-            // How many runs it takes shows only in the end: a bar for each.
-            Progress progress(shared, {{toText(kind)}});
-            const std::size_t protections =
-                kind == Protection::NONE ? 0 : requests.size();
-            const auto start = [&](double factor) {
-                const std::string what =
-                    fmt::format("{}, factor {:.4g}: ", toText(kind), factor);
-                progress.start({{what + "placing", requests.size()},
-                                {what + "protecting", protections}});
-            };
-            room =
-                findHeadroom(network, demands.demands, configuration, options.precision,
-                             {start, [&progress] { progress.advance(); }});
-        }
+        const Room room =
+            findRoom(network, demands, configuration, options.precision, shared);
         if (shared.json)
             all.push_back(toJson(room, requests));
         else
@@ -150,7 +169,8 @@ void addHeadroom(CLI::App& app, Shared& shared) {
         "tried as well, and the one given is the last below which none that was tried\n"
         "is refused. The optimum is that of a linear program that may split traffic.\n"
         "Requests without any path, and LSPs that nothing could protect in an empty\n"
-        "network, are left out of the judgement.\n"
+        "network, are left out of the judgement. The table below each factor tells what\n"
+        "a placement at it gives every class and level.\n"
         "\n"
         "Examples:\n"
         "  kavril headroom germany50.xml\n"

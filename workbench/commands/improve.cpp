@@ -6,8 +6,12 @@
 #include <limits>
 
 #include "cli/file.h"
+#include "cli/lists.h"
 #include "cli/progress.h"
 #include "commands/commands.h"
+#include "commands/diff.h"
+#include "commands/promises.h"
+#include "graph/shortest.h"
 #include "plan_json.h"
 
 namespace workbench {
@@ -22,35 +26,47 @@ struct Options {
     int rounds = 0;
 };
 
-json toJson(const Move& move) {
-    return {{"round", move.round},   {"demand", move.demand}, {"lsp", move.lsp},
-            {"before", move.before}, {"after", move.after},   {"gain", move.gain}};
+json toJson(const Move& move, ShortestPaths* shortest) {
+    return {{"round", move.round},
+            {"demand", move.demand},
+            {"lsp", move.lsp},
+            {"before", move.before},
+            {"after", move.after},
+            {"stretchBefore", shortest->stretch(move.before)},
+            {"stretchAfter", shortest->stretch(move.after)},
+            {"gain", move.gain}};
 }
 
-json toJson(const Improvement& result) {
+json toJson(const Improvement& result, const PlanDiff& diff, const Plan& plan) {
+    ShortestPaths shortest(plan.network);
     json moves = json::array();
-    for (const Move& move : result.moves) moves.push_back(toJson(move));
+    for (const Move& move : result.moves) moves.push_back(toJson(move, &shortest));
     return {{"scoreBefore", result.scoreBefore},
             {"scoreAfter", result.scoreAfter},
             {"rounds", result.rounds},
             {"finished", result.finished},
             {"keptForProtection", result.keptForProtection},
+            {"levels", toJson(diff.levels)},
             {"moves", std::move(moves)}};
 }
 
 void printMoves(const Improvement& result, const Plan& plan) {
     constexpr std::size_t kMost = 20;
+    ShortestPaths shortest(plan.network);
+    const auto way = [&](const std::vector<int>& path) {
+        return fmt::format("{} (stretch {:.2f})", pathName(plan.network, path),
+                           shortest.stretch(path));
+    };
     for (std::size_t i = 0; i < std::min(kMost, result.moves.size()); i++) {
         const Move& move = result.moves[i];
         fmt::print("  LSP {}, score less {:.5g}\n    from {}\n    to   {}\n", move.lsp,
-                   move.gain, pathName(plan.network, move.before),
-                   pathName(plan.network, move.after));
+                   move.gain, way(move.before), way(move.after));
     }
-    if (result.moves.size() > kMost)
-        fmt::print("  and {} more\n", result.moves.size() - kMost);
+    printMore(result.moves.size(), kMost, 2);
 }
 
-void printResult(const Improvement& result, const Summary& before, const Plan& after) {
+void printResult(const Improvement& result, const Summary& before, const Plan& after,
+                 const PlanDiff& diff) {
     printMoves(result, after);
     const double gain = result.scoreBefore - result.scoreAfter;
     fmt::print("{}: {} LSPs moved in {} rounds{}\n", after.network.name,
@@ -66,11 +82,12 @@ void printResult(const Improvement& result, const Summary& before, const Plan& a
     if (result.keptForProtection > 0)
         fmt::print("  {:<14} {} times: protection would have been lost\n", "not moved",
                    result.keptForProtection);
+    printFigures(diff, after.network.unit);
 }
 
 int improvePlan(const Options& options, const Shared& shared) {
-    Plan plan = readPlan(options.plan);
-    const Summary before = plan.summary;
+    const Plan before = readWorkingPlan(options.plan);
+    Plan plan = before;
     Improvement result;
     {
         const std::size_t demands = plan.demands.size();
@@ -84,12 +101,14 @@ int improvePlan(const Options& options, const Shared& shared) {
                     {{fmt::format("improving, round {}", steps / demands + 1), demands}});
         });
     }
+    checkPromises(&plan, shared);
     if (!options.output.empty()) writeFile(options.output, planText(plan));
     if (options.output == "-") return 0;
+    const PlanDiff diff = diffShown(before, plan, shared);
     if (shared.json)
-        fmt::print("{}\n", toJson(result).dump(1));
+        fmt::print("{}\n", toJson(result, diff, plan).dump(1));
     else
-        printResult(result, before, plan);
+        printResult(result, before.summary, plan, diff);
     return 0;
 }
 

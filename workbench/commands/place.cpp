@@ -5,10 +5,16 @@
 #include <map>
 
 #include "audit/failure_sets.h"
+#include "class_summary.h"
+#include "cli/error.h"
 #include "cli/file.h"
+#include "cli/lists.h"
 #include "cli/progress.h"
+#include "commands/class_table.h"
 #include "commands/commands.h"
 #include "commands/options.h"
+#include "commands/promises.h"
+#include "engine/baseline.h"
 #include "engine/place.h"
 #include "graph/shortest.h"
 #include "plan_json.h"
@@ -19,11 +25,12 @@ namespace {
 
 using nlohmann::json;
 
-struct Files {
+struct Options {
     std::string network;
     std::string demands;
     std::string plan;
     std::string sets;
+    Routing routing = Routing::ADMITTED;
 };
 
 // Nearest rank, in milliseconds.
@@ -44,51 +51,25 @@ Counts reasonsOf(const Plan& plan, std::string PlanDemand::*reason) {
     return counts;
 }
 
+// LSPs whose backups do not keep to a limit that they keep to themselves.
+Counts beyondLimits(const Plan& plan) {
+    Counts counts;
+    for (const PlanDemand& demand : plan.demands)
+        for (const std::string& what : demand.beyond) counts[what]++;
+    return counts;
+}
+
 json timesJson(const std::vector<double>& seconds) {
     return {{"count", seconds.size()},
             {"medianMs", percentile(seconds, 0.5)},
             {"percentile99Ms", percentile(seconds, 0.99)}};
 }
 
-json classesJson(const Plan& plan) {
-    json all = json::array();
-    for (const ClassSummary& sums : classSummaries(plan))
-        all.push_back({{"class", plan.configuration.classes[sums.trafficClass].name},
-                       {"level", sums.level},
-                       {"requested", sums.requested},
-                       {"placed", sums.placed},
-                       {"protected", sums.isProtected},
-                       {"offered", sums.offered},
-                       {"carried", sums.carried},
-                       {"carriedProtected", sums.carriedProtected},
-                       {"primary", sums.primary},
-                       {"backup", sums.backup},
-                       {"backupDedicated", sums.dedicated}});
-    return all;
-}
-
-// Of the primaries: how much longer their paths are than the shortest.
-struct StretchSummary {
-    double mean = 1.0;
-    double maximum = 1.0;
-    int lsp = -1;  // with the maximum
-};
-
-StretchSummary stretchOf(const Plan& plan) {
-    const std::vector<double> all = stretches(plan);
-    StretchSummary result;
-    double sum = 0.0;
-    int primaries = 0;
-    for (std::size_t i = 0; i < all.size(); i++) {
-        if (plan.lsps[i].kind != LspKind::PRIMARY) continue;
-        sum += all[i];
-        primaries++;
-        if (result.lsp >= 0 && all[i] <= result.maximum) continue;
-        result.maximum = all[i];
-        result.lsp = plan.lsps[i].id;
-    }
-    if (primaries > 0) result.mean = sum / primaries;
-    return result;
+Stretch stretchOf(const Plan& plan) {
+    Stretch stretch;
+    for (const ClassSummary& sums : classSummaries(plan, plan.links))
+        stretch.add(sums.stretch);
+    return stretch;
 }
 
 json baselineJson(const Plan& plan) {
@@ -101,10 +82,10 @@ json baselineJson(const Plan& plan) {
 }
 
 json stretchJson(const Plan& plan) {
-    const StretchSummary stretch = stretchOf(plan);
-    return {{"mean", stretch.mean},
+    const Stretch stretch = stretchOf(plan);
+    return {{"mean", stretch.mean()},
             {"maximum", stretch.maximum},
-            {"lsp", stretch.lsp < 0 ? json() : json(stretch.lsp)}};
+            {"lsp", stretch.longest < 0 ? json() : json(stretch.longest)}};
 }
 
 void printJson(const Plan& plan, const PlaceTimes& times, const Findings& findings,
@@ -117,6 +98,7 @@ void printJson(const Plan& plan, const PlaceTimes& times, const Findings& findin
                 {"configuration", toJson(plan.configuration)},
                 {"refusedBecause", reasonsOf(plan, &PlanDemand::reason)},
                 {"unprotectedBecause", reasonsOf(plan, &PlanDemand::unprotected)},
+                {"backupsBeyond", beyondLimits(plan)},
                 {"times",
                  {{"request", timesJson(times.requests)},
                   {"protection", timesJson(times.protections)}}},
@@ -132,8 +114,7 @@ void printReasons(const char* what, const Counts& counts) {
     constexpr std::size_t kMost = 8;
     for (std::size_t i = 0; i < std::min(kMost, sorted.size()); i++)
         fmt::print("    {:6} {}: {}\n", sorted[i].second, what, sorted[i].first);
-    if (sorted.size() > kMost)
-        fmt::print("           and {} more reasons\n", sorted.size() - kMost);
+    printMore(sorted.size(), kMost, 11);
 }
 
 std::string kindsText(const std::vector<FailureKind>& kinds) {
@@ -155,35 +136,11 @@ void printShares(const char* what, const Shares& shares) {
                100.0 * shares.maximum);
 }
 
-std::string percentText(double part, double whole) {
-    return whole > 0.0 ? fmt::format("{:.1f} %", 100.0 * part / whole) : "-";
-}
-
-// What backups cost is the bandwidth kept for them against that of the primaries.
-void printClasses(const Plan& plan) {
-    const std::vector<ClassSummary> all = classSummaries(plan);
-    if (all.size() < 2) return;
-    const bool isProtected = plan.configuration.protection != Protection::NONE;
-    fmt::print("  {:<14} level  requests  placed     offered     carried{}\n", "class",
-               isProtected ? "  protected  cost" : "");
-    for (const ClassSummary& sums : all) {
-        fmt::print("    {:<12} {:5} {:9} {:7} {:>11} {:>11}",
-                   plan.configuration.classes[sums.trafficClass].name, sums.level,
-                   sums.requested, sums.placed,
-                   formatBandwidth(sums.offered, plan.network.unit),
-                   percentText(sums.carried, sums.offered));
-        if (isProtected)
-            fmt::print("  {:>9}  {}", percentText(sums.carriedProtected, sums.carried),
-                       percentText(sums.backup, sums.primary));
-        fmt::print("\n");
-    }
-}
-
 void printBaseline(const Plan& plan) {
-    const StretchSummary stretch = stretchOf(plan);
-    if (stretch.lsp >= 0)
+    const Stretch stretch = stretchOf(plan);
+    if (stretch.longest >= 0)
         fmt::print("  {:<14} mean {:.3f}, maximum {:.3f} (LSP {}) of the shortest path\n",
-                   "stretch", stretch.mean, stretch.maximum, stretch.lsp);
+                   "stretch", stretch.mean(), stretch.maximum, stretch.longest);
     const Baseline baseline = baselineOf(plan);
     if (baseline.fullest >= 0)
         fmt::print(
@@ -196,8 +153,12 @@ void printBaseline(const Plan& plan) {
 void printSummary(const Plan& plan, const PlaceTimes& times) {
     const Summary& s = plan.summary;
     const std::string& unit = plan.network.unit;
-    fmt::print("{}: {} requests, protection {}\n", plan.network.name, s.requested,
-               toText(plan.configuration.protection));
+    if (plan.configuration.routing == Routing::SHORTEST_PATH)
+        fmt::print("{}: {} requests on their shortest paths, whatever room there is\n",
+                   plan.network.name, s.requested);
+    else
+        fmt::print("{}: {} requests, protection {}\n", plan.network.name, s.requested,
+                   toText(plan.configuration.protection));
     fmt::print("  {:<14} {} at once, {} again after preemption\n", "placed", s.placed,
                s.replaced);
     fmt::print("  {:<14} {}; preempted and not placed again: {}\n", "refused", s.refused,
@@ -217,6 +178,7 @@ void printSummary(const Plan& plan, const PlaceTimes& times) {
             std::ranges::count_if(
                 plan.demands, [](const PlanDemand& one) { return !one.exposed.empty(); }),
             kindsText(plan.configuration.survive));
+        printReasons("of the LSPs have backups beyond their", beyondLimits(plan));
         fmt::print(
             "  {:<14} {} reserved for backups, {} without sharing ({:.1f} %)\n",
             "sharing", formatBandwidth(s.backupShared, unit),
@@ -229,26 +191,31 @@ void printSummary(const Plan& plan, const PlaceTimes& times) {
     printTimes("protecting", times.protections);
 }
 
-int place(const Files& files, const Shared& shared) {
-    Findings findings;
-    const Network network = readNetwork(files.network, shared.reading, findings);
-    const Demands demands = readDemands(
-        files.demands.empty() ? files.network : files.demands, network, findings);
-    printFindings(findings, shared);
+void run(Routing routing, const Shared& shared, Plan* plan, PlaceTimes* times) {
+    const std::size_t requests = plan->demands.size();
+    const bool isProtected = plan->configuration.protection != Protection::NONE;
+    if (isProtected && routing != Routing::ADMITTED)
+        throw UserError("--baseline has no backups: leave --protection out");
+    Progress progress(
+        shared, {{"placing", requests}, {"protecting", isProtected ? requests : 0}});
+    const Step step = [&progress] { progress.advance(); };
+    if (routing == Routing::SHORTEST_PATH)
+        runBaseline(plan, step);
+    else
+        runPlan(plan, step, times);
+}
+
+int place(const Options& options, const Shared& shared) {
+    const auto [network, demands, findings] =
+        readMatrix(options.network, options.demands, shared);
     Plan plan = newPlan(network, demands.demands,
                         withClassesOf(demands.demands, shared.configuration));
-    if (!files.sets.empty()) plan.failureSets = readFailureSets(files.sets, plan);
+    if (!options.sets.empty()) plan.failureSets = readFailureSets(options.sets, plan);
     PlaceTimes times;
-    {
-        const std::size_t requests = plan.demands.size();
-        const bool isProtected = plan.configuration.protection != Protection::NONE;
-        Progress progress(
-            shared, {{"placing", requests}, {"protecting", isProtected ? requests : 0}});
-        runPlan(
-            &plan, [&progress] { progress.advance(); }, &times);
-    }
-    if (!files.plan.empty()) writeFile(files.plan, planText(plan));
-    if (files.plan == "-") return 0;
+    run(options.routing, shared, &plan, &times);
+    checkPromises(&plan, shared);
+    if (!options.plan.empty()) writeFile(options.plan, planText(plan));
+    if (options.plan == "-") return 0;
     if (shared.json)
         printJson(plan, times, findings, shared);
     else
@@ -261,17 +228,24 @@ int place(const Files& files, const Shared& shared) {
 void addPlace(CLI::App& app, Shared& shared) {
     CLI::App* cmd = app.add_subcommand(
         "place", "Place a traffic matrix request by request, and protect it");
-    auto files = std::make_shared<Files>();
-    cmd->add_option("NETWORK", files->network, "Network file")->required();
-    cmd->add_option("DEMANDS", files->demands,
+    auto options = std::make_shared<Options>();
+    cmd->add_option("NETWORK", options->network, "Network file")->required();
+    cmd->add_option("DEMANDS", options->demands,
                     "Traffic matrix; by default the one in the network file");
-    addOutputFile(*cmd, &files->plan,
+    addOutputFile(*cmd, &options->plan,
                   "Write the plan: network, LSPs and the bandwidth tables of every link");
     addReadingOptions(*cmd, shared);
     addPlacementOptions(*cmd, shared);
     addProtectionOption(*cmd, shared);
     addSurviveOption(*cmd, &shared.configuration);
-    cmd->add_option("--sets", files->sets,
+    addChoice<Routing>(
+        *cmd, "--baseline", &options->routing,
+        {{toText(Routing::SHORTEST_PATH), Routing::SHORTEST_PATH}},
+        "A plan to compare with instead: shortest-path puts every demand on "
+        "its shortest path by the links' metrics, whatever room there is")
+        ->type_name("KIND")
+        ->group("Placement");
+    cmd->add_option("--sets", options->sets,
                     "File of risk groups and other failures to survive")
         ->type_name("FILE")
         ->group("Placement");
@@ -284,14 +258,17 @@ void addPlace(CLI::App& app, Shared& shared) {
         "to survive, stays without backups. Where no backup avoids all that fails at\n"
         "once, the plan notes what the LSP is exposed to. A demand may have its own\n"
         "class, level and limits (see docs/formats.md); a request whose path breaks a\n"
-        "limit is refused.\n"
+        "limit is refused. Backups keep to the limits and colours too where they can;\n"
+        "the plan notes where they do not. In the end all that the plan claims to\n"
+        "survive is failed on paper, and what does not hold is taken back.\n"
         "\n"
         "Examples:\n"
         "  kavril place germany50.xml -o plan.json\n"
         "  kavril place rf1239.graph rf1239.demands --max-demands 1000 \\\n"
         "      --protection local -o plan.json\n"
-        "  kavril place abilene.xml --class voice:0:0.2,data:3:0.8 --order largest");
-    onRun(*cmd, shared, [&shared, files] { return place(*files, shared); });
+        "  kavril place abilene.xml --class voice:0:0.2,data:3:0.8 --order largest\n"
+        "  kavril place germany50.xml --baseline shortest-path -o igp.json");
+    onRun(*cmd, shared, [&shared, options] { return place(*options, shared); });
 }
 
 }  // namespace workbench

@@ -5,12 +5,10 @@
 #include <optional>
 
 #include "audit/audit.h"
-#include "audit/failure_sets.h"
 #include "cli/error.h"
 #include "cli/file.h"
-#include "cli/progress.h"
 #include "commands/commands.h"
-#include "commands/options.h"
+#include "commands/failures.h"
 #include "plan_json.h"
 #include "report/page.h"
 #include "report/page_data.h"
@@ -22,8 +20,7 @@ namespace {
 struct ReportOptions {
     std::string plan;
     std::string before;
-    std::vector<std::string> kinds;  // of failures
-    std::string sets;
+    FailureOptions failures;
     std::string output = "report.html";
 };
 
@@ -45,15 +42,9 @@ std::string pageWith(const std::string& data) {
 Audited audited(const std::string& file, const ReportOptions& options,
                 const Shared& shared) {
     Audited one = {std::filesystem::path(file).filename().string(), readPlan(file), {}};
-    if (!options.sets.empty())
-        for (FailureSet& set : readFailureSets(options.sets, one.plan))
-            one.plan.failureSets.push_back(std::move(set));
-    std::vector<FailureKind> kinds = {FailureKind::CABLE, FailureKind::NODE,
-                                      FailureKind::GROUP, FailureKind::CUSTOM};
-    if (!options.kinds.empty()) kinds = failureKindsFrom(options.kinds);
-    const std::vector<FailureSet> failures = failuresOf(one.plan, kinds);
-    Progress progress(shared, {{"failing", failures.size()}});
-    one.audit = audit(one.plan, failures, [&progress] { progress.advance(); });
+    readSets(options.failures, &one.plan);
+    Progress progress(shared, {{"failing"}});
+    one.audit = auditShown(one.plan, failuresFor(options.failures, one.plan), &progress);
     return one;
 }
 
@@ -87,15 +78,7 @@ void addReport(CLI::App& app, Shared& shared) {
         ->required();
     cmd->add_option("--before", options->before,
                     "An earlier plan: the page shows what has changed since");
-    cmd->add_option("--failures", options->kinds,
-                    "Kinds of failures to show: links, cables (both directions), nodes, "
-                    "groups, custom, pairs (of the others named) "
-                    "[cables,nodes,groups,custom]")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->type_name("KINDS");
-    cmd->add_option("--sets", options->sets, "File of risk groups and other failures")
-        ->type_name("FILE");
+    addFailureOptions(*cmd, &options->failures);
     addOutputFile(*cmd, &options->output,
                   "HTML file to write, - for standard output [report.html]");
     addOutputOptions(*cmd, shared);
@@ -103,11 +86,13 @@ void addReport(CLI::App& app, Shared& shared) {
         "The page is one file and needs no network: a map, failures and LSPs to pick,\n"
         "utilisation, tables to filter and to save as CSV. Its figures of failures are\n"
         "those of kavril audit. With an earlier plan it shows which LSPs have moved,\n"
-        "come or gone, and what that does to every link and in the worst failure.\n"
+        "come or gone, and what that does to every link and in the worst failure. With\n"
+        "probabilities of failures it tells how much of the time traffic is up.\n"
         "\n"
         "Examples:\n"
         "  kavril report plan.json -o report.html\n"
-        "  kavril report better.json --before plan.json -o report.html");
+        "  kavril report better.json --before plan.json -o report.html\n"
+        "  kavril report plan.json --mtbf cable=8000 --mttr cable=6 -o report.html");
     onRun(*cmd, shared, [&shared, options] { return report(*options, shared); });
 }
 

@@ -3,13 +3,16 @@
 
 #include <algorithm>
 
+#include "audit/audit_json.h"
 #include "audit/failure_sets.h"
-#include "audit/verdict.h"
 #include "bound/flow_bound.h"
 #include "cli/progress.h"
+#include "commands/class_table.h"
 #include "commands/commands.h"
+#include "commands/failures.h"
+#include "commands/promises.h"
 #include "engine/change.h"
-#include "plan_json.h"
+#include "engine/promises.h"
 
 namespace workbench {
 
@@ -79,21 +82,16 @@ Cut tightestCut(const Plan& plan, const std::function<void()>& step) {
 }
 
 struct Figures {
-    double carried = 0.0;
-    double isProtected = 0.0;
-    double worstLost = 0.0;
-    double worstLoad = 0.0;
+    Verdict verdict;
     int unprotected = 0;
     FlowBound bound;
+
+    double carried() const { return verdict.all.bandwidthCarried; }
+    double isProtected() const { return verdict.all.bandwidthProtected; }
 };
 
-Figures figuresOf(const Plan& plan) {
-    const AuditResult result = audit(plan);
-    const Verdict verdict = verdictOf(plan, result);
-    return {.carried = verdict.all.bandwidthCarried,
-            .isProtected = verdict.all.bandwidthProtected,
-            .worstLost = verdict.all.worstLost,
-            .worstLoad = verdict.worstLoad,
+Figures figuresOf(const Plan& plan, const AuditResult& result) {
+    return {.verdict = verdictOf(plan, result),
             .unprotected = summarise(plan).unprotected,
             .bound =
                 flowBound(plan, plan.demands, std::vector<char>(plan.demands.size(), 1))};
@@ -106,9 +104,9 @@ struct Addition {
 };
 
 // Cables that hold the optimum down, cross the tightest cut or are the fullest.
-std::vector<Addition> candidatesFor(const Plan& plan, const Figures& now, const Cut& cut,
+std::vector<Addition> candidatesFor(const Plan& plan, const AuditResult& result,
+                                    const Figures& now, const Cut& cut,
                                     const Options& options) {
-    const AuditResult result = audit(plan);
     std::vector<double> worst(plan.network.links.size(), 0.0);
     for (const WorstLoad& one : result.worst)
         worst[one.load.link] = std::max(worst[one.load.link], one.load.share());
@@ -130,28 +128,58 @@ std::vector<Addition> candidatesFor(const Plan& plan, const Figures& now, const 
     return candidates;
 }
 
-void tryOut(const Plan& plan, Addition* addition, const Step& step) {
+void tryOut(const Plan& plan, Addition* addition, Progress* progress) {
+    progress->start({{"trying " + addition->cable.name}});
     Change change;
     change.drained = plan.drained;
     for (int link : addition->cable.links)
         change.capacities.push_back(
             {link, plan.network.links[link].capacity + addition->added});
     Plan changed = plan;
+    const Step step = [progress] { progress->advance(); };
     applyChange(&changed, change, step);
-    addition->figures = figuresOf(changed);
+    keepPromises(&changed, step);
+    addition->figures = figuresOf(changed, auditShown(changed, progress));
 }
 
-json toJson(const Figures& figures) {
-    return {{"carried", figures.carried},
-            {"protected", figures.isProtected},
-            {"worstLost", figures.worstLost},
-            {"worstLoad", figures.worstLoad},
+json toJson(const Figures& figures, const Plan& plan) {
+    return {{"carried", figures.carried()},
+            {"protected", figures.isProtected()},
+            {"worstLost", figures.verdict.all.worstLost},
+            {"worstLoad", figures.verdict.worstLoad},
             {"unprotected", figures.unprotected},
+            {"levels", toJson(figures.verdict.levels, plan)},
             {"optimum", figures.bound.known ? json(figures.bound.factor) : json()}};
 }
 
 std::string optimum(const Figures& figures) {
     return figures.bound.known ? fmt::format("{:.4g}", figures.bound.factor) : "-";
+}
+
+std::string nameOf(const Addition& addition, const std::string& unit) {
+    return addition.cable.name + " +" + formatBandwidth(addition.added, unit);
+}
+
+// How much of the requested bandwidth is protected then.
+void printLevels(const Plan& plan, const Figures& now,
+                 const std::vector<Addition>& additions) {
+    if (now.verdict.levels.size() < 2) return;
+    fmt::print("  {:<40}", "protected, of what is requested");
+    for (const Fate& fate : now.verdict.levels)
+        fmt::print(
+            " {:>12}",
+            fmt::format("{} {}", plan.configuration.classes[fate.trafficClass].name,
+                        fate.level));
+    const auto line = [](const std::string& name, const Verdict& verdict) {
+        fmt::print("\n  {:<40}", name);
+        for (const Fate& fate : verdict.levels)
+            fmt::print(" {:>12}",
+                       percentText(fate.bandwidthProtected, fate.bandwidthRequested));
+    };
+    line("nothing", now.verdict);
+    for (const Addition& one : additions)
+        line(nameOf(one, plan.network.unit), one.figures.verdict);
+    fmt::print("\n");
 }
 
 void print(const Plan& plan, const Figures& now, const Cut& cut,
@@ -164,38 +192,37 @@ void print(const Plan& plan, const Figures& now, const Cut& cut,
                    formatBandwidth(cut.capacity, unit), 100.0 * cut.share());
         for (int link : cut.links) fmt::print("    {}\n", linkName(plan.network, link));
     }
-    fmt::print("  {:<40} {:>12} {:>12} {:>12} {:>12} {:>9}\n", "more capacity for",
-               "carried", "protected", "unprotected", "worst loss", "optimum");
+    fmt::print("  {:<40} {:>12} {:>12} {:>12} {:>12} {:>9}  stretch\n",
+               "more capacity for", "carried", "protected", "unprotected", "worst loss",
+               "optimum");
     const auto line = [&](const std::string& name, const Figures& figures) {
-        fmt::print("  {:<40} {:>12} {:>12} {:>12} {:>12} {:>9}\n", name,
-                   formatBandwidth(figures.carried, unit),
-                   formatBandwidth(figures.isProtected, unit), figures.unprotected,
-                   formatBandwidth(figures.worstLost, unit), optimum(figures));
+        fmt::print("  {:<40} {:>12} {:>12} {:>12} {:>12} {:>9}  {}\n", name,
+                   formatBandwidth(figures.carried(), unit),
+                   formatBandwidth(figures.isProtected(), unit), figures.unprotected,
+                   formatBandwidth(figures.verdict.all.worstLost, unit), optimum(figures),
+                   stretchText(figures.verdict.all.stretch));
     };
     line("nothing", now);
-    for (const Addition& one : additions)
-        line(one.cable.name + " +" + formatBandwidth(one.added, unit), one.figures);
+    for (const Addition& one : additions) line(nameOf(one, unit), one.figures);
+    printLevels(plan, now, additions);
     if (!now.bound.known) fmt::print("  optimum not known: {}\n", now.bound.whyNot);
 }
 
 int upgrade(const Options& options, const Shared& shared) {
-    const Plan plan = readPlan(options.plan);
+    const Plan plan = readWorkingPlan(options.plan);
     Figures now;
     Cut cut;
     std::vector<Addition> additions;
     {
         Progress progress(shared, {{"growing cuts", plan.network.nodes.size()}});
-        const auto advance = [&progress] { progress.advance(); };
-        now = figuresOf(plan);
-        cut = tightestCut(plan, advance);
-        additions = candidatesFor(plan, now, cut, options);
-        for (Addition& one : additions) {
-            progress.start({{"trying " + one.cable.name}});
-            tryOut(plan, &one, advance);
-        }
+        cut = tightestCut(plan, [&progress] { progress.advance(); });
+        const AuditResult result = auditShown(plan, &progress);
+        now = figuresOf(plan, result);
+        additions = candidatesFor(plan, result, now, cut, options);
+        for (Addition& one : additions) tryOut(plan, &one, &progress);
     }
     std::ranges::stable_sort(additions, {}, [](const Addition& one) {
-        return std::tuple(-one.figures.isProtected, -one.figures.carried,
+        return std::tuple(-one.figures.isProtected(), -one.figures.carried(),
                           -one.figures.bound.factor);
     });
     if (!shared.json) {
@@ -204,13 +231,13 @@ int upgrade(const Options& options, const Shared& shared) {
     }
     json list = json::array();
     for (const Addition& one : additions) {
-        list.push_back(toJson(one.figures));
+        list.push_back(toJson(one.figures, plan));
         list.back()["cable"] = one.cable.name;
         list.back()["added"] = one.added;
     }
     json links = json::array();
     for (int link : cut.links) links.push_back(linkName(plan.network, link));
-    fmt::print("{}\n", json({{"now", toJson(now)},
+    fmt::print("{}\n", json({{"now", toJson(now, plan)},
                              {"cut",
                               {{"nodes", cut.nodes},
                                {"links", std::move(links)},

@@ -152,11 +152,8 @@ class Changer {
     void takeDown(int index, const std::string& reason) {
         PlanDemand& demand = plan_->demands[index];
         oldId_[index] = demand.lsp;
-        demand.lsp = -1;
-        demand.outcome = Outcome::PREEMPTED;
-        demand.unprotected.clear();
-        demand.exposed.clear();
-        demand.reason = endsAtDrained(demand) ? "it ends at a drained node" : reason;
+        noteTakenDown(&demand,
+                      endsAtDrained(demand) ? "it ends at a drained node" : reason);
         if (!endsAtDrained(demand)) waiting_.push_back(index);
     }
 

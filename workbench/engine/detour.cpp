@@ -1,9 +1,11 @@
 #include "engine/detour.h"
 
 #include <algorithm>
-#include <deque>
+#include <queue>
+#include <tuple>
 
 #include "audit/audit.h"
+#include "graph/shortest.h"
 
 namespace workbench {
 
@@ -66,19 +68,27 @@ Task taskOf(const Network& network, const Survival& survival, const PlanLsp& pri
 
 std::vector<int> findWay(const Network& network, const Survival& survival,
                          const Wish& wish, bool needsRoom) {
+    using Entry = std::tuple<double, int, int>;  // length, in order of discovery, node
     const auto from = linksFrom(network);
-    std::vector<int> before(network.nodes.size(), -1);
-    std::deque<int> todo = {wish.src};
-    before[wish.src] = wish.src;
+    const auto lengthOf = [&](int link) {
+        return wish.byDelay ? network.links[link].delay.value_or(0.0) : 1.0;
+    };
     const auto hasRoom = [&](int link) {
         const double room = wish.failures.empty()
                                 ? survival.room(link, wish.trafficClass)
                                 : survival.room(link, wish.trafficClass, wish.failures);
         return room + kRounding * network.links[link].capacity >= wish.bandwidth;
     };
+    std::vector<int> before(network.nodes.size(), -1);
+    std::vector<double> lengths(network.nodes.size(), kNoWay);
+    std::priority_queue<Entry, std::vector<Entry>, std::greater<>> todo;
+    int found = 0;
+    todo.emplace(0.0, found, wish.src);
+    lengths[wish.src] = 0.0;
     while (!todo.empty()) {
-        const int node = todo.front();
-        todo.pop_front();
+        const auto [length, order, node] = todo.top();
+        todo.pop();
+        if (length > lengths[node]) continue;
         if (contains(wish.goals, node)) {
             std::vector<int> path = {node};
             while (path.back() != wish.src) path.push_back(before[path.back()]);
@@ -87,10 +97,12 @@ std::vector<int> findWay(const Network& network, const Survival& survival,
         }
         for (int link : from[node]) {
             const int next = network.links[link].dst;
-            if (before[next] >= 0 || wish.forbidden[link]) continue;
+            if (length + lengthOf(link) >= lengths[next] || wish.forbidden[link])
+                continue;
             if (needsRoom && !hasRoom(link)) continue;
+            lengths[next] = length + lengthOf(link);
             before[next] = node;
-            todo.push_back(next);
+            todo.emplace(lengths[next], ++found, next);
         }
     }
     return {};
@@ -98,9 +110,10 @@ std::vector<int> findWay(const Network& network, const Survival& survival,
 
 std::vector<int> backupPath(const Network& network, const Survival& survival,
                             const PlanLsp& primary, int hop,
-                            const std::vector<int>& full) {
+                            const std::vector<int>& unwanted, bool byDelay) {
     Task task = taskOf(network, survival, primary, hop);
-    for (int link : full) task.wish.forbidden[link] = 1;
+    task.wish.byDelay = byDelay;
+    for (int link : unwanted) task.wish.forbidden[link] = 1;
     Wish all = task.wish;
     for (int failure : task.toAvoid)
         forbid(network, survival.failures()[failure], &all.forbidden);

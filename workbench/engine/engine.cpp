@@ -413,12 +413,13 @@ std::string Engine::protectByLibrary(int primary, Protection protection) {
 
 // A way that the ledger of failures finds room on may be refused by the library, which is
 // more cautious about nodes. Then the next way does without the fullest of its links.
-std::string Engine::putDetour(int primary, Protection protection, int hop) {
+std::string Engine::putDetour(int primary, Protection protection, int hop,
+                              DetourWish wish) {
     constexpr int kTries = 6;
     const PlanLsp lsp = lsps_.at(primary);
-    std::vector<int> full;
     for (int i = 0; i < kTries; i++) {
-        const auto path = backupPath(network_, survival_, lsp, hop, full);
+        const auto path =
+            backupPath(network_, survival_, lsp, hop, wish.unwanted, wish.byDelay);
         if (path.empty()) return "no way that survives has room";
         const PlanLsp backup = backupOf(lsp, protection == Protection::LOCAL, hop, path);
         if (put(backup, nullptr).empty()) {
@@ -427,19 +428,21 @@ std::string Engine::putDetour(int primary, Protection protection, int hop) {
             drop(backup.id);
             noteSurvival(primary);
         }
-        full.push_back(std::ranges::min(survival_.linksOf(path), {}, [&](int link) {
-            return survival_.room(link, lsp.trafficClass) /
-                   std::max(1e-300, network_.links[link].capacity);
-        }));
+        wish.unwanted.push_back(
+            std::ranges::min(survival_.linksOf(path), {}, [&](int link) {
+                return survival_.room(link, lsp.trafficClass) /
+                       std::max(1e-300, network_.links[link].capacity);
+            }));
     }
     return "no way that survives has room";
 }
 
-std::string Engine::protectByDetours(int primary, Protection protection) {
+std::string Engine::protectByDetours(int primary, Protection protection,
+                                     const DetourWish& wish) {
     const int hops = static_cast<int>(lsps_.at(primary).path.size()) - 1;
     const bool local = protection == Protection::LOCAL;
     for (int hop = local ? hops - 1 : -1; hop >= (local ? 0 : -1); hop--) {
-        const std::string reason = putDetour(primary, protection, hop);
+        const std::string reason = putDetour(primary, protection, hop, wish);
         if (reason.empty()) continue;
         unprotect(primary);
         return reason;
@@ -448,8 +451,14 @@ std::string Engine::protectByDetours(int primary, Protection protection) {
     return {};
 }
 
-std::string Engine::protect(int primary, Protection protection) {
-    if (protection == Protection::NONE) return {};
+std::vector<PlanLsp> Engine::takeBackups(int primary) {
+    std::vector<PlanLsp> backups = withBackups(primary);
+    backups.erase(backups.begin());
+    unprotect(primary);
+    return backups;
+}
+
+std::string Engine::protectAgainstAll(int primary, Protection protection) {
     if (const std::string reason = protectByLibrary(primary, protection); !reason.empty())
         return reason;
     const std::string tooMuch = overload(primary);
@@ -458,10 +467,8 @@ std::string Engine::protect(int primary, Protection protection) {
         (exposures.empty() || !couldCover(network_, survival_, lsps_.at(primary),
                                           protection == Protection::LOCAL, exposures)))
         return {};
-    std::vector<PlanLsp> chosen = withBackups(primary);
-    chosen.erase(chosen.begin());
-    unprotect(primary);
-    const bool found = protectByDetours(primary, protection).empty();
+    const std::vector<PlanLsp> chosen = takeBackups(primary);
+    const bool found = protectByDetours(primary, protection, {}).empty();
     if (found &&
         (!tooMuch.empty() || survival_.exposures(primary).size() < exposures.size()))
         return {};
@@ -470,6 +477,31 @@ std::string Engine::protect(int primary, Protection protection) {
     load(chosen);
     noteSurvival(primary);
     return {};
+}
+
+void Engine::keepLimits(int primary, Protection protection, const PathLimits& limits) {
+    const std::size_t broken = beyond(primary, limits).size();
+    if (broken == 0) return;
+    const std::size_t exposures = survival_.exposures(primary).size();
+    DetourWish wish = {.unwanted = {}, .byDelay = limits.maxDelay > 0.0};
+    for (const Link& link : network_.links)
+        if ((link.colour & limits.avoid) != 0) wish.unwanted.push_back(link.id);
+    const std::vector<PlanLsp> chosen = takeBackups(primary);
+    const bool found = protectByDetours(primary, protection, wish).empty();
+    if (found && survival_.exposures(primary).size() <= exposures &&
+        beyond(primary, limits).size() < broken)
+        return;
+    if (found) unprotect(primary);
+    load(chosen);
+    noteSurvival(primary);
+}
+
+std::string Engine::protect(int primary, Protection protection,
+                            const PathLimits& limits) {
+    if (protection == Protection::NONE) return {};
+    const std::string reason = protectAgainstAll(primary, protection);
+    if (reason.empty() && limits.any()) keepLimits(primary, protection, limits);
+    return reason;
 }
 
 }  // namespace workbench

@@ -22,6 +22,14 @@
 
 namespace workbench {
 
+// What a demand asks of its path: colours to avoid, a bit mask, and limits, 0 for none.
+struct PathLimits {
+    int avoid = 0;
+    double maxDelay = 0.0;
+    int maxHops = 0;
+    bool any() const { return avoid != 0 || maxDelay > 0.0 || maxHops > 0; }
+};
+
 struct Request {
     int demand = -1;
     int src = 0;
@@ -83,8 +91,15 @@ class Engine {
 
     // Puts up the backups of a primary: those that the library chooses, or others where
     // these overload a link or are lost in one of the failures that the plan is to
-    // survive. Empty, or why there is none; then nothing has changed.
-    std::string protect(int primary, Protection protection);
+    // survive. Empty, or why there is none; then nothing has changed. The library knows
+    // no limits of backups: where its own break one, others that do not are looked for,
+    // and taken if they are as good otherwise.
+    std::string protect(int primary, Protection protection,
+                        const PathLimits& limits = {});
+
+    // What the backups of a primary break: "colours"; "delay" and "hops" of the whole way
+    // that the traffic takes when one of its links fails.
+    std::vector<std::string> beyond(int primary, const PathLimits& limits) const;
 
     // Takes the backups of a primary down.
     void unprotect(int primary);
@@ -129,9 +144,18 @@ class Engine {
     void noteSurvival(int primary);
     std::string overload(int primary) const;
     Answer requestOn(const Request& request, const Path& path);
+    // Of backups that the library does not choose.
+    struct DetourWish {
+        std::vector<int> unwanted = {};  // links
+        bool byDelay = false;
+    };
     std::string protectByLibrary(int primary, Protection protection);
-    std::string protectByDetours(int primary, Protection protection);
-    std::string putDetour(int primary, Protection protection, int hop);
+    std::string protectAgainstAll(int primary, Protection protection);
+    std::string protectByDetours(int primary, Protection protection,
+                                 const DetourWish& wish);
+    std::string putDetour(int primary, Protection protection, int hop, DetourWish wish);
+    void keepLimits(int primary, Protection protection, const PathLimits& limits);
+    std::vector<PlanLsp> takeBackups(int primary);
     void drop(int lsp);
     PlanLsp backupOf(const PlanLsp& primary, bool local, int hop,
                      const std::vector<int>& path) const;

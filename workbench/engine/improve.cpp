@@ -81,7 +81,8 @@ class Improver {
         const bool placed = engine_.request(request).placed;
         if (placed) protectDemand(&engine_, &demand);
         if (!placed || (!demand.unprotected.empty() && before.unprotected.empty()) ||
-            demand.exposed.size() > before.exposed.size()) {
+            demand.exposed.size() > before.exposed.size() ||
+            demand.beyond.size() > before.beyond.size()) {
             if (placed) engine_.remove(old.id);
             engine_.load(asItWas);
             demand = before;

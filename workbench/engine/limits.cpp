@@ -1,6 +1,9 @@
 // Limits of single demands, which the library does not know.
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <set>
+
 #include "computation/computation.h"
 #include "database/database.h"
 #include "engine/convert.h"
@@ -24,6 +27,33 @@ std::string Engine::brokenLimit(const Request& request,
     if (delay <= request.maxDelay) return {};
     return fmt::format("its path has a delay of {:.6g}, at most {:.6g} is allowed", delay,
                        request.maxDelay);
+}
+
+// Up to where a backup leaves its primary, over it, and on from where it comes back.
+static std::vector<int> wayOver(const PlanLsp& primary, const PlanLsp& backup) {
+    const std::vector<int>& path = primary.path;
+    const auto head = std::ranges::find(path, backup.path.front());
+    const auto tail = std::find(head, path.end(), backup.path.back());
+    std::vector<int> way(path.begin(), head);
+    way.insert(way.end(), backup.path.begin(), backup.path.end());
+    way.insert(way.end(), tail + 1, path.end());
+    return way;
+}
+
+std::vector<std::string> Engine::beyond(int primary, const PathLimits& limits) const {
+    std::set<std::string> broken;
+    const PlanLsp& lsp = lsps_.at(primary);
+    for (int id : backupsOf(primary)) {
+        const PlanLsp& backup = lsps_.at(id);
+        const std::vector<int> way = wayOver(lsp, backup);
+        if (!brokenLimit({.maxDelay = limits.maxDelay}, way).empty())
+            broken.insert("delay");
+        if (!brokenLimit({.maxHops = limits.maxHops}, way).empty()) broken.insert("hops");
+        for (int link : survival_.linksOf(backup.path))
+            if ((network_.links[link].colour & limits.avoid) != 0)
+                broken.insert("colours");
+    }
+    return {broken.begin(), broken.end()};
 }
 
 Path Engine::pathWithinLimits(const Request& request, const std::string& broken) const {

@@ -208,12 +208,25 @@ Request requestFor(const Engine& engine, const PlanDemand& demand, int index) {
     return request;
 }
 
+void noteTakenDown(PlanDemand* demand, const std::string& reason) {
+    demand->lsp = -1;
+    demand->outcome = Outcome::PREEMPTED;
+    demand->reason = reason;
+    demand->unprotected.clear();
+    demand->exposed.clear();
+    demand->beyond.clear();
+}
+
 void protectDemand(Engine* engine, PlanDemand* demand) {
     const Protection protection = engine->configuration().protection;
-    demand->unprotected = engine->protect(demand->lsp, protection);
+    const PathLimits limits = {
+        .avoid = demand->avoid, .maxDelay = demand->maxDelay, .maxHops = demand->maxHops};
+    demand->unprotected = engine->protect(demand->lsp, protection, limits);
     demand->exposed.clear();
-    if (protection != Protection::NONE && demand->unprotected.empty())
-        demand->exposed = engine->exposed(demand->lsp);
+    demand->beyond.clear();
+    if (protection == Protection::NONE || !demand->unprotected.empty()) return;
+    demand->exposed = engine->exposed(demand->lsp);
+    demand->beyond = engine->beyond(demand->lsp, limits);
 }
 
 bool placeAll(Engine* engine, std::vector<PlanDemand>* demands,

@@ -49,6 +49,9 @@ struct PlaceOptions {
 bool placeAll(Engine* engine, std::vector<PlanDemand>* demands,
               const PlaceOptions& options, PlaceTimes* times);
 
+// Writes down that the LSP of a demand is no longer up.
+void noteTakenDown(PlanDemand* demand, const std::string& reason);
+
 // Protects the LSP of a demand and writes down what came of it.
 void protectDemand(Engine* engine, PlanDemand* demand);
 

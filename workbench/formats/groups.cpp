@@ -1,29 +1,44 @@
 #include "formats/groups.h"
 
-#include <fmt/format.h>
-#include <fmt/ranges.h>
-
-#include <algorithm>
-
 namespace workbench {
 
-std::vector<std::string> groupsOf(std::string_view text) {
+static std::string trimmed(const std::string& text) {
     constexpr const char* kBlanks = " \t\r\n";
+    const std::size_t first = text.find_first_not_of(kBlanks);
+    if (first == text.npos) return {};
+    return text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
+}
+
+std::vector<std::string> groupsOf(std::string_view text) {
     std::vector<std::string> groups;
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t end = std::min(text.find(';', at), text.size());
-        const std::string_view part = text.substr(at, end - at);
-        const std::size_t first = part.find_first_not_of(kBlanks);
-        if (first != part.npos)
-            groups.emplace_back(
-                part.substr(first, part.find_last_not_of(kBlanks) + 1 - first));
-        at = end + 1;
+    std::string group;
+    const auto finish = [&] {
+        if (group = trimmed(group); !group.empty()) groups.push_back(group);
+        group.clear();
+    };
+    for (std::size_t at = 0; at < text.size(); at++) {
+        const bool isEscaped = text[at] == '\\' && at + 1 < text.size() &&
+                               (text[at + 1] == ';' || text[at + 1] == '\\');
+        if (isEscaped) at++;
+        if (text[at] == ';' && !isEscaped)
+            finish();
+        else
+            group += text[at];
     }
+    finish();
     return groups;
 }
 
 std::string groupsText(const std::vector<std::string>& groups) {
-    return fmt::format("{}", fmt::join(groups, ";"));
+    std::string text;
+    for (const std::string& group : groups) {
+        if (!text.empty()) text += ';';
+        for (const char letter : group) {
+            if (letter == ';' || letter == '\\') text += '\\';
+            text += letter;
+        }
+    }
+    return text;
 }
 
 }  // namespace workbench

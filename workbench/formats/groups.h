@@ -1,4 +1,5 @@
-// The risk groups of a link in formats that have no lists: "duct 7; bridge".
+// The risk groups of a link in formats that have no lists: "duct 7; bridge". A backslash
+// stands before a semicolon or backslash that is part of a name.
 #pragma once
 
 #include <string>

@@ -1,9 +1,11 @@
 #include "formats/plan_tables.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <numeric>
 
+#include "class_summary.h"
 #include "formats/units.h"
 #include "formats/writers.h"
 #include "graph/shortest.h"
@@ -33,6 +35,10 @@ std::string protectionText(const PlanLsp& lsp, const Plan& plan) {
     if (plan.configuration.protection == Protection::NONE) return "none asked for";
     const std::string& reason = plan.demands[lsp.demand].unprotected;
     return reason.empty() ? "protected" : reason;
+}
+
+std::string joined(const std::vector<std::string>& texts) {
+    return fmt::format("{}", fmt::join(texts, ", "));
 }
 
 std::string limitText(double limit) {
@@ -97,10 +103,10 @@ Table planLsps(const Plan& plan) {
 
 Table planDemands(const Plan& plan) {
     const Network& network = plan.network;
-    Table table{
-        {"src", "dst", withUnit("bandwidth", network.unit), "class", "level", "avoid",
-         "max delay", "max hops", "name", "outcome", "lsp", "reason", "unprotected"},
-        {}};
+    Table table{{"src", "dst", withUnit("bandwidth", network.unit), "class", "level",
+                 "avoid", "max delay", "max hops", "name", "outcome", "lsp", "reason",
+                 "unprotected", "exposed", "backups beyond"},
+                {}};
     for (const PlanDemand& demand : plan.demands)
         table.rows.push_back(
             {network.nodes[demand.src].name, network.nodes[demand.dst].name,
@@ -109,19 +115,20 @@ Table planDemands(const Plan& plan) {
              std::to_string(demand.level), limitText(demand.avoid),
              limitText(demand.maxDelay), limitText(demand.maxHops), demand.name,
              toText(demand.outcome), demand.lsp < 0 ? "" : std::to_string(demand.lsp),
-             demand.reason, demand.unprotected});
+             demand.reason, demand.unprotected, joined(demand.exposed),
+             joined(demand.beyond)});
     return table;
 }
 
 Table planClasses(const Plan& plan) {
     const std::string& unit = plan.network.unit;
-    Table table{
-        {"class", "level", "requests", "placed", "protected", withUnit("offered", unit),
-         withUnit("carried", unit), withUnit("protected", unit),
-         withUnit("primaries", unit), withUnit("backups", unit),
-         withUnit("backups unshared", unit), "cost of protection %"},
-        {}};
-    for (const ClassSummary& sums : classSummaries(plan))
+    Table table{{"class", "level", "requests", "placed", "protected",
+                 withUnit("offered", unit), withUnit("carried", unit),
+                 withUnit("protected", unit), withUnit("primaries", unit),
+                 withUnit("backups", unit), withUnit("backups unshared", unit),
+                 "cost of protection %", "mean stretch", "maximum stretch"},
+                {}};
+    for (const ClassSummary& sums : classSummaries(plan, plan.links))
         table.rows.push_back({plan.configuration.classes[sums.trafficClass].name,
                               std::to_string(sums.level), std::to_string(sums.requested),
                               std::to_string(sums.placed),
@@ -129,7 +136,9 @@ Table planClasses(const Plan& plan) {
                               numberText(sums.carried), numberText(sums.carriedProtected),
                               numberText(sums.primary), numberText(sums.backup),
                               numberText(sums.dedicated),
-                              percentOf(sums.backup, sums.primary)});
+                              percentOf(sums.backup, sums.primary),
+                              fmt::format("{:.4f}", sums.stretch.mean()),
+                              fmt::format("{:.4f}", sums.stretch.maximum)});
     return table;
 }
 

@@ -1,32 +1,23 @@
 #include "graph/shortest.h"
 
 #include <algorithm>
-#include <map>
 #include <queue>
+#include <tuple>
 
 namespace workbench {
 
-namespace {
-
-using Links = std::vector<std::vector<int>>;  // out of every node
-
-Links linksOut(const Network& network) {
-    Links out(network.nodes.size());
-    for (const Link& link : network.links) out[link.src].push_back(link.id);
-    return out;
+ShortestPaths::ShortestPaths(const Network& network)
+    : network_(network), out_(network.nodes.size()), lengths_(metricsOf(network)) {
+    for (const Link& link : network.links) out_[link.src].push_back(link.id);
 }
 
-// Last link of the shortest path to every node, -1 where there is none.
-struct Tree {
-    std::vector<double> lengths;
-    std::vector<int> last;
-};
-
-Tree shortestTree(const Network& network, const Links& out,
-                  const std::vector<double>& lengths, int src) {
+const ShortestPaths::Tree& ShortestPaths::treeFrom(int src) {
+    const auto [found, isNew] = trees_.try_emplace(src);
+    Tree& tree = found->second;
+    if (!isNew) return tree;
+    tree = {std::vector<double>(out_.size(), kNoWay), std::vector<int>(out_.size(), -1)};
     using Entry = std::tuple<double, int, int>;  // length, links, node
-    Tree tree{std::vector<double>(out.size(), kNoWay), std::vector<int>(out.size(), -1)};
-    std::vector<int> hops(out.size(), 0);
+    std::vector<int> hops(out_.size(), 0);
     std::priority_queue<Entry, std::vector<Entry>, std::greater<>> queue;
     tree.lengths[src] = 0.0;
     queue.emplace(0.0, 0, src);
@@ -34,28 +25,56 @@ Tree shortestTree(const Network& network, const Links& out,
         const auto [length, links, node] = queue.top();
         queue.pop();
         if (length > tree.lengths[node] || links > hops[node]) continue;
-        for (const int id : out[node]) {
-            const int next = network.links[id].dst;
-            const std::pair found(length + lengths[id], links + 1);
-            if (found.first == kNoWay || next == src ||
-                found >= std::pair(tree.lengths[next],
-                                   tree.last[next] < 0 ? links + 2 : hops[next]))
+        for (const int id : out_[node]) {
+            const int next = network_.links[id].dst;
+            const std::pair further(length + lengths_[id], links + 1);
+            if (further.first == kNoWay || next == src ||
+                further >= std::pair(tree.lengths[next],
+                                     tree.last[next] < 0 ? links + 2 : hops[next]))
                 continue;
-            std::tie(tree.lengths[next], hops[next]) = found;
+            std::tie(tree.lengths[next], hops[next]) = further;
             tree.last[next] = id;
-            queue.emplace(found.first, found.second, next);
+            queue.emplace(further.first, further.second, next);
         }
     }
     return tree;
 }
 
-int linkBetween(const Network& network, const Links& out, int src, int dst) {
-    for (const int id : out[src])
-        if (network.links[id].dst == dst) return id;
-    return -1;
+std::vector<int> ShortestPaths::links(int src, int dst) {
+    const Tree& tree = treeFrom(src);
+    std::vector<int> links;
+    for (int at = dst; tree.last[at] >= 0; at = network_.links[links.back()].src)
+        links.push_back(tree.last[at]);
+    std::ranges::reverse(links);
+    return links;
 }
 
-}  // namespace
+double ShortestPaths::lengthOf(const std::vector<int>& path) const {
+    double length = 0.0;
+    for (std::size_t i = 0; i + 1 < path.size(); i++) {
+        const auto link = std::ranges::find_if(
+            out_[path[i]], [&](int id) { return network_.links[id].dst == path[i + 1]; });
+        length += link == out_[path[i]].end() ? kNoWay : lengths_[*link];
+    }
+    return length;
+}
+
+double ShortestPaths::against(int src, int dst, double length) {
+    const double shortest = treeFrom(src).lengths[dst];
+    return shortest > 0.0 ? length / shortest : 1.0;
+}
+
+double ShortestPaths::stretch(const std::vector<int>& path) {
+    if (path.empty()) return 1.0;
+    return against(path.front(), path.back(), lengthOf(path));
+}
+
+double ShortestPaths::stretchOver(const std::vector<int>& links) {
+    double length = 0.0;
+    for (const int link : links) length += lengths_[link];
+    return against(network_.links[links.front()].src, network_.links[links.back()].dst,
+                   length);
+}
 
 std::vector<double> metricsOf(const Network& network) {
     std::vector<double> lengths;
@@ -93,47 +112,38 @@ std::vector<int> shortestPath(const Network& network, const std::vector<double>&
     return path;
 }
 
+void Stretch::add(int lsp, double stretch) {
+    total += stretch;
+    lsps++;
+    if (longest >= 0 && stretch <= maximum) return;
+    maximum = stretch;
+    longest = lsp;
+}
+
+void Stretch::add(const Stretch& more) {
+    total += more.total;
+    lsps += more.lsps;
+    if (more.longest < 0 || (longest >= 0 && more.maximum <= maximum)) return;
+    maximum = more.maximum;
+    longest = more.longest;
+}
+
 std::vector<double> stretches(const Plan& plan) {
-    const Links out = linksOut(plan.network);
-    const std::vector<double> lengths = metricsOf(plan.network);
-    std::map<int, Tree> trees;  // by source
+    ShortestPaths shortest(plan.network);
     std::vector<double> result;
-    for (const PlanLsp& lsp : plan.lsps) {
-        double length = 0.0;
-        for (std::size_t i = 0; i + 1 < lsp.path.size(); i++) {
-            const int link = linkBetween(plan.network, out, lsp.path[i], lsp.path[i + 1]);
-            length += link < 0 ? kNoWay : lengths[link];
-        }
-        double shortest = 0.0;
-        if (!lsp.path.empty()) {
-            const int src = lsp.path.front();
-            if (!trees.contains(src))
-                trees[src] = shortestTree(plan.network, out, lengths, src);
-            shortest = trees[src].lengths[lsp.path.back()];
-        }
-        result.push_back(shortest > 0.0 ? length / shortest : 1.0);
-    }
+    for (const PlanLsp& lsp : plan.lsps) result.push_back(shortest.stretch(lsp.path));
     return result;
 }
 
 Baseline baselineOf(const Plan& plan) {
     const Network& network = plan.network;
-    const Links out = linksOut(network);
-    const std::vector<double> lengths = metricsOf(network);
-    std::map<int, Tree> trees;
+    ShortestPaths shortest(network);
     std::vector<double> loads(network.links.size(), 0.0);
     Baseline baseline;
     for (const PlanDemand& demand : plan.demands) {
-        if (!trees.contains(demand.src))
-            trees[demand.src] = shortestTree(network, out, lengths, demand.src);
-        const Tree& tree = trees[demand.src];
-        if (tree.last[demand.dst] < 0) continue;
-        baseline.carried += demand.bandwidth;
-        for (int at = demand.dst; at != demand.src;) {
-            const Link& link = network.links[tree.last[at]];
-            loads[link.id] += demand.bandwidth;
-            at = link.src;
-        }
+        const std::vector<int> links = shortest.links(demand.src, demand.dst);
+        for (const int link : links) loads[link] += demand.bandwidth;
+        if (!links.empty()) baseline.carried += demand.bandwidth;
     }
     std::vector<double> shares;
     double most = 0.0;

@@ -4,11 +4,10 @@
 #include <cmath>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <tuple>
 #include <unordered_map>
 
-#include "audit/recompute.h"
-#include "audit/routes.h"
+#include "audit/diff.h"
+#include "audit/verdict.h"
 #include "graph/shortest.h"
 #include "plan_json.h"
 #include "report/layout.h"
@@ -40,9 +39,10 @@ json spotsOf(const std::vector<Point>& points) {
     return spots;
 }
 
-json nodesOf(const Network& network) {
+json nodesOf(const Plan& plan) {
     json nodes = json::array();
-    for (const Node& node : network.nodes) nodes.push_back({{"name", node.name}});
+    for (const Node& node : plan.network.nodes) nodes.push_back({{"name", node.name}});
+    for (const int node : plan.drained.nodes) nodes[node]["drained"] = true;
     return nodes;
 }
 
@@ -58,43 +58,35 @@ void placeNodes(const Network& network, json* nodes) {
 
 // What the LSPs book, whatever the plan's own tables say: so all figures of the page are
 // of one truth. The audit tells of the difference.
-json linksOf(const Plan& plan) {
-    std::vector<std::string> problems;
-    const Routes routes(plan, &problems);
-    const std::vector<LinkTables> booked = recomputeTables(plan, routes);
+json linksOf(const Plan& plan, const AuditResult& audit) {
     json links = json::array();
-    for (std::size_t i = 0; i < booked.size(); i++) {
-        const LinkTables& tables = booked[i];
+    for (std::size_t i = 0; i < audit.booked.size(); i++) {
+        const LinkTables& tables = audit.booked[i];
         links.push_back({{"a", plan.network.links[i].src},
                          {"b", plan.network.links[i].dst},
                          {"cap", tables.capacity},
                          {"pri", tables.primary},
                          {"res", tables.reserved}});
+        if (isDrained(plan, static_cast<int>(i))) links.back()["drained"] = true;
     }
     return links;
 }
 
+// With what there is to say of it.
 json primaryOf(const PlanLsp& lsp, double stretch, const Plan& plan) {
-    return {{"id", lsp.id},
-            {"path", lsp.path},
-            {"class", lsp.trafficClass},
-            {"level", lsp.level},
-            {"bw", lsp.bandwidth},
-            {"stretch", std::round(1e4 * stretch) / 1e4},
-            {"demand", plan.demands[lsp.demand].name},
-            {"note", plan.demands[lsp.demand].unprotected},
-            {"backups", json::array()}};
-}
-
-// Which of those of the same name, ends, class and level a demand is: this makes it the
-// same in two plans.
-std::vector<int> ranksOf(const std::vector<PlanDemand>& demands) {
-    std::map<std::tuple<std::string, int, int, int, int>, int> seen;
-    std::vector<int> ranks;
-    for (const PlanDemand& one : demands)
-        ranks.push_back(
-            seen[{one.name, one.src, one.dst, one.trafficClass, one.level}]++);
-    return ranks;
+    const PlanDemand& demand = plan.demands[lsp.demand];
+    json one = {{"id", lsp.id},
+                {"path", lsp.path},
+                {"class", lsp.trafficClass},
+                {"level", lsp.level},
+                {"bw", lsp.bandwidth},
+                {"stretch", std::round(1e4 * stretch) / 1e4},
+                {"backups", json::array()}};
+    if (!demand.name.empty()) one["demand"] = demand.name;
+    if (!demand.unprotected.empty()) one["note"] = demand.unprotected;
+    if (!demand.exposed.empty()) one["exposed"] = demand.exposed;
+    if (!demand.beyond.empty()) one["beyond"] = demand.beyond;
+    return one;
 }
 
 // What a backup guards is left out where it is all of its primary, links or inner nodes:
@@ -109,16 +101,18 @@ json backupOf(const PlanLsp& backup, const PlanLsp& primary) {
 }
 
 // A plan has its LSPs in the order of their ids, a primary before its backups.
-json lspsOf(const Plan& plan, Positions* positions) {
+json lspsOf(const Plan& plan, const AuditResult& audit, Positions* positions) {
     const std::vector<double> stretch = stretches(plan);
-    const std::vector<int> nth = ranksOf(plan.demands);
+    const std::vector<double> up = availabilities(plan, audit);
+    const bool isKnown = knowsProbabilities(audit);
     json lsps = json::array();
     for (const PlanLsp& lsp : plan.lsps) {
         positions->plan[lsp.id] = positions->plan.size();
         if (lsp.kind == LspKind::PRIMARY) {
             positions->primary[lsp.id] = static_cast<int>(lsps.size());
-            lsps.push_back(primaryOf(lsp, stretch[positions->plan.at(lsp.id)], plan));
-            if (nth[lsp.demand] > 0) lsps.back()["nth"] = nth[lsp.demand];
+            const std::size_t at = positions->plan.at(lsp.id);
+            lsps.push_back(primaryOf(lsp, stretch[at], plan));
+            if (isKnown) lsps.back()["up"] = up[at];
             continue;
         }
         const auto primary = positions->primary.find(lsp.primary);
@@ -185,15 +179,41 @@ json failureOf(const Failure& failure, const Plan& plan, const Positions& positi
     json overloads = json::array();
     for (const Load& load : failure.overloads) overloads.push_back(loadOf(load));
     const FailureSet& set = failure.set;
-    return {{"kind", toText(set.kind)},
-            {"name", set.name},
-            {"links", set.links},
-            {"nodes", set.nodes},
-            {"hit", failure.hit.size()},
-            {"restored", std::move(restored)},
-            {"lost", std::move(lost)},
-            {"fullest", loadOf(failure.fullest)},
-            {"overloads", std::move(overloads)}};
+    json out = {{"kind", toText(set.kind)},
+                {"name", set.name},
+                {"links", set.links},
+                {"nodes", set.nodes},
+                {"hit", failure.hit.size()},
+                {"restored", std::move(restored)},
+                {"lost", std::move(lost)},
+                {"fullest", loadOf(failure.fullest)},
+                {"overloads", std::move(overloads)}};
+    if (set.probability) out["probability"] = *set.probability;
+    return out;
+}
+
+// The lot of a class and level, or of all traffic, as the audit's verdict has it.
+json lotOf(const Fate& fate) {
+    json lot = {{"class", fate.trafficClass},
+                {"level", fate.level},
+                {"offered", fate.bandwidthRequested},
+                {"carried", fate.bandwidthCarried},
+                {"safe", fate.bandwidthProtected},
+                {"worst", fate.worstLost},
+                {"booked", fate.booked},
+                {"backups", fate.reserved},
+                {"stretch", fate.stretch.mean()},
+                {"longest", fate.stretch.maximum}};
+    if (fate.meanAvailability) lot["up"] = *fate.meanAvailability;
+    if (fate.lowestAvailability) lot["lowest"] = *fate.lowestAvailability;
+    return lot;
+}
+
+json lotsOf(const Plan& plan, const AuditResult& audit) {
+    const Verdict verdict = verdictOf(plan, audit);
+    json levels = json::array();
+    for (const Fate& fate : verdict.levels) levels.push_back(lotOf(fate));
+    return {{"all", lotOf(verdict.all)}, {"levels", std::move(levels)}};
 }
 
 // Of every link and class the highest load and the failure that it takes, -1 for none.
@@ -242,9 +262,35 @@ std::string withoutMarkup(const json& data) {
     return text;
 }
 
+// What has become of each LSP, by its position in both plans, null where it is not up.
+// Which LSPs of two plans are the same is for compareLsps to say.
+json changesOf(const LspChanges& changes, const Positions& before,
+               const Positions& after) {
+    const std::pair<const char*, const std::vector<LspChange>&> kinds[] = {
+        {"moved", changes.moved},
+        {"gained", changes.gained},
+        {"lost", changes.lost},
+        {"newly unprotected", changes.unprotected},
+        {"newly protected", changes.isProtected},
+        {"resized", changes.resized}};
+    std::map<std::pair<int, int>, json> whatOf;  // by their ids
+    for (const auto& [what, list] : kinds)
+        for (const LspChange& one : list)
+            whatOf[{one.lspAfter, one.lspBefore}].push_back(what);
+    const auto positionIn = [](const Positions& positions, int lsp) {
+        const auto at = positions.primary.find(lsp);
+        return at == positions.primary.end() ? json() : json(at->second);
+    };
+    json all = json::array();
+    for (const auto& [ids, what] : whatOf)
+        all.push_back({{"after", positionIn(after, ids.first)},
+                       {"before", positionIn(before, ids.second)},
+                       {"what", what}});
+    return all;
+}
+
 // All but where the nodes are drawn.
-json planData(const Plan& plan, const AuditResult& audit) {
-    Positions positions;
+json planData(const Plan& plan, const AuditResult& audit, Positions* positions) {
     Reasons reasons;
     json data = {{"title", plan.network.name},
                  {"version", KAVRIL_VERSION},
@@ -254,14 +300,16 @@ json planData(const Plan& plan, const AuditResult& audit) {
         data["classes"].push_back(one.name);
     data["configuration"] = toJson(plan.configuration);
     data["audit"] = auditOf(audit);
-    data["nodes"] = nodesOf(plan.network);
-    data["links"] = linksOf(plan);
-    data["lsps"] = lspsOf(plan, &positions);
+    data["nodes"] = nodesOf(plan);
+    data["links"] = linksOf(plan, audit);
+    data["lsps"] = lspsOf(plan, audit, positions);
+    data["lots"] = lotsOf(plan, audit);
     data["notPlaced"] = notPlacedOf(plan);
     data["failures"] = json::array();
     Reach reach(plan.network);
     for (const Failure& failure : audit.failures)
-        data["failures"].push_back(failureOf(failure, plan, positions, &reach, &reasons));
+        data["failures"].push_back(
+            failureOf(failure, plan, *positions, &reach, &reasons));
     data["reasons"] = reasons.list();
     data["worst"] = worstOf(plan, audit);
     return data;
@@ -270,11 +318,15 @@ json planData(const Plan& plan, const AuditResult& audit) {
 }  // namespace
 
 std::string pageData(const Audited& now, const Audited* before) {
-    json data = planData(now.plan, now.audit);
+    Positions positions;
+    json data = planData(now.plan, now.audit, &positions);
     placeNodes(now.plan.network, &data["nodes"]);
     if (before != nullptr) {
-        data["before"] = planData(before->plan, before->audit);
+        Positions earlier;
+        data["before"] = planData(before->plan, before->audit, &earlier);
         data["before"]["file"] = before->file;
+        data["changes"] =
+            changesOf(compareLsps(before->plan, now.plan), earlier, positions);
     }
     return withoutMarkup(data);
 }

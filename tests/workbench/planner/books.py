@@ -25,6 +25,7 @@ class Books:
             for link in self.hops(lsp["path"]):
                 self.crossing[link].append(at)
                 self.base[link, lsp["trafficClass"]] += lsp["bandwidth"]
+        self.shortest = {}  # lengths by source
         self.backups = collections.defaultdict(list)
         for lsp in self.plan["lsps"]:
             if lsp["kind"] != "primary":
@@ -47,6 +48,16 @@ class Books:
         demand = self.demands[lsp["demand"]]
         return (lsp["id"], demand["name"], demand["src"], demand["dst"], lsp["trafficClass"],
                 lsp["level"], lsp["bandwidth"])
+
+    def stretch(self, path):
+        """Length of a path by metric against the shortest between its ends."""
+        metric = [link.get("metric", 1) for link in self.plan["network"]["links"]]
+        best = self.shortest.setdefault(path[0], {path[0]: 0})
+        for _ in self.names if len(best) == 1 else ():
+            for link, (a, b) in enumerate(self.links):
+                if a in best:
+                    best[b] = min(best.get(b, float("inf")), best[a] + metric[link])
+        return sum(metric[i] for i in self.hops(path)) / best[path[-1]] if best[path[-1]] else 1
 
     # Failures are (name, links, nodes).
 
@@ -150,6 +161,11 @@ class Books:
                 wrong.append(f"LSP {lsp['id']} is not its demand's")
             if demand.get("route") and demand["route"] != lsp["path"]:
                 wrong.append(f"LSP {lsp['id']} is not on its route")
+            limit = demand.get("maxHops", len(self.links))
+            ways = [self.way(lsp, {link}) for link in self.hops(lsp["path"])]
+            if len(lsp["path"]) > limit + 1 or ("hops" in demand.get("beyond", [])) != any(
+                    way is not None and len(way) > limit for way in ways):
+                wrong.append(f"LSP {lsp['id']} or its backups break the limit of {limit} links")
         up = {lsp["id"] for lsp in self.primaries}
         wrong += [f"{d['name']} has no LSP" for d in self.demands
                   if d["lsp"] >= 0 and d["lsp"] not in up]

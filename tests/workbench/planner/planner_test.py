@@ -90,6 +90,11 @@ class Planner(unittest.TestCase):
                 for failure, (_, links, nodes) in zip(said["failures"], sets):
                     loads, lost, ends = books.fail(links, nodes)
                     ever |= lost
+                    for one in failure["restored"]:
+                        down = links | {i for i, ends in enumerate(books.links) if set(ends) & nodes}
+                        way = [books.links[i] for i in books.way(books.lsps[one["lsp"]], down)]
+                        self.assertAlmostEqual(one["stretch"], books.stretch(
+                            [way[0][0], *(hop[1] for hop in way)]), 9)
                     self.assertEqual(sorted(lost | ends), [one["lsp"] for one in failure["lost"]])
                     self.assertAlmostEqual(
                         failure["bandwidthLost"], sum(books.lsps[i]["bandwidth"] for i in lost), 5)
@@ -101,6 +106,29 @@ class Planner(unittest.TestCase):
                 self.assertEqual(len(books.primaries) - len(ever), said["verdict"]["all"]["protected"])
                 levels = said["verdict"]["levels"]
                 self.assertEqual(len(books.primaries), sum(level["carried"] for level in levels))
+                for level in levels:
+                    own = [books.stretch(lsp["path"]) for lsp in books.primaries
+                           if books.classes[lsp["trafficClass"]]["name"] == level["trafficClass"]
+                           and lsp["level"] == level["level"]]
+                    self.assertAlmostEqual(sum(own) / len(own), level["stretchMean"], 9)
+                    self.assertAlmostEqual(max(own), level["stretchMaximum"], 9)
+                spare = sum(sum(map(sum, link["reserved"])) - sum(map(sum, link["primary"]))
+                            for link in books.plan["links"])
+                self.assertAlmostEqual(1, sum(level["reserved"] for level in levels) / spare, 6)
+
+    def test_a_baseline_is_for_comparing(self):
+        for network in NETWORKS[:3]:
+            igp = placed("igp.json", *network, "--baseline", "shortest-path")
+            self.assertEqual(1, max(igp.stretch(lsp["path"]) for lsp in igp.primaries))
+            self.assertEqual(len(igp.demands), len(igp.primaries))
+            placed("p.json", *network)
+            said = kavril("diff", name("igp.json"), name("p.json"), "--json")
+            self.assertEqual(1, said["levels"][0]["before"]["stretchMaximum"])
+            full = [load for load in kavril("audit", name("igp.json"), "--json")["worst"]
+                    if load["share"] > SLACK]
+            self.assertEqual(len(full), len(igp.overloads(igp.base)))
+            for command in ("improve", "change", "upgrade"):
+                kavril(command, name("igp.json"), status=2)
 
     def test_failure_sets_and_availability(self):
         books = placed("p.json", *NETWORKS[0], "--protection", "global")

@@ -2,6 +2,7 @@
 
     KAVRIL=build/release/bin/kavril python3 random_plans.py [PLANS [FIRST_SEED]]
 """
+import json
 import random
 import sys
 import unittest
@@ -30,6 +31,17 @@ def changes(books, dice):
         ["--add", f"{a} > {dice.choice([n for n in books.names if n != a])}={capacity / 20}"]])
 
 
+def with_limits(network, dice):
+    """The same demands, half of them on paths of a few links only."""
+    own = ["--demands"] if len(network) == 1 else ["--network", network[0]]
+    kavril("convert", network[-1], *own, "-o", name("limits.json"), "--to", "json", "--quiet")
+    matrix = json.loads(name("limits.json").read_text())
+    for demand in matrix["demands"][::2]:
+        demand["maxHops"] = dice.randint(2, 8)
+    name("limits.json").write_text(json.dumps(matrix))
+    return name("limits.json")
+
+
 class RandomPlans(unittest.TestCase):
     def check(self, words):
         self.assertEqual([], Books(name("plan.json")).broken_promises()[:3], words)
@@ -39,6 +51,8 @@ class RandomPlans(unittest.TestCase):
         for seed in range(FIRST, FIRST + PLANS):
             dice = random.Random(seed)
             network = dice.choice([files for files in NETWORKS if files])
+            if dice.random() < 0.3:
+                network = [network[0], with_limits(network, dice)]
             words = [*network, "--protection", dice.choice(["local", "global"]),
                      "--order", "shuffled", "--seed", seed, "--max-demands", dice.randint(20, 120),
                      "--survive", dice.choice(["cables,nodes", "cables", "links", "nodes"]),

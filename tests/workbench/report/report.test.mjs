@@ -261,6 +261,33 @@ test("an earlier plan is compared with, LSP by LSP", async () => {
     assert.match(await text("#legend .what"), /Reserved, against before.json/);
 });
 
+test("what is out of service, available and exposed is told", async () => {
+    const network = ringNetwork(9);
+    for (const [src, dst] of [[2, 5], [5, 2], [3, 6], [6, 3]]) network.links.push({src, dst, capacity: 1000});
+    for (const link of network.links.slice(0, 4)) link.groups = ["duct"];
+    makeReport("whole", network, demandsOf(network, 72, 30), "--protection", "global", "--survive", "cables,groups",
+        "--class", "gold:0:0.4,best:4:0.6");
+    kavril("change", "whole.json", "--drain", "node 4", "-o", "drained.json", "--quiet");
+    const options = ["--mtbf", "cable=900,node=9000", "--mttr", "cable=9,node=2"];
+    kavril("report", "drained.json", "-o", "drained.html", "--quiet", ...options);
+    const plan = JSON.parse(readFileSync(join(folder, "drained.json"), "utf8"));
+    const audit = JSON.parse(kavril("audit", "drained.json", "--json", ...options));
+    await openReport("drained");
+    assert.match(await text("#subtitle"), /1 node out of service/);
+    assert.equal(await page.locator("#map .nodes .drained").count(), 1);
+    const precise = (share) => `${(100 * share).toFixed(4)}\u00a0%`;
+    assert.equal(await text(".figure:has-text('Available') b"), precise(audit.verdict.all.meanAvailability));
+    await page.click("#tab-classes");
+    const rows = await page.locator("#classes tbody tr").evaluateAll((all) => all.map((row) => [...row.cells].map((cell) => cell.textContent)));
+    assert.deepEqual(rows.map((cells) => [cells[0], cells[8], cells[9], cells[11]]), audit.verdict.levels.map((level) =>
+        [level.trafficClass, `${(100 * level.reserved / level.booked).toFixed(1)}\u00a0%`, level.stretchMean.toFixed(2), precise(level.meanAvailability)]));
+    const exposed = plan.demands.find((demand) => demand.exposed?.length);
+    await goTo(`lsp=${exposed.lsp}`);
+    await page.waitForSelector(`#detail .note:has-text('${exposed.exposed[0]}')`);
+    const {availability} = audit.availability.find((one) => one.lsp === exposed.lsp);
+    assert.equal(await text("#detail dd:below(dt:has-text('Available'))"), precise(availability));
+});
+
 // The end of the ring hangs on one link: nobody can protect it, and nobody should try.
 test("a bridge is cut off, not preventable", async () => {
     const network = ringNetwork(6);

@@ -1,6 +1,6 @@
 // What a later plan does better or worse than the one before, in words and figures.
 import {max, sum} from "d3";
-import {bandwidth, classColumn, classFilter, number, several} from "./columns.js";
+import {bandwidth, classColumn, classFilter, number, several, stretch} from "./columns.js";
 import {briefHops, subtable} from "./detail.js";
 import {CHANGES} from "./diff.js";
 import {gravestOf} from "./figures.js";
@@ -56,7 +56,9 @@ export function changeTable(model, change) {
             bandwidth("Bandwidth", (d) => d.of.bw),
             {name: "Change", value: (d) => d.what.join(", ")},
             {name: "Before", value: (d) => way(model.before, d.former)},
+            stretch("Stretch before", (d) => d.former?.stretch),
             {name: "After", value: (d) => way(model, d.lsp)},
+            stretch("Stretch", (d) => d.lsp?.stretch),
         ],
     };
 }

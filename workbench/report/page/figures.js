@@ -1,13 +1,24 @@
 // The headline: does the traffic get through, and does it survive what may fail? All is
 // counted from the LSPs and links themselves.
 import {max, mean, sum} from "d3";
-import {brief, count, percent, plural} from "./format.js";
+import {brief, count, percent, plural, precise} from "./format.js";
 import {ratio} from "./model.js";
+
+// Links of a drained node go without saying.
+function drainedOf(nodes, links) {
+    const parts = [
+        [nodes.filter((d) => d.drained).length, "node"],
+        [links.filter((d) => d.drained && !d.from.drained && !d.to.drained).length, "link"],
+    ];
+    return parts.filter(([n]) => n).map(([n, noun]) => `${plural(n, noun)} out of service`);
+}
 
 export function subtitleOf({nodes, links, lsps, configuration, unit}) {
     const parts = [
         plural(nodes.length, "node"), plural(links.length, "directed link"), plural(lsps.length, "LSP"),
-        configuration.protection === "none" ? "no protection" : `${configuration.protection} protection`,
+        configuration.routing === "shortest-path" ? "on shortest paths, whatever room there is"
+            : configuration.protection === "none" ? "no protection" : `${configuration.protection} protection`,
+        ...drainedOf(nodes, links),
     ];
     return parts.join(", ") + (unit ? `; bandwidths in ${unit}` : "");
 }
@@ -50,6 +61,13 @@ function gravest(model) {
     return {
         name: "Lost at worst", value: percent(ratio(failure.preventable + failure.lostCutOff, total)), bad: true,
         note: `${failure.kind} ${failure.name}`, change: {failure},
+    };
+}
+
+function available({lots}) {
+    return {
+        name: "Available", value: precise(lots.all.up), bad: false,
+        note: `of the time, on the average of the bandwidth; the worst LSP ${precise(lots.all.lowest)}`,
     };
 }
 
@@ -97,6 +115,6 @@ function checked({audit}) {
 }
 
 export function figuresOf(model) {
-    return [carried, safe, gravest, overloads, restored, reserved, sharing, checked]
+    return [carried, safe, gravest, overloads, model.knowsAvailability ? available : restored, reserved, sharing, checked]
         .map((of) => of(model)).filter(Boolean);
 }

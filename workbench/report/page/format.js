@@ -12,6 +12,9 @@ export const percent = (share) => {
     if (share === null) return "n/a";
     return share === Infinity ? "no capacity" : format(".1f")(100 * share) + "\u00a0%";
 };
+export const stretchText = (x) => (x < Infinity ? x.toFixed(2) : "n/a");
+// Where the fourth nine counts.
+export const precise = (share) => format(".4f")(100 * share) + "\u00a0%";
 export const plural = (n, noun, nouns = noun + "s") => `${whole(n)} ${n === 1 ? noun : nouns}`;
 
 // Appends an element and hands back its selection.

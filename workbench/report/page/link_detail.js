@@ -28,6 +28,7 @@ export function showLink(box, model, {link, failure, oa}, change) {
         ["Reserved", percent(shareOf(link, link.reserved, oa))],
         failure ? ["After the failure", failure.down.has(link) ? "failed" : percent(shareOf(link, after, oa))] : null,
     ]);
+    if (link.drained) add(box, "p", "note", "Out of service.");
     worstLine(box, link, change);
     failButtons(box, link.failures.filter((d) => d !== failure), change);
     drawBars(add(box, "div", "one").node(), model, [link], oa, null);

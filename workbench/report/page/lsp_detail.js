@@ -2,7 +2,7 @@
 import {number} from "./columns.js";
 import {facts, heading, hops, subtable} from "./detail.js";
 import {outcomeOf} from "./failure.js";
-import {add, amount, count, plural, textButton} from "./format.js";
+import {add, amount, count, plural, precise, stretchText, textButton} from "./format.js";
 
 const wayOf = (links) => [links[0].from, ...links.map((d) => d.to)].map((d) => d.name).join(" \u203a ");
 
@@ -39,14 +39,18 @@ export function showLsp(box, model, {lsp, failure}, change, hover) {
         model.classes.length > 1 ? ["Class", lsp.class.name] : null,
         ["Level", lsp.level],
         ["Hops", count(lsp.links.length)],
-        ["Stretch", lsp.stretch?.toFixed(2) ?? "n/a"],
+        ["Stretch", stretchText(lsp.stretch ?? Infinity)],
         ["Backups", lsp.backups.length ? count(lsp.backups.length) : "none"],
+        model.knowsAvailability ? ["Available", precise(lsp.up)] : null,
+        lsp.demand ? ["Demand", lsp.demand] : null,
     ]);
     if (failure) showOutcome(box, lsp, failure);
     add(box, "h3", "primary", "Primary");
     add(box, "p", "hops", hops(model, lsp.path));
     if (lsp.former) add(box, "p", "hops", `Before: ${hops(model.before, lsp.former.path)}`);
     if (lsp.note) add(box, "p", "note", lsp.note);
+    if (lsp.exposed.length) add(box, "p", "note", `No backup was found for the failure of ${lsp.exposed.join(", ")}.`);
+    if (lsp.beyond.length) add(box, "p", "note", `Its backups do not keep to its ${lsp.beyond.join(" and ")}.`);
     if (lsp.backups.length) showBackups(box, model, lsp, hover);
     add(box, "h3", null, "When something fails");
     add(box, "p", null, `Survives ${plural(lsp.saved.length, "failure")} over a backup, is lost in ${lsp.fatal.length}${lsp.fatal.length ? ":" : "."}`);

@@ -3,7 +3,7 @@
 // map is zoomed. Links of one look are one path: thousands of them stay quick.
 import {extent, group, median, pointer, zoom, zoomIdentity} from "d3";
 import {add, percent} from "./format.js";
-import {placeNames} from "./labels.js";
+import {MARK, placeNames} from "./labels.js";
 import {CHANGES} from "./scale.js";
 
 const MARGIN = 30;
@@ -63,6 +63,7 @@ export function makeMap(svg, tip, model, pick) {
 
     function lookOf(link) {
         if (view.failed.has(link)) return {kind: "failed", rank: 100, width: 1.5};
+        if (link.drained) return {kind: "drained", rank: -2, width: 1};
         const value = view.shares[link.ind];
         const shown = view.over ? Math.abs(value) >= view.over : true;
         if (!shown) return {kind: "below", rank: -1, width: 0.7};
@@ -98,14 +99,14 @@ export function makeMap(svg, tip, model, pick) {
         const wanted = new Set([...touched, ...picked, ...failed]);
         nodes.attr("class", sizes.radius < 3 ? "nodes dots" : "nodes");
         nodes.selectAll("circle").data(model.nodes).join("circle")
-            .attr("class", (d) => (view.failedNodes.has(d) ? "failed" : touched.has(d) || picked.includes(d) ? "on" : null))
+            .attr("class", (d) => (view.failedNodes.has(d) ? "failed" : d.drained ? "drained" : touched.has(d) || picked.includes(d) ? "on" : null))
             .attr("r", (d) => (wanted.has(d) ? Math.max(3, sizes.radius) : sizes.radius).toFixed(2))
             .attr("cx", (d) => d.px).attr("cy", (d) => d.py);
         const crosses = view.crosses.map((d) => (d.from
             ? [(d.from.px + d.to.px) / 2, (d.from.py + d.to.py) / 2] : [d.px, d.py]));
         marks.selectAll("path").data(crosses).join("path")
-            .attr("d", ([x, y]) => `M${x - 6},${y - 6}l12,12m0,-12l-12,12`);
-        names.selectAll("text").data(placeNames(byDegree, sizes.radius, size, wanted), (d) => d.node.ind).join("text")
+            .attr("d", ([x, y]) => `M${x - MARK},${y - MARK}l${2 * MARK},${2 * MARK}m0,${-2 * MARK}l${-2 * MARK},${2 * MARK}`);
+        names.selectAll("text").data(placeNames(byDegree, sizes.radius, size, wanted, crosses), (d) => d.node.ind).join("text")
             .text((d) => d.node.name)
             .attr("class", (d) => (wanted.has(d.node) ? "wanted" : null))
             .attr("text-anchor", (d) => d.anchor)
@@ -143,6 +144,7 @@ export function makeMap(svg, tip, model, pick) {
     function textOf({link, node}) {
         if (node) return `${degree[node.ind]} links out`;
         if (view.failed.has(link)) return "failed";
+        if (link.drained) return "out of service";
         const value = view.shares[link.ind];
         return view.scale === CHANGES ? `${value > 0 ? "+" : ""}${percent(value)} of its capacity` : percent(value);
     }

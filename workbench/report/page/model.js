@@ -24,9 +24,9 @@ function classesOf({classes, configuration}) {
     });
 }
 
-function linkOf(model, {a, b, cap, pri, res}, ind) {
+function linkOf(model, {a, b, cap, pri, res, drained = false}, ind) {
     const [from, to] = [model.nodes[a], model.nodes[b]];
-    const link = {ind, from, to, cap, pri, res, name: `${from.name} > ${to.name}`, lsps: [], failures: []};
+    const link = {ind, from, to, cap, pri, res, drained, name: `${from.name} > ${to.name}`, lsps: [], failures: []};
     link.primary = pri.map((levels) => sum(levels));  // [class]
     link.reserved = res.map((levels) => sum(levels));
     link.capacityTotal = sum(cap);
@@ -71,6 +71,8 @@ function lspOf(model, raw, ind) {
         saved: [],  // failures that it survives over a backup
         fatal: [],  // failures that it does not, other than of its ends
     };
+    lsp.exposed ??= [];  // names of failures that it is known not to survive
+    lsp.beyond ??= [];   // what it keeps to and its backups do not
     lsp.name = `${lsp.from.name} > ${lsp.to.name}`;
     lsp.backups = raw.backups.map((backup) => backupOf(model, backup, lsp));
     for (const link of lsp.links) link.lsps.push(lsp);
@@ -96,7 +98,7 @@ function restoredOf(model, list) {
 
 function failureOf(model, raw, ind) {
     const failure = {
-        ind, kind: raw.kind, name: raw.name, hit: raw.hit, key: `${raw.kind}:${raw.name}`,
+        ind, kind: raw.kind, name: raw.name, hit: raw.hit, probability: raw.probability ?? null, key: `${raw.kind}:${raw.name}`,
         links: raw.links.map((link) => model.links[link]),
         nodes: raw.nodes.map((node) => model.nodes[node]),
         restored: restoredOf(model, raw.restored),
@@ -143,6 +145,11 @@ export function makeModel(raw) {
     model.notPlaced = raw.notPlaced.map((demand) => ({
         ...demand, from: model.nodes[demand.from], to: model.nodes[demand.to], class: model.classes[demand.class],
     }));
+    model.lots = {
+        all: raw.lots.all,
+        levels: sort(raw.lots.levels.map((lot) => ({...lot, class: model.classes[lot.class]})), (d) => d.level, (d) => d.class.ind),
+    };
+    model.knowsAvailability = "up" in raw.lots.all;
     model.failureByKey = new Map(model.failures.map((failure) => [failure.key, failure]));
     model.lspById = new Map(model.lsps.map((lsp) => [lsp.id, lsp]));
     return model;

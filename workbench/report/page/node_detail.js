@@ -16,6 +16,7 @@ export function showNode(box, model, {node, failure}, change) {
         ["Ending", of(node.ending)],
         ["Passing", of(passing)],
     ]);
+    if (node.drained) add(box, "p", "note", "Out of service.");
     failButtons(box, node.failures.filter((d) => d !== failure), change);
     subtable(box, {
         caption: `links of ${node.name}`, rows: node.links, pageSize: 6, sort: 2, down: true, file: `${model.title} links of ${node.name}`,

@@ -1,37 +1,14 @@
 // With nothing picked: what becomes of every class, and the failures to look at first.
-import {max, sum} from "d3";
 import {showChanges} from "./changes.js";
-import {bandwidth, number, share} from "./columns.js";
+import {bandwidth, lotColumns, number, share} from "./columns.js";
 import {heading, subtable} from "./detail.js";
 import {add} from "./format.js";
-import {ratio} from "./model.js";
-
-const bandwidthOf = (list) => sum(list, (d) => d.bw);
-
-// The traffic of one class and what the worst failure for it takes.
-function lotOf(model, one) {
-    const isOf = (d) => d.class === one;
-    const up = model.lsps.filter(isOf);
-    const carried = bandwidthOf(up);
-    const lostIn = (failure) => sum(failure.lost, (d) => (isOf(d.lsp) && d.cause !== "ends here" ? d.lsp.bw : 0));
-    return {
-        class: one, offered: carried + bandwidthOf(model.notPlaced.filter(isOf)), carried,
-        safe: bandwidthOf(up.filter((d) => !d.fatal.length)),
-        worst: max(model.failures, lostIn) ?? 0,
-    };
-}
 
 function showClasses(box, model) {
     add(box, "h3", null, "Does the traffic survive?");
     subtable(box, {
-        caption: "traffic by class", rows: model.byImportance.map((one) => lotOf(model, one)), pageSize: 8, sort: null,
-        columns: [
-            {name: "Class", value: (d) => model.byImportance.indexOf(d.class), text: (d) => d.class.name},
-            bandwidth("Offered", (d) => d.offered),
-            share("Carried", (d) => ratio(d.carried, d.offered)),
-            share("Survives", (d) => ratio(d.safe, d.carried), "Part of what is carried that survives every failure that spares its ends"),
-            share("Lost at worst", (d) => ratio(d.worst, d.carried), "Part of what is carried that the worst failure for the class takes, not counting LSPs that end at a failed node"),
-        ],
+        caption: "traffic by class and level", rows: model.lots.levels, pageSize: 8, sort: null,
+        columns: lotColumns(model).filter((d) => d.isBrief),
     });
 }
 

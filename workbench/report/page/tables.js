@@ -1,6 +1,6 @@
 // The tables below the charts, one tab each.
 import {changeTable} from "./changes.js";
-import {bandwidth, classColumn, classFilter, number, several, share} from "./columns.js";
+import {available, bandwidth, classColumn, classFilter, lotColumns, number, several, share, stretch} from "./columns.js";
 import {add} from "./format.js";
 import {makeTable} from "./table.js";
 
@@ -33,6 +33,12 @@ function linkTable(model, change) {
 
 const lostOf = (lsp) => lsp.fatal.length;
 
+function noteOf({note, exposed, beyond}) {
+    return [
+        note, exposed.length && `exposed to ${exposed.join(", ")}`, beyond.length && `backups beyond its ${beyond.join(", ")}`,
+    ].filter(Boolean).join("; ");
+}
+
 function lspTable(model, change) {
     return {
         caption: "LSPs", rows: model.lsps,
@@ -46,6 +52,8 @@ function lspTable(model, change) {
                 {name: "survives every failure", test: (d) => !lostOf(d)},
                 {name: "lost in some failure", test: (d) => lostOf(d) > 0},
                 {name: "lost though it has backups", test: (d) => lostOf(d) > 0 && d.backups.length > 0},
+                {name: "known to be exposed", test: (d) => d.exposed.length > 0},
+                {name: "backups beyond its limits", test: (d) => d.beyond.length > 0},
             ]},
         ],
         columns: [
@@ -56,10 +64,11 @@ function lspTable(model, change) {
             number("Level", (d) => d.level),
             bandwidth("Bandwidth", (d) => d.bw),
             number("Hops", (d) => d.links.length),
-            number("Stretch", (d) => d.stretch ?? Infinity, (x) => (x < Infinity ? x.toFixed(2) : "n/a"), "Length by the links' metrics against the shortest path; 1 is as short as can be"),
+            stretch("Stretch", (d) => d.stretch, "Length by the links' metrics against the shortest path; 1 is as short as can be"),
             number("Backups", (d) => d.backups.length),
             number("Lost in", lostOf, undefined, "Failures that it does not survive, not counting those of its ends"),
-            {name: "Note", value: (d) => d.note ?? ""},
+            ...(model.knowsAvailability ? [available("Available", (d) => d.up, "Part of the time")] : []),
+            {name: "Note", value: noteOf},
         ],
     };
 }
@@ -80,6 +89,7 @@ function failureTable(model, change) {
         columns: [
             {name: "Kind", value: (d) => d.kind},
             {name: "Fails", value: (d) => d.name, pick: (failure) => change({failure})},
+            ...(model.knowsAvailability ? [available("Down", (d) => d.probability, "Part of the time")] : []),
             number("LSPs hit", (d) => d.hit),
             number("Restored", (d) => d.restored.length),
             number("Lost", (d) => d.lost.length),
@@ -91,6 +101,10 @@ function failureTable(model, change) {
             number("Overloads", (d) => d.overloads.length),
         ],
     };
+}
+
+function classTable(model) {
+    return {caption: "Classes", rows: model.lots.levels, sort: null, columns: lotColumns(model)};
 }
 
 function notPlacedTable(model) {
@@ -111,7 +125,7 @@ function notPlacedTable(model) {
 
 export function makeTables(section, model, change) {
     const tabs = add(section.querySelector("[role=tablist]"), "span", "tabs");
-    const all = [linkTable, lspTable, failureTable, notPlacedTable, ...(model.before ? [changeTable] : [])];
+    const all = [linkTable, lspTable, failureTable, classTable, notPlacedTable, ...(model.before ? [changeTable] : [])];
     const tables = all.map((of) => of(model, change));
     const panels = tables.filter((table) => table.rows.length > 0).map((table) => {
         const id = table.caption.toLowerCase().replace(" ", "-");

@@ -67,5 +67,6 @@ export function viewOf(model, {failure, lsp, link, node, oa, show, over}, hovere
         view.strong = new Set();
         view.signs = [...signs, ...(failure ? [["failed", "failed"]] : [])];
     }
+    if (model.links.some((d) => d.drained)) view.signs = [...view.signs, ["drained", "out of service"]];
     return view;
 }

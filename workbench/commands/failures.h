@@ -1,0 +1,33 @@
+// Failures to try, from the command line, and the audit that tries them.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "audit/audit.h"
+#include "cli/progress.h"
+
+namespace workbench {
+
+struct FailureOptions {
+    std::vector<std::string> kinds;
+    std::string sets;  // file
+    std::vector<std::string> mtbf;
+    std::vector<std::string> mttr;
+};
+
+// --failures, --sets, --mtbf and --mttr.
+void addFailureOptions(CLI::App& cmd, FailureOptions* options);
+
+// Adds the file's sets to those of the plan.
+void readSets(const FailureOptions& options, Plan* plan);
+
+// The failures of the kinds that are wanted, with what is known of their probabilities.
+std::vector<FailureSet> failuresFor(const FailureOptions& options, const Plan& plan);
+
+// What failures do, with their progress; without any named those of cables and nodes.
+AuditResult auditShown(const Plan& plan, const std::vector<FailureSet>& failures,
+                       Progress* progress);
+AuditResult auditShown(const Plan& plan, Progress* progress);
+
+}  // namespace workbench
