@@ -18,6 +18,10 @@
 DataBase* DBnew(Long id);
 int DBdestroy(DataBase* dataBase);
 
+// A database of its own that from now on does what this one would, to the last bit and
+// message; null, with a message, if there is no memory.
+DataBase* DBcopy(DataBase* dataBase);
+
 Long DBgetID(DataBase* dataBase);
 Long DBgetNbNodes(DataBase* dataBase);
 Long DBgetNbLinks(DataBase* dataBase);

@@ -10,6 +10,7 @@
 #include "player/player.h"
 #include "predicate/predicate.h"
 #include "rerouting/rerouting.h"
+#include "session/session_file.h"
 #include "twin/backup.h"
 
 using twin::Hop;
@@ -119,6 +120,44 @@ twin::Row rowOf(const double* values) {
 }
 
 }  // namespace
+
+namespace {
+
+// Saves the loaded session, in memory, and opens what is loaded from that.
+int openSaved() {
+    ByteWriter file;
+    UsedNumbers numbers;
+    writeFile(&file, centralDB, {NBOA, NBPL});
+    beginSession();
+    centralDB = readFile(file.data(), file.size(), &numbers);
+    return openSession();
+}
+
+}  // namespace
+
+// Gives another caller a copy of the session, or what has been saved and loaded, in place
+// of the session it has; either may go on.
+void Player::multiply() {
+    Caller* from = caller_;
+    Caller* to = &callers_[(caller_ - callers_ + 1 + bytes_.below(2)) % 3];
+    const bool isSaved = bytes_.oneIn(2);
+    caller_ = to;
+    if (now() != nullptr) kill();
+    call(
+        say(Long(from - callers_), isSaved ? "save for" : "copy for",
+            Long(to - callers_)),
+        [=] {
+            twin::copySession(from->plain, to->plain);
+            return show(to->plain.sessId);
+        },
+        [=] {
+            jint& id = FakeVm::sessId(to->object);
+            loadSession(FakeVm::sessId(from->object));
+            id = isSaved ? openSaved() : copySession(FakeVm::sessId(from->object));
+            return show(id);
+        });
+    if (bytes_.oneIn(2)) caller_ = from;
+}
 
 void Player::configure() {
     PrimaryComputationConfig weights = {};

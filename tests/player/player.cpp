@@ -96,6 +96,7 @@ void Player::step() {
     if (kind < 120 || (kind < 216 && rules_.entryPointsOnly))
         return (this->*bytes_.anyOf(kEntries))();
     if (kind < 216) return (this->*bytes_.anyOf(kCore))();
+    if (kind == 217 && !rules_.entryPointsOnly) return multiply();
     if (kind < 218) return print();
     if (kind < 222) return addNode(node());
     if (kind < 238) {

@@ -136,6 +136,7 @@ class Player {
     void computeBackups();
 
     // Calls of the C++ interface.
+    void multiply();
     void configure();
     void coreAddLink();
     void coreSetState();
