@@ -11,6 +11,7 @@
 #include "database/database.h"
 #include "jni_arguments.h"
 #include "jni_diagnostics.h"
+#include "jni_storage.h"
 #include "jni_support.h"
 
 #define ERROR_SOURCE "jni_interface.c"
@@ -101,6 +102,7 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniinitKavril(
     jfloat sqLoad, jfloat relativeLoad, jfloat sqRelativeLoad, jfloat delay, jfloat fortz,
     jobjectArray reroutingScorecoef) {
     registerDiagnostics(env);
+    registerStorage(env);
     const std::lock_guard<std::mutex> lock(initialising);
     const Leaving leaving;
     jfieldID sessIdField = fieldId(env, obj, "sessId", "I");

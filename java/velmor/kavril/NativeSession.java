@@ -1,11 +1,16 @@
 package velmor.kavril;
 
+import java.io.IOException;
+import java.nio.IntBuffer;
+import java.nio.charset.Charset;
+import java.nio.file.Path;
 import java.util.Arrays;
 import java.util.List;
 import java.util.function.Supplier;
 import java.util.stream.Collectors;
 import velmor.kavril.internal.Diagnostics;
 import velmor.kavril.internal.NativeLibrary;
+import velmor.kavril.internal.Storage;
 import velmor.repository.KAVRIL.JNIKAVRIL;
 import velmor.repository.model.exception.AddDBException;
 import velmor.repository.model.exception.NoRouteToHostException;
@@ -44,6 +49,64 @@ final class NativeSession implements Runnable {
             throw new RefusedException("a session cannot be opened: "
                     + Reason.of(trace, "the library gives no reason"), trace, null);
         }
+    }
+
+    private NativeSession(int sessId) {
+        raw = new JNIKAVRIL();
+        raw.sessId = sessId;
+    }
+
+    /** Opens another session that does what this one would. */
+    synchronized NativeSession copy() {
+        return call(() -> "", () -> "", session -> {
+            int sessId = Storage.copy(session.sessId);
+            if (sessId < 0) {
+                List<String> trace = takeMessages(-1);
+                throw new RefusedException("the session cannot be copied: "
+                        + Reason.of(trace, "the library gives no reason"), trace, null);
+            }
+            return new NativeSession(sessId);
+        });
+    }
+
+    /** Saves the session to a file. */
+    synchronized void save(Path path, int nbClasses, int nbLevels) throws IOException {
+        byte[] file = bytes(path);
+        List<String> trace = call(() -> "", () -> "", session ->
+                Storage.save(session.sessId, file, nbClasses, nbLevels) ? null : takeMessages());
+        if (trace != null) {
+            throw new IOException("the session cannot be saved to " + path + ": "
+                    + Reason.of(trace, "the library gives no reason"));
+        }
+    }
+
+    /** Makes the session what was saved to a file; returns its numbers of classes and levels. */
+    synchronized int[] load(Path path) throws IOException {
+        byte[] file = bytes(path);
+        int[] numbers = new int[2];
+        List<String> trace = call(() -> "", () -> "", session ->
+                Storage.load(session.sessId, file, numbers) ? null : takeMessages());
+        if (trace != null) {
+            throw new IOException("no session can be loaded from " + path + ": "
+                    + Reason.of(trace, "the library gives no reason"));
+        }
+        return numbers;
+    }
+
+    /** What is in the session's network. */
+    synchronized Inventory inventory() {
+        int[] contents = call(() -> "", () -> "", session -> Storage.contents(session.sessId));
+        if (contents == null) {
+            throw new OutOfMemoryError("no memory for what is in the session");
+        }
+        return new Inventory(IntBuffer.wrap(contents));
+    }
+
+    /** A file's name as the library hands it to the system. */
+    private static byte[] bytes(Path path) {
+        String name = path.toFile().getAbsolutePath();
+        String encoding = System.getProperty("sun.jnu.encoding");
+        return name.getBytes(encoding == null ? Charset.defaultCharset() : Charset.forName(encoding));
     }
 
     /** Runs the call; what it was to do, and an explanation if the library has none, are for failures. */
@@ -91,9 +154,13 @@ final class NativeSession implements Runnable {
     }
 
     private List<String> takeMessages() {
+        return takeMessages(raw.sessId);
+    }
+
+    private List<String> takeMessages(int sessId) {
         String[] messages;
         try {
-            messages = Diagnostics.takeMessages(raw.sessId);
+            messages = Diagnostics.takeMessages(sessId);
         } catch (UnsatisfiedLinkError e) {
             raw.jnikillKavril();
             throw new UnsatisfiedLinkError("the native library from " + NativeLibrary.origin()
