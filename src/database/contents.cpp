@@ -94,56 +94,12 @@ void readNode(ByteReader* in, DataBase* dataBase, Long id) {
     readList(in, &node->outNeighb);
 }
 
-void writeLsp(ByteWriter* out, const DBLabelSwitchedPath* lsp) {
-    out->number(lsp->noContentionId);
-    out->byte(static_cast<std::uint8_t>(lsp->precedence));
-    out->amounts(lsp->bw, kClasses);
-    out->byte(lsp->type);
-    out->number(lsp->primID);
-    for (auto list : kLists) writeList(out, lsp->*list);
-}
-
 void readLsp(ByteReader* in, DataBase* dataBase, Long id) {
     DBLabelSwitchedPath* lsp = DBlspNew();
     if (lsp == nullptr) return in->refuse(kNoMemory);
     lsp->id = id;
     DBlspVecSet(&dataBase->lspVec, lsp, id);
-    lsp->noContentionId = in->number();
-    lsp->precedence = in->byte();
-    in->amounts(lsp->bw, kClasses);
-    lsp->type = in->byte();
-    lsp->primID = in->number();
-    for (auto list : kLists) readList(in, &(lsp->*list));
-    in->require(lsp->precedence < kLevels, "the level of an LSP");
-    // Nobody could find it in a list that is ordered by this.
-    in->require(!std::isnan(lsp->bw[0]), "the bandwidth of an LSP");
-}
-
-// The library has the failure tables elsewhere, unless the link is mirrored.
-void writeState(ByteWriter* out, const DBLinkState* state, bool isMirrored) {
-    out->number(state->color);
-    out->amounts(state->cap, kClasses);
-    out->amounts(&state->rbw[0][0], kClasses * kLevels);
-    out->amounts(&state->pbw[0][0], kClasses * kLevels);
-    const std::ptrdiff_t touched = out->bits(kVectors);
-    auto isPlain = [=](const DoubleVec* vec, std::size_t number) {
-        const auto table = kTables[number / (kClasses * kLevels)];
-        const bool isTable = table == &DBLinkState::bbw || table == &DBLinkState::fbw;
-        return isUntouched(vec, isMirrored || !isTable);
-    };
-    bool anyTouched = false;
-    forEachVector(state, [&](const DoubleVec* vec, std::size_t number) {
-        if (isPlain(vec, number)) return;
-        out->mark(touched, number);
-        anyTouched = true;
-    });
-    if (!anyTouched) return;
-    forEachVector(state, [=](const DoubleVec* vec, std::size_t number) {
-        if (isPlain(vec, number)) return;
-        out->number(vec->size);
-        out->number(vec->top);
-        out->amounts(vec->cont, vec->size);
-    });
+    readLspFields(in, lsp);
 }
 
 void readVector(ByteReader* in, DoubleVec* vec) {
@@ -154,20 +110,6 @@ void readVector(ByteReader* in, DoubleVec* vec) {
     if (!in->isFine()) return;
     in->amounts(vec->cont, size);
     vec->top = top;
-}
-
-void readState(ByteReader* in, DBLinkState* state) {
-    state->color = in->number();
-    in->amounts(state->cap, kClasses);
-    in->amounts(&state->rbw[0][0], kClasses * kLevels);
-    in->amounts(&state->pbw[0][0], kClasses * kLevels);
-    const std::uint8_t* touched = in->bits(kVectors);
-    if (touched == nullptr ||
-        std::count(touched, touched + kVectors / 8, 0) == kVectors / 8)
-        return;
-    forEachVector(state, [=](DoubleVec* vec, std::size_t number) {
-        if (in->isFine() && isMarked(touched, number)) readVector(in, vec);
-    });
 }
 
 // Ids of the LSPs, the free slots as -1.
@@ -352,6 +294,68 @@ void readFailures(ByteReader* in, DataBase* dataBase) {
 }
 
 }  // namespace
+
+// The library has the failure tables elsewhere, unless the link is mirrored.
+void writeState(ByteWriter* out, const DBLinkState* state, bool isMirrored) {
+    out->number(state->color);
+    out->amounts(state->cap, kClasses);
+    out->amounts(&state->rbw[0][0], kClasses * kLevels);
+    out->amounts(&state->pbw[0][0], kClasses * kLevels);
+    const std::ptrdiff_t touched = out->bits(kVectors);
+    auto isPlain = [=](const DoubleVec* vec, std::size_t number) {
+        const auto table = kTables[number / (kClasses * kLevels)];
+        const bool isTable = table == &DBLinkState::bbw || table == &DBLinkState::fbw;
+        return isUntouched(vec, isMirrored || !isTable);
+    };
+    bool anyTouched = false;
+    forEachVector(state, [&](const DoubleVec* vec, std::size_t number) {
+        if (isPlain(vec, number)) return;
+        out->mark(touched, number);
+        anyTouched = true;
+    });
+    if (!anyTouched) return;
+    forEachVector(state, [=](const DoubleVec* vec, std::size_t number) {
+        if (isPlain(vec, number)) return;
+        out->number(vec->size);
+        out->number(vec->top);
+        out->amounts(vec->cont, vec->size);
+    });
+}
+
+void readState(ByteReader* in, DBLinkState* state) {
+    state->color = in->number();
+    in->amounts(state->cap, kClasses);
+    in->amounts(&state->rbw[0][0], kClasses * kLevels);
+    in->amounts(&state->pbw[0][0], kClasses * kLevels);
+    const std::uint8_t* touched = in->bits(kVectors);
+    if (touched == nullptr ||
+        std::count(touched, touched + kVectors / 8, 0) == kVectors / 8)
+        return;
+    forEachVector(state, [=](DoubleVec* vec, std::size_t number) {
+        if (in->isFine() && isMarked(touched, number)) readVector(in, vec);
+    });
+}
+
+void writeLsp(ByteWriter* out, const DBLabelSwitchedPath* lsp) {
+    out->number(lsp->noContentionId);
+    out->byte(static_cast<std::uint8_t>(lsp->precedence));
+    out->amounts(lsp->bw, kClasses);
+    out->byte(lsp->type);
+    out->number(lsp->primID);
+    for (auto list : kLists) writeList(out, lsp->*list);
+}
+
+void readLspFields(ByteReader* in, DBLabelSwitchedPath* lsp) {
+    lsp->noContentionId = in->number();
+    lsp->precedence = in->byte();
+    in->amounts(lsp->bw, kClasses);
+    lsp->type = in->byte();
+    lsp->primID = in->number();
+    for (auto list : kLists) readList(in, &(lsp->*list));
+    in->require(lsp->precedence < kLevels, "the level of an LSP");
+    // Nobody could find it in a list that is ordered by this.
+    in->require(!std::isnan(lsp->bw[0]), "the bandwidth of an LSP");
+}
 
 void writeDataBase(ByteWriter* out, const DataBase* dataBase) {
     Long nbLinks = 0;

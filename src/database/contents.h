@@ -13,3 +13,9 @@ void writeDataBase(ByteWriter* out, const DataBase* dataBase);
 
 // Null, the reader knows why, unless the records are ones that a database can have.
 DataBase* readDataBase(ByteReader* in);
+
+// Records alone. An LSP's id stands where it is stored, and is the caller's to read.
+void writeState(ByteWriter* out, const DBLinkState* state, bool isMirrored);
+void readState(ByteReader* in, DBLinkState* state);
+void writeLsp(ByteWriter* out, const DBLabelSwitchedPath* lsp);
+void readLspFields(ByteReader* in, DBLabelSwitchedPath* lsp);

@@ -1,7 +1,6 @@
 #include "session/session_file.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -207,15 +206,18 @@ bool readAll(int fd, FileContents* contents) {
 }
 
 int readOpen(int fd, FileContents* contents) {
-    struct stat facts;
-    if (fstat(fd, &facts) != 0) return failed("The file cannot be read");
-    if (!S_ISREG(facts.st_mode)) return FAIL_WITH(-1, "It is no regular file");
-    contents->nb = static_cast<std::size_t>(facts.st_size);
+    // Not fstat: that of new systems would keep the library from loading on old ones.
+    std::uint8_t first;
+    if (read(fd, &first, 1) < 0) return failed("It cannot be read");
+    const off_t size = lseek(fd, 0, SEEK_END);
+    if (size < 0 || lseek(fd, 0, SEEK_SET) < 0)
+        return FAIL_WITH(-1, "It is no regular file");
+    contents->nb = static_cast<std::size_t>(size);
     if (contents->nb > kLargest)
         return FAIL_WITH(-1, "It is too large for a session: %zu bytes", contents->nb);
     contents->bytes = static_cast<std::uint8_t*>(std::malloc(contents->nb + 1));
     if (contents->bytes == nullptr) return FAIL_WITH(-1, "%s", kNoMemory);
-    return readAll(fd, contents) ? 0 : failed("The file cannot be read");
+    return readAll(fd, contents) ? 0 : failed("It cannot be read");
 }
 
 int readContents(const char* path, FileContents* contents) {

@@ -114,7 +114,7 @@ TEST_F(SessionFiles, AreRefusedWithTheReason) {
     Bytes claiming = good;
     putLarge(&claiming, 12, 1ULL << 40);
     EXPECT_THAT(refusal(folder_ + "/none"), HasSubstr("No such file"));
-    EXPECT_THAT(refusal(folder_), HasSubstr("no regular file"));
+    EXPECT_THAT(refusal(folder_), HasSubstr("Is a directory"));
     EXPECT_THAT(refusal(Bytes()), HasSubstr("no session file"));
     EXPECT_THAT(refusal(Bytes(100, 'x')), HasSubstr("no session file"));
     EXPECT_THAT(refusal(Bytes(good.begin(), good.end() - 1)), HasSubstr("cut off"));
@@ -170,12 +170,12 @@ TEST_F(SessionFiles, CopiesAreMadeWholeOrNotAtAll) {
         copy = DBcopy(net_);
         if (copy == nullptr) {
             ASSERT_EQ("Unable to copy: Critical lack of memory", errorTexts().front());
-            ASSERT_EQ(before, allocatedMemory);
+            ASSERT_EQ(before, allocatedMemory) << nth;
         }
     }
     failAllocation(0);
     ASSERT_NE(nullptr, copy);
-    EXPECT_GT(nth, 1000);
+    EXPECT_GT(nth, 500);
     errorManager.top = 0;
     EXPECT_EQ(0, DBremoveNode(copy, 3));
     EXPECT_NE(net_.print(), output(DBprintDB, copy));
