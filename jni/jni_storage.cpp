@@ -8,7 +8,7 @@
 #include "database/database.h"
 #include "jni_arguments.h"
 #include "jni_support.h"
-#include "session/session_file.h"
+#include "session/journal.h"
 
 namespace {
 
@@ -71,6 +71,31 @@ jboolean load(JNIEnv* env, jclass, jint sessId, jbyteArray path, jintArray numbe
     });
 }
 
+// Makes the session what a journal holds and goes on writing it, or begins one.
+jboolean journal(JNIEnv* env, jclass, jint sessId, jbyteArray path, jboolean waits,
+                 jintArray numbers) {
+    return withSession<jboolean>(sessId, JNI_FALSE, [&]() -> jboolean {
+        jint values[2];
+        env->GetIntArrayRegion(numbers, 0, 2, values);
+        UsedNumbers used = {values[0], values[1]};
+        if (openJournal(Path(env, path).get(), waits != JNI_FALSE, &used) < 0)
+            return JNI_FALSE;
+        const jint found[] = {used.classes, used.levels};
+        env->SetIntArrayRegion(numbers, 0, 2, found);
+        return JNI_TRUE;
+    });
+}
+
+jboolean commit(JNIEnv*, jclass, jint sessId) {
+    return withSession<jboolean>(
+        sessId, JNI_FALSE, [] { return commitJournal() == 0 ? JNI_TRUE : JNI_FALSE; });
+}
+
+jboolean flush(JNIEnv*, jclass, jint sessId) {
+    return withSession<jboolean>(
+        sessId, JNI_FALSE, [] { return flushJournal() == 0 ? JNI_TRUE : JNI_FALSE; });
+}
+
 // The class with bandwidth, 0 if there is none; -1 if there are several.
 jint classOf(const DBLabelSwitchedPath* lsp) {
     jint oa = 0;
@@ -130,6 +155,9 @@ void registerStorage(JNIEnv* env) {
         nativeMethod("copy", "(I)I", reinterpret_cast<void*>(copy)),
         nativeMethod("save", "(I[BII)Z", reinterpret_cast<void*>(save)),
         nativeMethod("load", "(I[B[I)Z", reinterpret_cast<void*>(load)),
+        nativeMethod("journal", "(I[BZ[I)Z", reinterpret_cast<void*>(journal)),
+        nativeMethod("commit", "(I)Z", reinterpret_cast<void*>(commit)),
+        nativeMethod("flush", "(I)Z", reinterpret_cast<void*>(flush)),
         nativeMethod("contents", "(I)[I", reinterpret_cast<void*>(contents)),
     };
     static std::atomic<bool> done = false;

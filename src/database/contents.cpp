@@ -267,6 +267,13 @@ void checkCounts(ByteReader* in, const DataBase* dataBase) {
                 "the ids of links");
 }
 
+void readEnds(ByteReader* in, LongVec* ends) {
+    readList(in, ends);
+    in->require(std::all_of(ends->cont, ends->cont + ends->size,
+                            [](Long end) { return end >= 0 && end <= kLinkTabMax; }),
+                "the ends of links");
+}
+
 void readRecords(ByteReader* in, DataBase* dataBase) {
     dataBase->nbNodes = in->number();
     dataBase->nbLinks = in->number();
@@ -274,8 +281,8 @@ void readRecords(ByteReader* in, DataBase* dataBase) {
               [=](Long id) { readNode(in, dataBase, id); });
     readTable(in, &dataBase->lspVec, DBlspVecResize,
               [=](Long id) { readLsp(in, dataBase, id); });
-    readList(in, &dataBase->linkSrcVec);
-    readList(in, &dataBase->linkDstVec);
+    readEnds(in, &dataBase->linkSrcVec);
+    readEnds(in, &dataBase->linkDstVec);
     if (in->isFine()) readLinks(in, dataBase);
     if (in->isFine()) checkNeighbours(in, dataBase);
     if (in->isFine()) checkCounts(in, dataBase);

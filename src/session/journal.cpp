@@ -23,7 +23,10 @@ constexpr std::size_t kLeastLog = std::size_t{1} << 20;
 Journal* journals[kMaxSessions] = {};
 
 int failed(const Journal* journal) {
-    return FAIL_WITH(-1, "It cannot be used: %s", journal->sqlite->message(journal->db));
+    const char* why = journal->sqlite->message(journal->db);
+    if (std::strcmp(why, "database is locked") == 0)
+        return FAIL_WITH(-1, "It is in use by another session");
+    return FAIL_WITH(-1, "It cannot be used: %s", why);
 }
 
 int run(Journal* journal, const char* sql) {

@@ -1,11 +1,15 @@
 package velmor.kavril;
 
 import java.io.IOException;
+import java.io.UncheckedIOException;
 import java.nio.IntBuffer;
 import java.nio.charset.Charset;
 import java.nio.file.Path;
 import java.util.Arrays;
 import java.util.List;
+import java.util.concurrent.Future;
+import java.util.concurrent.ScheduledThreadPoolExecutor;
+import java.util.concurrent.TimeUnit;
 import java.util.function.Supplier;
 import java.util.stream.Collectors;
 import velmor.kavril.internal.Diagnostics;
@@ -30,8 +34,26 @@ final class NativeSession implements Runnable {
         T run(JNIKAVRIL raw) throws AddDBException, NoRouteToHostException, RoutingException;
     }
 
+    /** A thread for all journals that are flushed now and then; made when there is one. */
+    private static final class Flusher {
+        static final ScheduledThreadPoolExecutor THREAD = new ScheduledThreadPoolExecutor(1, work -> {
+            Thread thread = new Thread(work, "kavril-journals");
+            thread.setDaemon(true);
+            return thread;
+        });
+
+        static {
+            THREAD.setRemoveOnCancelPolicy(true);
+        }
+    }
+
     private final JNIKAVRIL raw;
     private boolean open = true;
+
+    // Of a session with a journal.
+    private Path journal;
+    private boolean isFlushed = true;
+    private Future<?> flushing;
 
     /**
      * Opens the session. The numbers of classes and levels belong to the process; with all 8 of both,
@@ -93,6 +115,48 @@ final class NativeSession implements Runnable {
         return numbers;
     }
 
+    /**
+     * Makes the session what is in the configuration's journal, or begins that; returns the numbers of
+     * classes and levels. From now on changes go there.
+     */
+    synchronized int[] journal(SessionBuilder config) throws IOException {
+        byte[] file = bytes(config.journal());
+        int[] numbers = {config.nbClasses(), config.nbLevels()};
+        List<String> trace = call(() -> "", () -> "", session -> Storage.journal(
+                session.sessId, file, config.flushMillis() == 0, numbers) ? null : takeMessages());
+        if (trace != null) {
+            throw new IOException("no journal can be kept at " + config.journal() + ": "
+                    + Reason.of(trace, "the library gives no reason"));
+        }
+        journal = config.journal();
+        if (config.flushMillis() > 0) {
+            flushing = Flusher.THREAD.scheduleWithFixedDelay(this::flush, config.flushMillis(),
+                    config.flushMillis(), TimeUnit.MILLISECONDS);
+        }
+        return numbers;
+    }
+
+    /** Writes what a call has changed. */
+    private void commit() {
+        if (!Storage.commit(raw.sessId)) {
+            throw journalFailure();
+        }
+        isFlushed = false;
+    }
+
+    /** Has the disk take what was written; if it does not, it is asked again. */
+    private synchronized void flush() {
+        if (open && !isFlushed) {
+            isFlushed = Storage.flush(raw.sessId);
+        }
+    }
+
+    private UncheckedIOException journalFailure() {
+        return new UncheckedIOException(new IOException("the session has changed, but its journal "
+                + journal + " cannot be written now: "
+                + Reason.of(takeMessages(), "the library gives no reason")));
+    }
+
     /** What is in the session's network. */
     synchronized Inventory inventory() {
         int[] contents = call(() -> "", () -> "", session -> Storage.contents(session.sessId));
@@ -127,6 +191,10 @@ final class NativeSession implements Runnable {
             List<String> trace = takeMessages();
             throw new RefusedException(what.get() + ": " + Reason.of(trace, why.get()), trace, e);
         } finally {
+            // Whatever came of it: a call that fails may have changed something.
+            if (journal != null) {
+                commit();
+            }
             takeMessages();
         }
     }
@@ -149,6 +217,9 @@ final class NativeSession implements Runnable {
     public synchronized void run() {
         if (open) {
             open = false;
+            if (flushing != null) {
+                flushing.cancel(false);
+            }
             raw.jnikillKavril();
         }
     }

@@ -1,6 +1,7 @@
 package velmor.kavril;
 
 import java.io.IOException;
+import java.io.UncheckedIOException;
 import java.lang.ref.Cleaner;
 import java.lang.ref.Reference;
 import java.nio.file.Path;
@@ -34,16 +35,39 @@ public final class Session implements AutoCloseable {
     private final NativeSession session;
     private final Cleaner.Cleanable cleanable;
 
-    Session(SessionBuilder config) {
-        this(config.nbClasses(), config.nbLevels(), new Inventory(), new NativeSession(config));
-    }
-
     private Session(int nbClasses, int nbLevels, Inventory inventory, NativeSession session) {
         this.nbClasses = nbClasses;
         this.nbLevels = nbLevels;
         this.inventory = inventory;
         this.session = session;
         cleanable = CLEANER.register(this, session);
+    }
+
+    static Session open(SessionBuilder config) {
+        NativeSession session = new NativeSession(config);
+        if (config.journal() == null) {
+            return new Session(config.nbClasses(), config.nbLevels(), new Inventory(), session);
+        }
+        try {
+            return ofContents(session, session.journal(config));
+        } catch (IOException e) {
+            session.run();
+            throw new UncheckedIOException(e);
+        } catch (RuntimeException | Error e) {
+            session.run();
+            throw e;
+        }
+    }
+
+    /** The session for what is in a native one, with the numbers of classes and levels it has. */
+    private static Session ofContents(NativeSession session, int[] numbers) throws IOException {
+        try {
+            return new Session(Check.range("nbClasses", numbers[0], 1, Check.MAX_CLASSES),
+                    Check.range("nbLevels", numbers[1], 1, Check.MAX_LEVELS), session.inventory(),
+                    session);
+        } catch (IllegalArgumentException e) {
+            throw new IOException("it is a session that only C++ can use: " + e.getMessage(), e);
+        }
     }
 
     /**
@@ -70,14 +94,7 @@ public final class Session implements AutoCloseable {
         Check.given("path", path);
         NativeSession session = new NativeSession(builder());
         try {
-            int[] numbers = session.load(path);
-            return new Session(Check.range("nbClasses", numbers[0], 1, Check.MAX_CLASSES),
-                    Check.range("nbLevels", numbers[1], 1, Check.MAX_LEVELS), session.inventory(),
-                    session);
-        } catch (IllegalArgumentException e) {
-            session.run();
-            throw new IOException("no session for Java can be loaded from " + path + ": "
-                    + e.getMessage(), e);
+            return ofContents(session, session.load(path));
         } catch (IOException | RuntimeException | Error e) {
             session.run();
             throw e;

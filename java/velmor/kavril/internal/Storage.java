@@ -41,6 +41,35 @@ public final class Storage {
     public static native boolean load(int sessId, byte[] path, int[] numbers);
 
     /**
+     * Makes a session what a journal holds, or begins a journal with what it is. Changes are written
+     * there from now on, by {@link #commit}, until the session is killed.
+     *
+     * @param sessId the session
+     * @param path the journal
+     * @param waits whether {@link #commit} waits until the changes are on the disk
+     * @param numbers the numbers of classes and levels that the session's user has; gets those of
+     *     the journal
+     * @return whether the session has the journal; if not, it can only be killed
+     */
+    public static native boolean journal(int sessId, byte[] path, boolean waits, int[] numbers);
+
+    /**
+     * Writes what the session has changed to its journal. It does nothing if there is none.
+     *
+     * @param sessId the session
+     * @return whether it is written; if not, it will be tried again with the next changes
+     */
+    public static native boolean commit(int sessId);
+
+    /**
+     * Waits until what was written to the session's journal is on the disk.
+     *
+     * @param sessId the session
+     * @return whether it is
+     */
+    public static native boolean flush(int sessId);
+
+    /**
      * The nodes and LSPs of a session.
      *
      * @param sessId the session
