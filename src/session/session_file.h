@@ -16,18 +16,8 @@ struct UsedNumbers {
     Long classes, levels;
 };
 
-// Writes the database with kavrilConfig, NBOA, NBPL and the current stack into a file,
-// whole or not at all: whatever stops it, the path has what it had or all that is new,
-// and when this returns 0 that is on the disk.
-int DBsave(DataBase* dataBase, const char* path);
-
-// Returns the database that was saved, and makes kavrilConfig, NBOA, NBPL and the current
-// stack what they were then. Null, nothing changed but for a message that says why, if
-// there is no such file, or it is cut off, altered, of a later version, or otherwise
-// nothing that DBsave has written.
-DataBase* DBload(const char* path);
-
-// The same for who keeps the numbers elsewhere than in NBOA and NBPL.
+// DBsave and DBload (database.h) for who keeps the numbers elsewhere than in NBOA and
+// NBPL.
 int saveFile(DataBase* dataBase, const UsedNumbers& numbers, const char* path);
 DataBase* loadFile(const char* path, UsedNumbers* numbers);
 
