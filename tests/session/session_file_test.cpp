@@ -140,6 +140,11 @@ TEST_F(SessionFiles, MadeUpContentsHarmNobody) {
     Bytes good = saved();
     good.erase(good.begin(), good.begin() + kHeader);
     EXPECT_TRUE(tryContents(good.data(), good.size()));
+    for (const auto& kept : std::filesystem::directory_iterator(KAVRIL_SESSION_CORPUS)) {
+        const Bytes bytes = bytesIn(kept.path());
+        EXPECT_EQ(kept.path().filename() == "small",
+                  tryContents(bytes.data(), bytes.size()));
+    }
     std::mt19937 random(1);
     const std::uint8_t odd[] = {0, 1, 2, 7, 8, 0x7F, 0x80, 0xFF};
     int nbAccepted = 0;
