@@ -38,15 +38,6 @@ bool isSame(const PredicateConfig& a, const PredicateConfig& b) {
            a.colorClause == b.colorClause;
 }
 
-void recordSwitches(Journal* journal) {
-    const PredicateConfig& switches = kavrilConfig.predicateConfig;
-    if (isSame(journal->switches, switches)) return;
-    journal->switches = switches;
-    for (const int byte : {int{SWITCHES}, int{switches.allowReroute},
-                           int{switches.capacityClause}, int{switches.colorClause}})
-        journal->pending.byte(static_cast<std::uint8_t>(byte));
-}
-
 // Calls act and records it by write(out) if it has changed the database. One that has
 // failed half-way cannot be made again: the journal then needs the session as it is.
 template <class Act, class Write>
@@ -119,6 +110,15 @@ int replayOne(ByteReader* in) {
 }
 
 }  // namespace
+
+void recordSwitches(Journal* journal) {
+    const PredicateConfig& switches = kavrilConfig.predicateConfig;
+    if (isSame(journal->switches, switches)) return;
+    journal->switches = switches;
+    for (const int byte : {int{SWITCHES}, int{switches.allowReroute},
+                           int{switches.capacityClause}, int{switches.colorClause}})
+        journal->pending.byte(static_cast<std::uint8_t>(byte));
+}
 
 int SCaddNode(Long id) {
     return change(

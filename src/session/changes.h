@@ -13,6 +13,10 @@ int SCremoveNode(Long id);
 int SCaddLSP(DBLabelSwitchedPath* lsp, LongList* preemptList);
 int SCremoveLSP(Long id);
 
+// Records what the switches of the configuration are, if they are others.
+struct Journal;
+void recordSwitches(Journal* journal);
+
 // Makes the recorded changes on centralDB; -1, with a message, if they are not ones that
 // it admits.
 int replay(ByteReader* records);

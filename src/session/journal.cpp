@@ -240,8 +240,9 @@ int openJournal(const char* path, bool waitsForDisk, UsedNumbers* numbers) {
 
 int commitJournal() {
     Journal* journal = journalOf(currentSessId);
-    if (journal == nullptr || (journal->pending.size() == 0 && !journal->needsBase))
-        return 0;
+    if (journal == nullptr) return 0;
+    recordSwitches(journal);
+    if (journal->pending.size() == 0 && !journal->needsBase) return 0;
     if (journal->needsBase || !journal->pending.isFine() ||
         journal->logged > std::max(kLeastLog, journal->baseSize))
         return takeBase(journal);
