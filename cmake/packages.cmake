@@ -98,7 +98,8 @@ debian_package(doc libkavril-doc all doc "${about}
 This package has the documentation and the sources of the Java classes.")
 if(KAVRIL_JAVA)
   debian_package(jni libkavril-jni any java "${about}
-This package has the native library for Java.")
+This package has the native library for Java."
+    SUGGESTS libsqlite3-0)
   debian_package(java libkavril-java all java "${about}
 This package has the Java classes."
     RECOMMENDS "libkavril-jni (= ${PROJECT_VERSION})"

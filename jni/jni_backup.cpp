@@ -10,6 +10,7 @@
 #include "database/database.h"
 #include "jni_arguments.h"
 #include "jni_support.h"
+#include "session/changes.h"
 #include "velmor_repository_KAVRIL_JNIKAVRIL.h"
 
 #define ERROR_SOURCE "jni_interface.c"
@@ -133,7 +134,7 @@ class BackupCall {
     int place() {
         ScopedLongList preemptList;
         if (longVecInit(&preemptList, -1) < 0) return -1;
-        if (add_) return DBaddLSP(centralDB, &record_, &preemptList);
+        if (add_) return SCaddLSP(&record_, &preemptList);
         if (preempt_ && getpreemptList(centralDB, &record_, &preemptList) < 0) {
             PUSH_ERROR(CRITICAL, "Impossible to obtain preemptList");
             say(stderr, "Can't obtain preemptList \n");

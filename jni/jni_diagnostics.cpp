@@ -57,34 +57,20 @@ jboolean inUse(JNIEnv*, jclass, jint nbClasses, jint nbLevels) {
     return NBOA == nbClasses && NBPL == nbLevels ? JNI_TRUE : JNI_FALSE;
 }
 
-JNINativeMethod method(const char* name, const char* signature, void* function) {
-    return {const_cast<char*>(name), const_cast<char*>(signature), function};
-}
-
 }  // namespace
 
 void registerDiagnostics(JNIEnv* env) {
-    // Two threads may both do it; neither may go on before it is done.
-    static std::atomic<bool> done = false;
-    // Whoever stands in for a virtual machine may not have what this needs.
-    if (done || env->functions->RegisterNatives == nullptr) return;
     const JNINativeMethod methods[] = {
-        method("print", "(I)Ljava/lang/String;", reinterpret_cast<void*>(print)),
-        method("inUse", "(II)Z", reinterpret_cast<void*>(inUse)),
+        nativeMethod("print", "(I)Ljava/lang/String;", reinterpret_cast<void*>(print)),
+        nativeMethod("inUse", "(II)Z", reinterpret_cast<void*>(inUse)),
         // Called first by sessions: the last one, so that all are there or none seems to
         // be.
-        method("takeMessages", "(I)[Ljava/lang/String;",
-               reinterpret_cast<void*>(takeMessages)),
+        nativeMethod("takeMessages", "(I)[Ljava/lang/String;",
+                     reinterpret_cast<void*>(takeMessages)),
     };
-    jclass owner = env->FindClass("velmor/kavril/internal/Diagnostics");
-    // An application may have the native methods' class alone; it misses nothing. What
-    // has failed may succeed when the next session is opened, with more memory, say.
-    if (owner != nullptr &&
-        env->RegisterNatives(owner, methods, static_cast<jint>(std::size(methods))) ==
-            JNI_OK)
-        done = true;
-    env->ExceptionClear();
-    env->DeleteLocalRef(owner);
+    static std::atomic<bool> done = false;
+    registerOnce(env, &done, "velmor/kavril/internal/Diagnostics", methods,
+                 static_cast<jint>(std::size(methods)));
 }
 
 // The jar's loader looks for this text in a library's file before it loads it.

@@ -11,7 +11,9 @@
 #include "database/database.h"
 #include "jni_arguments.h"
 #include "jni_diagnostics.h"
+#include "jni_storage.h"
 #include "jni_support.h"
+#include "session/changes.h"
 
 #define ERROR_SOURCE "jni_interface.c"
 
@@ -57,7 +59,7 @@ int fillLSP(JNIEnv* env, DBLabelSwitchedPath* lsp, const PlacedLSP& args) {
 int addLSP(DBLabelSwitchedPath* lsp) {
     ScopedLongList preemptList;
     if (longVecInit(&preemptList, -1) < 0) return -1;
-    return DBaddLSP(centralDB, lsp, &preemptList);
+    return SCaddLSP(lsp, &preemptList);
 }
 
 const char* refuseLSP(const PlacedLSP& args, const char* message) {
@@ -101,6 +103,7 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniinitKavril(
     jfloat sqLoad, jfloat relativeLoad, jfloat sqRelativeLoad, jfloat delay, jfloat fortz,
     jobjectArray reroutingScorecoef) {
     registerDiagnostics(env);
+    registerStorage(env);
     const std::lock_guard<std::mutex> lock(initialising);
     const Leaving leaving;
     jfieldID sessIdField = fieldId(env, obj, "sessId", "I");
@@ -149,7 +152,7 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniaddNode(JNIEnv
                                                                           jobject obj,
                                                                           jint nodeId) {
     withContext(env, obj, kAddDBException, [&] {
-        return DBaddNode(centralDB, nodeId) < 0
+        return SCaddNode(nodeId) < 0
                    ? FAIL_WITH(kAddDBException, "Impossible to init a Node")
                    : nullptr;
     });
@@ -166,7 +169,7 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniaddLink(
             return FAIL_WITH(nullptr, "Impossible to init a Link");
         if (readFloats(env, cap, state.cap, usable(NBOA)) < 0 ||
             readRows(env, rbw, state.rbw, usable(NBOA), usable(NBPL)) < 0 ||
-            DBaddLink(centralDB, linkId, src, dst, &state) < 0)
+            SCaddLink(linkId, src, dst, &state) < 0)
             return FAIL_WITH(kAddDBException, "Impossible to add Link");
         return nullptr;
     });
@@ -177,7 +180,7 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniremoveLink(JNI
                                                                              jint src,
                                                                              jint dst) {
     withContext(env, obj, kAddDBException, [&] {
-        return DBremoveLink(centralDB, src, dst) < 0
+        return SCremoveLink(src, dst) < 0
                    ? FAIL_WITH(kAddDBException, "Impossible to remove Link")
                    : nullptr;
     });
@@ -186,7 +189,7 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniremoveLink(JNI
 JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniremoveNode(
     JNIEnv* env, jobject obj, jint nodeId) {
     withContext(env, obj, kAddDBException, [&] {
-        return DBremoveNode(centralDB, nodeId) < 0
+        return SCremoveNode(nodeId) < 0
                    ? FAIL_WITH(kAddDBException, "Impossible to remove Node")
                    : nullptr;
     });
@@ -212,7 +215,7 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniremoveLSP(JNIE
                                                                             jobject obj,
                                                                             jint lspid) {
     withContext(env, obj, kAddDBException, [&] {
-        return DBremoveLSP(centralDB, lspid) < 0
+        return SCremoveLSP(lspid) < 0
                    ? FAIL_WITH(kAddDBException, "Impossible to remove LSP")
                    : nullptr;
     });

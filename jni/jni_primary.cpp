@@ -7,6 +7,7 @@
 #include "database/database.h"
 #include "jni_arguments.h"
 #include "jni_support.h"
+#include "session/changes.h"
 #include "velmor_repository_KAVRIL_JNIKAVRIL.h"
 
 #define ERROR_SOURCE "jni_interface.c"
@@ -35,7 +36,7 @@ class PrimaryCall {
     const char* place(bool add, bool preempt) {
         if (longVecInit(&preemptList_, -1) < 0 || fillLSP() < 0)
             return FAIL_WITH(kAddDBException, "Impossible to add PRIMARY LSP");
-        if (add && DBaddLSP(centralDB, &lsp_, &preemptList_) < 0)
+        if (add && SCaddLSP(&lsp_, &preemptList_) < 0)
             return FAIL_WITH(kAddDBException, "Impossible to add PRIMARY LSP");
         added_ = add;
         if (!add && preempt && getpreemptList(centralDB, &lsp_, &preemptList_) < 0) {
@@ -59,11 +60,11 @@ class PrimaryCall {
         if (preemptList_.top > 0) {
             jintArray preempted = toJava(env_, &preemptList_);
             if (preempted == nullptr) {  // out of memory is pending
-                if (added_) DBremoveLSP(centralDB, lsp_.id);
+                if (added_) SCremoveLSP(lsp_.id);
                 return nullptr;
             }
             for (Long j = 0; j < preemptList_.top; j++)
-                if (DBremoveLSP(centralDB, preemptList_.cont[j]) < 0)
+                if (SCremoveLSP(preemptList_.cont[j]) < 0)
                     return FAIL_WITH(kAddDBException, "Impossible to remove LSP");
             env_->SetObjectField(obj_, lspsField, preempted);
         }

@@ -22,3 +22,20 @@ void throwByName(JNIEnv* env, const char* className) {
     env->ThrowNew(exception, nullptr);
     env->DeleteLocalRef(exception);
 }
+
+JNINativeMethod nativeMethod(const char* name, const char* signature, void* function) {
+    return {const_cast<char*>(name), const_cast<char*>(signature), function};
+}
+
+void registerOnce(JNIEnv* env, std::atomic<bool>* done, const char* className,
+                  const JNINativeMethod* methods, jint nb) {
+    // Whoever stands in for a virtual machine may not have what this needs.
+    if (*done || env->functions->RegisterNatives == nullptr) return;
+    jclass owner = env->FindClass(className);
+    // An application may have the native methods' class alone; it misses nothing. What
+    // has failed may succeed when the next session is opened, with more memory, say.
+    if (owner != nullptr && env->RegisterNatives(owner, methods, nb) == JNI_OK)
+        *done = true;
+    env->ExceptionClear();
+    env->DeleteLocalRef(owner);
+}

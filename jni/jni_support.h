@@ -4,6 +4,7 @@
 
 #include <jni.h>
 
+#include <atomic>
 #include <cassert>
 
 #include "common/print.h"
@@ -64,6 +65,12 @@ class Leaving {
     Leaving(const Leaving&) = delete;
     Leaving& operator=(const Leaving&) = delete;
 };
+
+// Registers the native methods of a class that the library does not export, once: two
+// threads may both do it, neither goes on before it is done.
+JNINativeMethod nativeMethod(const char* name, const char* signature, void* function);
+void registerOnce(JNIEnv* env, std::atomic<bool>* done, const char* className,
+                  const JNINativeMethod* methods, jint nb);
 
 // In debug builds: all that is derived from the session's network is what it would be if
 // it were computed anew.

@@ -18,6 +18,21 @@
 DataBase* DBnew(Long id);
 int DBdestroy(DataBase* dataBase);
 
+// A database of its own that from now on does what this one would, to the last bit and
+// message; null, with a message, if there is no memory.
+DataBase* DBcopy(DataBase* dataBase);
+
+// Writes the database with kavrilConfig, NBOA, NBPL and the current stack into a file,
+// whole or not at all: whatever stops it, the path has what it had or all that is new,
+// and when this returns 0 that is on the disk.
+int DBsave(DataBase* dataBase, const char* path);
+
+// Returns the database that was saved, and makes kavrilConfig, NBOA, NBPL and the current
+// stack what they were then. Null, nothing changed but for a message that says why, if
+// there is no such file, or it is cut off, altered, of a later version, or otherwise
+// nothing that DBsave has written.
+DataBase* DBload(const char* path);
+
 Long DBgetID(DataBase* dataBase);
 Long DBgetNbNodes(DataBase* dataBase);
 Long DBgetNbLinks(DataBase* dataBase);

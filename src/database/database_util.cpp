@@ -6,10 +6,10 @@
 
 namespace {
 
-// A zeroed record that `init` has prepared, or null.
+// A record that `init` has made, every field of it, or null.
 template <class Record>
 Record* newRecord(int (*init)(Record*)) {
-    auto* record = static_cast<Record*>(mycalloc(1, sizeof(Record)));
+    auto* record = static_cast<Record*>(mymalloc(sizeof(Record)));
     if (record == nullptr) return FAIL_WITH(nullptr, "Critical lack of memory");
     if (init(record) < 0) {
         myfree(record);
@@ -142,7 +142,9 @@ DBLink* DBlinkNew() {
 
 int DBlinkInit(DBLink* link) {
     if (link == nullptr) return FAIL_WITH(-1, "Bad argument (NULL)");
-    *link = {};
+    link->id = 0;
+    link->lspList = {};
+    link->ledger = nullptr;
     if (DBlinkStateInit(&link->state) < 0)
         return FAIL_WITH(-1, "Error while initializing LinkState");
     if (DBlspListInit(&link->lspList, -1) < 0) {

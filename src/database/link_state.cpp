@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "common/memory.h"
 #include "error/error.h"
 
 #define ERROR_SOURCE "database/database_util.c"
@@ -23,12 +24,22 @@ void endVectors(DBLinkState* ls) {
                 if (vec.cont != nullptr) dblVecEnd(&vec);
 }
 
+// As dblVecInit makes it of size -1. A state has hundreds of them.
+bool initVector(DoubleVec* vec) {
+    auto* cont = static_cast<double*>(mymalloc(sizeof(double)));
+    if (cont == nullptr) return false;
+    *cont = 0.0;
+    *vec = {1, 0, cont};
+    return true;
+}
+
 int initVectors(DBLinkState* ls) {
     for (int oa = 0; oa < kClasses; oa++)
         for (int p = 0; p < kLevels; p++)
             for (auto table : kTables)
-                if (dblVecInit(&(ls->*table)[oa][p], -1) < 0) {
+                if (!initVector(&(ls->*table)[oa][p])) {
                     endVectors(ls);
+                    PUSH_ERROR(CRITICAL, "Critical lack of memory");
                     return FAIL_WITH(-1, "Unable to create link state");
                 }
     return 0;

@@ -9,6 +9,7 @@
 
 #include "common/memory.h"
 #include "database/database.h"
+#include "session/journal.h"
 
 #define ERROR_SOURCE "jni_interface.c"
 
@@ -193,6 +194,7 @@ int openSession() {
 
 void closeSession() {
     if (!own.has) return;
+    closeJournal();
     const int sessId = std::exchange(currentSessId, -1);
     SessionItem* item = std::exchange(sessions[sessId], nullptr);
     MemoryPool* pool = std::exchange(slots[sessId].pool, nullptr);

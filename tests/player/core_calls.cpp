@@ -1,6 +1,10 @@
 // The calls of the C++ interface.
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <atomic>
+#include <filesystem>
 #include <iterator>
 #include <tuple>
 
@@ -10,6 +14,9 @@
 #include "player/player.h"
 #include "predicate/predicate.h"
 #include "rerouting/rerouting.h"
+#include "session/changes.h"
+#include "session/journal.h"
+#include "session/session_file.h"
 #include "twin/backup.h"
 
 using twin::Hop;
@@ -120,6 +127,93 @@ twin::Row rowOf(const double* values) {
 
 }  // namespace
 
+namespace {
+
+// Saves the loaded session, in memory, and opens what is loaded from that.
+int openSaved() {
+    ByteWriter file;
+    UsedNumbers numbers;
+    writeFile(&file, centralDB, {NBOA, NBPL});
+    beginSession();
+    centralDB = readFile(file.data(), file.size(), &numbers);
+    return openSession();
+}
+
+// What no native method does, no journal records.
+void changeUnrecorded() {
+    if (Journal* journal = journalOf(currentSessId)) journal->needsBase = true;
+}
+
+}  // namespace
+
+void Player::beginJournal() {
+    static std::atomic<long> begun = 0;
+    caller_->journal =
+        std::filesystem::temp_directory_path() /
+        ("kavril_play-" + std::to_string(getpid()) + "-" + std::to_string(begun++));
+    caller_->atBase = *now()->stack;
+    core(
+        "keep a journal", [](twin::Database&) { return "1"; },
+        [&](DataBase*) {
+            UsedNumbers numbers = {NBOA, NBPL};
+            return show(
+                Long{openJournal(caller_->journal.c_str(), false, &numbers) == 0});
+        });
+}
+
+// Opens the session that is in another's journal, which ends that.
+Long Player::openRecovered(const Caller& from) {
+    closeJournal();
+    saveCntx(from.plain.sessId);
+    beginSession();
+    centralDB = DBnew(0);
+    const Long id = openSession();
+    UsedNumbers numbers = {};
+    return openJournal(from.journal.c_str(), false, &numbers) == 0 ? id : -1;
+}
+
+// Gives another caller a copy of the session, what has been saved and loaded, or what was
+// recovered from a journal, in place of the session it has; either may go on.
+void Player::multiply() {
+    Caller* from = caller_;
+    Caller* to = &callers_[(caller_ - callers_ + 1 + bytes_.below(2)) % 3];
+    const char* const kinds[] = {"copy for", "save for", "recover for"};
+    const int kind = std::min(bytes_.below(4), 2);
+    if (kind == 2 && from->journal.empty()) return beginJournal();
+    caller_ = to;
+    if (now() != nullptr) kill();
+    // Messages are no changes; a base has them.
+    const bool hasBase = kind == 2 && !journalOf(from->plain.sessId)->needsBase;
+    auto open = [&] {
+        jint& id = FakeVm::sessId(to->object);
+        loadSession(FakeVm::sessId(from->object));
+        if (kind == 0) id = copySession(FakeVm::sessId(from->object));
+        if (kind == 1) id = openSaved();
+        if (kind == 2) id = openRecovered(*from);
+        saveCntx(id);
+    };
+    call(
+        say(Long(from - callers_), kinds[kind], Long(to - callers_)),
+        [&] {
+            if (rules_.besideOthers) {  // the number is up to chance
+                open();
+                twin::openNextAs(FakeVm::sessId(to->object));
+            }
+            twin::copySession(from->plain, to->plain);
+            if (hasBase) *now()->stack = from->atBase;
+            return show(to->plain.sessId);
+        },
+        [&] {
+            if (!rules_.besideOthers) open();
+            return show(FakeVm::sessId(to->object));
+        });
+    if (kind == 2) {
+        to->journal = std::exchange(from->journal, "");
+        to->atBase = hasBase ? from->atBase : *now()->stack;
+    }
+    if (bytes_.oneIn(2)) caller_ = from;
+}
+
 void Player::configure() {
     PrimaryComputationConfig weights = {};
     PredicateConfig switches = {bytes_.oneIn(2), !bytes_.oneIn(8), bytes_.oneIn(2)};
@@ -141,6 +235,7 @@ void Player::configure() {
         [&](DataBase*) {
             kavrilConfig.primaryComputationConfig = weights;
             kavrilConfig.predicateConfig = switches;
+            changeUnrecorded();
             return "";
         });
 }
@@ -152,9 +247,9 @@ void Player::coreAddLink() {
     core(
         say("DBaddLink", id, hop.first, hop.second),
         [&](twin::Database& db) { return show(Long{twin::addLink(db, id, hop, state)}); },
-        [&](DataBase* db) {
+        [&](DataBase*) {
             RealState real(state);
-            return show(Long{DBaddLink(db, id, hop.first, hop.second, &real) == 0});
+            return show(Long{SCaddLink(id, hop.first, hop.second, &real) == 0});
         });
 }
 
@@ -168,6 +263,7 @@ void Player::coreSetState() {
         },
         [&](DataBase* db) {
             RealState real(state);
+            changeUnrecorded();
             return show(Long{DBsetLinkState(db, hop.first, hop.second, &real) == 0});
         });
 }
@@ -183,11 +279,11 @@ void Player::coreAdd() {
             const bool done = twin::addLSP(db, lsp, preempted);
             return say(Long{done}, preempted);
         },
-        [&](DataBase* db) {
+        [&](DataBase*) {
             kavrilConfig.predicateConfig.allowReroute = reroute;
             RealLsp real(lsp);
             RealList preempted({3});
-            const bool done = DBaddLSP(db, &real, &preempted) == 0;
+            const bool done = SCaddLSP(&real, &preempted) == 0;
             return say(Long{done}, idsOf(preempted));
         });
 }

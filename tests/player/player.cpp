@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <iterator>
 #include <limits>
 #include <optional>
@@ -38,7 +39,7 @@ jboolean boolean(bool value) {
 
 Player::Player(const std::vector<std::uint8_t>& input, Rules rules)
     : input_(input), rules_(rules), failing_(rules.failing) {
-    for (Caller& caller : callers_) caller = {vm_.object(), {}};
+    for (Caller& caller : callers_) caller = {vm_.object(), {}, {}, {}};
     caller_ = &callers_[0];
 }
 
@@ -96,6 +97,7 @@ void Player::step() {
     if (kind < 120 || (kind < 216 && rules_.entryPointsOnly))
         return (this->*bytes_.anyOf(kEntries))();
     if (kind < 216) return (this->*bytes_.anyOf(kCore))();
+    if ((kind == 217 || kind == 221) && !rules_.entryPointsOnly) return multiply();
     if (kind < 218) return print();
     if (kind < 222) return addNode(node());
     if (kind < 238) {
@@ -401,6 +403,7 @@ void Player::kill() {
     entry(
         "kill", [&] { return twin::killKavril(caller_->plain); },
         [&] { return killKavril(env(), caller_->object), twin::Result(); });
+    std::filesystem::remove(std::exchange(caller_->journal, ""));
     // Somebody else may get the number.
     if (rules_.besideOthers) caller_->plain.sessId = FakeVm::sessId(caller_->object) = -1;
 }

@@ -69,6 +69,8 @@ class Player {
     struct Caller {
         jobject object;
         twin::Object plain;
+        std::string journal;  // of its session, "" for none
+        twin::Stack atBase;   // what its stack was when the journal took its base
     };
     // A link state in a caller's hands, or a topology full of them.
     struct HandedOut {
@@ -136,6 +138,9 @@ class Player {
     void computeBackups();
 
     // Calls of the C++ interface.
+    void multiply();
+    void beginJournal();
+    Long openRecovered(const Caller& from);
     void configure();
     void coreAddLink();
     void coreSetState();

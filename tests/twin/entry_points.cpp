@@ -122,6 +122,15 @@ void printFailedBackup(const Database& db, const Lsp& backup) {
     now.err += " \n";
 }
 
+// Gives a session the next free number.
+void open(std::unique_ptr<Session> fresh, Object& object) {
+    do lastSession = (lastSession + 1) % static_cast<Long>(kSessions);
+    while (session(lastSession) != nullptr);
+    sessions[static_cast<std::size_t>(lastSession)] = std::move(fresh);
+    object.sessId = lastSession;
+    load(lastSession);
+}
+
 }  // namespace
 
 Session* session(Long id) {
@@ -174,12 +183,16 @@ Result initKavril(Object& object, const InitArgs& args) {
         std::copy(prices[oa].begin(), prices[oa].end(),
                   config.reroutingConfig.scoreCoef[oa]);
     fresh->stack = now.stack;
-    do lastSession = (lastSession + 1) % static_cast<Long>(kSessions);
-    while (session(lastSession) != nullptr);
-    sessions[static_cast<std::size_t>(lastSession)] = std::move(fresh);
-    object.sessId = lastSession;
-    load(lastSession);
+    open(std::move(fresh), object);
     return {};
+}
+
+void copySession(const Object& from, Object& to) {
+    auto copy = std::make_unique<Session>(*load(from.sessId));
+    for (auto& [hop, link] : copy->db.links)
+        for (const Lsp*& lsp : link.lsps) lsp = &copy->db.lsps.at(lsp->id);
+    copy->stack = std::make_shared<Stack>(*copy->stack);
+    open(std::move(copy), to);
 }
 
 Result killKavril(Object& object) {

@@ -63,6 +63,8 @@ Session* load(Long id);
 // The number that the next session gets, if it is free.
 void openNextAs(Long id);
 void forgetSessions();
+// Opens another session with what this one has.
+void copySession(const Object& from, Object& to);
 
 Result initKavril(Object& object, const InitArgs& args);
 Result killKavril(Object& object);

@@ -1,5 +1,6 @@
 package velmor.kavril;
 
+import java.nio.IntBuffer;
 import java.util.ArrayList;
 import java.util.Collection;
 import java.util.HashSet;
@@ -35,6 +36,45 @@ final class Inventory {
 
     private final Set<Integer> nodes = new HashSet<>();
     private final Map<Integer, Lsp> lsps = new TreeMap<>();
+
+    Inventory() {
+    }
+
+    Inventory(Inventory other) {
+        nodes.addAll(other.nodes);
+        lsps.putAll(other.lsps);
+    }
+
+    /** Reads what the library tells of a session ({@code Storage.contents}). */
+    Inventory(IntBuffer contents) {
+        for (int left = contents.get(); left > 0; left--) {
+            nodes.add(contents.get());
+        }
+        while (contents.hasRemaining()) {
+            readLsp(contents);
+        }
+    }
+
+    private void readLsp(IntBuffer contents) {
+        int id = contents.get();
+        int primaryId = contents.get();
+        int level = contents.get();
+        int oa = contents.get();
+        double bandwidth = Float.intBitsToFloat(contents.get());
+        if (oa < 0) {
+            throw new IllegalArgumentException("LSP " + id + " has bandwidth in several classes");
+        }
+        Traffic traffic = Traffic.of(bandwidth).inClass(oa).atLevel(level);
+        Route route = readRoute(contents);
+        Route primaryRoute = readRoute(contents);
+        lsps.put(id, new Lsp(id, traffic, route, primaryId, primaryId < 0 ? null : primaryRoute));
+    }
+
+    private static Route readRoute(IntBuffer contents) {
+        int[] route = new int[contents.get()];
+        contents.get(route);
+        return route.length == 0 ? null : Route.of(route);
+    }
 
     void addNode(int id) {
         nodes.add(id);

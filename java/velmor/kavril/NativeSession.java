@@ -1,11 +1,20 @@
 package velmor.kavril;
 
+import java.io.IOException;
+import java.io.UncheckedIOException;
+import java.nio.IntBuffer;
+import java.nio.charset.Charset;
+import java.nio.file.Path;
 import java.util.Arrays;
 import java.util.List;
+import java.util.concurrent.Future;
+import java.util.concurrent.ScheduledThreadPoolExecutor;
+import java.util.concurrent.TimeUnit;
 import java.util.function.Supplier;
 import java.util.stream.Collectors;
 import velmor.kavril.internal.Diagnostics;
 import velmor.kavril.internal.NativeLibrary;
+import velmor.kavril.internal.Storage;
 import velmor.repository.KAVRIL.JNIKAVRIL;
 import velmor.repository.model.exception.AddDBException;
 import velmor.repository.model.exception.NoRouteToHostException;
@@ -25,8 +34,26 @@ final class NativeSession implements Runnable {
         T run(JNIKAVRIL raw) throws AddDBException, NoRouteToHostException, RoutingException;
     }
 
+    /** A thread for all journals that are flushed now and then; made when there is one. */
+    private static final class Flusher {
+        static final ScheduledThreadPoolExecutor THREAD = new ScheduledThreadPoolExecutor(1, work -> {
+            Thread thread = new Thread(work, "kavril-journals");
+            thread.setDaemon(true);
+            return thread;
+        });
+
+        static {
+            THREAD.setRemoveOnCancelPolicy(true);
+        }
+    }
+
     private final JNIKAVRIL raw;
     private boolean open = true;
+
+    // Of a session with a journal.
+    private Path journal;
+    private boolean isFlushed = true;
+    private Future<?> flushing;
 
     /**
      * Opens the session. The numbers of classes and levels belong to the process; with all 8 of both,
@@ -44,6 +71,106 @@ final class NativeSession implements Runnable {
             throw new RefusedException("a session cannot be opened: "
                     + Reason.of(trace, "the library gives no reason"), trace, null);
         }
+    }
+
+    private NativeSession(int sessId) {
+        raw = new JNIKAVRIL();
+        raw.sessId = sessId;
+    }
+
+    /** Opens another session that does what this one would. */
+    synchronized NativeSession copy() {
+        return call(() -> "", () -> "", session -> {
+            int sessId = Storage.copy(session.sessId);
+            if (sessId < 0) {
+                List<String> trace = takeMessages(-1);
+                throw new RefusedException("the session cannot be copied: "
+                        + Reason.of(trace, "the library gives no reason"), trace, null);
+            }
+            return new NativeSession(sessId);
+        });
+    }
+
+    /** Saves the session to a file. */
+    synchronized void save(Path path, int nbClasses, int nbLevels) throws IOException {
+        byte[] file = bytes(path);
+        List<String> trace = call(() -> "", () -> "", session ->
+                Storage.save(session.sessId, file, nbClasses, nbLevels) ? null : takeMessages());
+        if (trace != null) {
+            throw new IOException("the session cannot be saved to " + path + ": "
+                    + Reason.of(trace, "the library gives no reason"));
+        }
+    }
+
+    /** Makes the session what was saved to a file; returns its numbers of classes and levels. */
+    synchronized int[] load(Path path) throws IOException {
+        byte[] file = bytes(path);
+        int[] numbers = new int[2];
+        List<String> trace = call(() -> "", () -> "", session ->
+                Storage.load(session.sessId, file, numbers) ? null : takeMessages());
+        if (trace != null) {
+            throw new IOException("no session can be loaded from " + path + ": "
+                    + Reason.of(trace, "the library gives no reason"));
+        }
+        return numbers;
+    }
+
+    /**
+     * Makes the session what is in the configuration's journal, or begins that; returns the numbers of
+     * classes and levels. From now on changes go there.
+     */
+    synchronized int[] journal(SessionBuilder config) throws IOException {
+        byte[] file = bytes(config.journal());
+        int[] numbers = {config.nbClasses(), config.nbLevels()};
+        List<String> trace = call(() -> "", () -> "", session -> Storage.journal(
+                session.sessId, file, config.flushMillis() == 0, numbers) ? null : takeMessages());
+        if (trace != null) {
+            throw new IOException("no journal can be kept at " + config.journal() + ": "
+                    + Reason.of(trace, "the library gives no reason"));
+        }
+        journal = config.journal();
+        if (config.flushMillis() > 0) {
+            flushing = Flusher.THREAD.scheduleWithFixedDelay(this::flush, config.flushMillis(),
+                    config.flushMillis(), TimeUnit.MILLISECONDS);
+        }
+        return numbers;
+    }
+
+    /** Writes what a call has changed. */
+    private void commit() {
+        if (!Storage.commit(raw.sessId)) {
+            throw journalFailure();
+        }
+        isFlushed = false;
+    }
+
+    /** Has the disk take what was written; if it does not, it is asked again. */
+    private synchronized void flush() {
+        if (open && !isFlushed) {
+            isFlushed = Storage.flush(raw.sessId);
+        }
+    }
+
+    private UncheckedIOException journalFailure() {
+        return new UncheckedIOException(new IOException("the session has changed, but its journal "
+                + journal + " cannot be written now: "
+                + Reason.of(takeMessages(), "the library gives no reason")));
+    }
+
+    /** What is in the session's network. */
+    synchronized Inventory inventory() {
+        int[] contents = call(() -> "", () -> "", session -> Storage.contents(session.sessId));
+        if (contents == null) {
+            throw new OutOfMemoryError("no memory for what is in the session");
+        }
+        return new Inventory(IntBuffer.wrap(contents));
+    }
+
+    /** A file's name as the library hands it to the system. */
+    private static byte[] bytes(Path path) {
+        String name = path.toFile().getAbsolutePath();
+        String encoding = System.getProperty("sun.jnu.encoding");
+        return name.getBytes(encoding == null ? Charset.defaultCharset() : Charset.forName(encoding));
     }
 
     /** Runs the call; what it was to do, and an explanation if the library has none, are for failures. */
@@ -64,6 +191,10 @@ final class NativeSession implements Runnable {
             List<String> trace = takeMessages();
             throw new RefusedException(what.get() + ": " + Reason.of(trace, why.get()), trace, e);
         } finally {
+            // Whatever came of it: a call that fails may have changed something.
+            if (journal != null) {
+                commit();
+            }
             takeMessages();
         }
     }
@@ -86,14 +217,21 @@ final class NativeSession implements Runnable {
     public synchronized void run() {
         if (open) {
             open = false;
+            if (flushing != null) {
+                flushing.cancel(false);
+            }
             raw.jnikillKavril();
         }
     }
 
     private List<String> takeMessages() {
+        return takeMessages(raw.sessId);
+    }
+
+    private List<String> takeMessages(int sessId) {
         String[] messages;
         try {
-            messages = Diagnostics.takeMessages(raw.sessId);
+            messages = Diagnostics.takeMessages(sessId);
         } catch (UnsatisfiedLinkError e) {
             raw.jnikillKavril();
             throw new UnsatisfiedLinkError("the native library from " + NativeLibrary.origin()

@@ -23,6 +23,8 @@ enum Reason {
             "the LSPs of greater level on a link are together too small to make room for it"),
     SESSIONS("Too many Sessions \\((\\d+)\\)",
             "$1 sessions are open in this process, the most there can be; close those not needed"),
+    FILE("^It (is|has|cannot|contradicts) (.*) in \\S+ at line \\d+$", "it $1 $2"),
+    FOLDER("^(No|The) (file|folder) (.*) in \\S+ at line \\d+$", "$1 $2 $3"),
     MEMORY("Critical lack of memory|Unable to resize|Cannot allocate",
             "there is not enough memory; smaller ids need less");
 

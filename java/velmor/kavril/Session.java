@@ -1,7 +1,10 @@
 package velmor.kavril;
 
+import java.io.IOException;
+import java.io.UncheckedIOException;
 import java.lang.ref.Cleaner;
 import java.lang.ref.Reference;
+import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
@@ -28,15 +31,43 @@ public final class Session implements AutoCloseable {
 
     private final int nbClasses;
     private final int nbLevels;
-    private final Inventory inventory = new Inventory();
+    private final Inventory inventory;
     private final NativeSession session;
     private final Cleaner.Cleanable cleanable;
 
-    Session(SessionBuilder config) {
-        nbClasses = config.nbClasses();
-        nbLevels = config.nbLevels();
-        session = new NativeSession(config);
+    private Session(int nbClasses, int nbLevels, Inventory inventory, NativeSession session) {
+        this.nbClasses = nbClasses;
+        this.nbLevels = nbLevels;
+        this.inventory = inventory;
+        this.session = session;
         cleanable = CLEANER.register(this, session);
+    }
+
+    static Session open(SessionBuilder config) {
+        NativeSession session = new NativeSession(config);
+        if (config.journal() == null) {
+            return new Session(config.nbClasses(), config.nbLevels(), new Inventory(), session);
+        }
+        try {
+            return ofContents(session, session.journal(config));
+        } catch (IOException e) {
+            session.run();
+            throw new UncheckedIOException(e);
+        } catch (RuntimeException | Error e) {
+            session.run();
+            throw e;
+        }
+    }
+
+    /** The session for what is in a native one, with the numbers of classes and levels it has. */
+    private static Session ofContents(NativeSession session, int[] numbers) throws IOException {
+        try {
+            return new Session(Check.range("nbClasses", numbers[0], 1, Check.MAX_CLASSES),
+                    Check.range("nbLevels", numbers[1], 1, Check.MAX_LEVELS), session.inventory(),
+                    session);
+        } catch (IllegalArgumentException e) {
+            throw new IOException("it is a session that only C++ can use: " + e.getMessage(), e);
+        }
     }
 
     /**
@@ -47,6 +78,55 @@ public final class Session implements AutoCloseable {
      */
     public static SessionBuilder builder() {
         return new SessionBuilder();
+    }
+
+    /**
+     * Opens the session that was saved to a file: from now on it does what that one would have done,
+     * to the last bit and message.
+     *
+     * @param path the file
+     * @return the session, to be closed
+     * @throws IOException if there is no such file, or it is none that {@link #save} has written, all
+     *     of it and nothing else, or of a later version of the library; the message says which
+     * @throws RefusedException if 128 sessions are open already
+     */
+    public static Session load(Path path) throws IOException {
+        Check.given("path", path);
+        NativeSession session = new NativeSession(builder());
+        try {
+            return ofContents(session, session.load(path));
+        } catch (IOException | RuntimeException | Error e) {
+            session.run();
+            throw e;
+        }
+    }
+
+    /**
+     * Opens a session of its own that from now on does what this one would, to the last bit and
+     * message: for what would happen if.
+     *
+     * @return the copy, to be closed
+     * @throws RefusedException if 128 sessions are open already, or there is not enough memory
+     */
+    public Session copy() {
+        return call(() -> "", () -> "", raw ->
+                new Session(nbClasses, nbLevels, new Inventory(inventory), session.copy()));
+    }
+
+    /**
+     * Saves the session to a file, in place of what is there. When this returns the file is on the
+     * disk. If it fails, or the machine does, the path has what it had before, or all that is new.
+     *
+     * @param path the file
+     * @throws IOException if it cannot be written
+     */
+    public void save(Path path) throws IOException {
+        Check.given("path", path);
+        try {
+            session.save(path, nbClasses, nbLevels);
+        } finally {
+            Reference.reachabilityFence(this);
+        }
     }
 
     /**

@@ -1,5 +1,8 @@
 package velmor.kavril;
 
+import java.io.UncheckedIOException;
+import java.nio.file.Path;
+import java.time.Duration;
 import java.util.EnumMap;
 import java.util.Map;
 
@@ -11,6 +14,9 @@ public final class SessionBuilder {
     private boolean colorClause;
     private final Map<Weight, Float> weights = new EnumMap<>(Weight.class);
     private final float[][] rerouting = new float[Check.MAX_CLASSES][Check.MAX_LEVELS];
+
+    private Path journal;
+    private long flushMillis;
 
     SessionBuilder() {
     }
@@ -90,10 +96,49 @@ public final class SessionBuilder {
     }
 
     /**
-     * Opens a session with this configuration and an empty network.
+     * Has the session keep a journal: every method that changes it returns once the change is on the
+     * disk. Whenever and however the process ends, a session built with the same path is what this one
+     * was after the last method that has returned, or after the one that was at work.
+     *
+     * <p>If there is a journal at the path, {@link #build} opens the session that is in it, with the
+     * configuration it had; what is set here then does not count. Journals are kept by the system's
+     * SQLite, on Debian the package libsqlite3-0. Beside the journal lies a file with {@code -wal}
+     * behind its name, which belongs to it.
+     *
+     * @param path the journal's file, which only one session may have
+     * @return this builder
+     */
+    public SessionBuilder journal(Path path) {
+        return journal(path, Duration.ZERO);
+    }
+
+    /**
+     * The same, but methods do not wait for the disk: a change is there after a while. A crash of the
+     * process loses nothing even so; one of the machine loses what was changed in that time.
+     *
+     * @param path the journal's file
+     * @param flushEvery how long a change may take to the disk, a millisecond at least; 0 to wait for
+     *     the disk
+     * @return this builder
+     */
+    public SessionBuilder journal(Path path, Duration flushEvery) {
+        journal = Check.given("path", path);
+        if (Check.given("flushEvery", flushEvery).isNegative()
+                || !flushEvery.isZero() && flushEvery.toMillis() == 0) {
+            throw new IllegalArgumentException(
+                    "flushEvery is " + flushEvery + ", must be 0 or a millisecond at least");
+        }
+        flushMillis = flushEvery.toMillis();
+        return this;
+    }
+
+    /**
+     * Opens a session with this configuration and an empty network, or the one that is in the journal.
      *
      * @return the session, to be closed
      * @throws RefusedException if 128 sessions are open already
+     * @throws UncheckedIOException if the journal cannot be read or written, is in use by another
+     *     session or process, or is none, or there is no SQLite; the message says which
      * @throws IllegalArgumentException if a rerouting coefficient is set for a class or a level that
      *     the session has not
      * @throws UnsatisfiedLinkError if the native library cannot be loaded; it lists what was tried
@@ -107,7 +152,17 @@ public final class SessionBuilder {
                 }
             }
         }
-        return new Session(this);
+        return Session.open(this);
+    }
+
+    /** The journal, null for none. */
+    Path journal() {
+        return journal;
+    }
+
+    /** How often it is flushed; 0 for every change. */
+    long flushMillis() {
+        return flushMillis;
     }
 
     int nbClasses() {

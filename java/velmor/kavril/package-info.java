@@ -35,6 +35,13 @@
  * {@link velmor.kavril.KavrilException} that says why. Nothing has changed then, unless the method
  * says otherwise.
  *
+ * <h2>Copies, files and journals</h2>
+ *
+ * <p>{@link velmor.kavril.Session#copy} opens a session of its own that does what the first one would;
+ * {@link velmor.kavril.Session#save} and {@link velmor.kavril.Session#load} keep one in a file; one that
+ * has a {@linkplain velmor.kavril.SessionBuilder#journal(java.nio.file.Path) journal} comes back after a
+ * crash of the process as it was after the last method that returned.
+ *
  * <h2>Threads and other sessions</h2>
  *
  * <p>All methods may be called from all threads. Calls on one session wait for each other; those on
