@@ -73,6 +73,8 @@ TEST_F(TopologyVectors, NodesAreCopiedDeeply) {
     EXPECT_THAT(neighbours(bkNodeVecGet(vec, 1)->inNeighb), ElementsAre(1, 2));
     EXPECT_THAT(neighbours(vec->cont[0].outNeighb), ElementsAre(6));
     EXPECT_THAT((Ids{vec->cont[1].nodeId, vec->cont[1].neighbInd}), ElementsAre(2, 22));
+    EXPECT_EQ(-2, bkNodeVecSet(nullptr, 0, &node) + bkNodeVecSet(vec, 0, nullptr));
+    EXPECT_THAT(errorTexts(), ElementsAre("Bad argument (NULL)", "Bad argument (NULL)"));
     EXPECT_EQ(0.0, vec->cont[1].info.cost);  // keeps its own
     EXPECT_EQ(0, bkNodeVecSet(vec, 0, &node) + bkNodeVecSet(vec, 5, &node));
     EXPECT_EQ(std::pair(8, 6), std::pair(vec->size, vec->top));

@@ -4,6 +4,17 @@
 
 using NetworkDatabase = KavrilTest;
 
+TEST_F(NetworkDatabase, WithoutMemoryThereIsNone) {
+    DataBase* dataBase = nullptr;
+    for (Long nth = 1; dataBase == nullptr; nth++) {
+        failAllocation(nth);
+        dataBase = DBnew(3);
+        EXPECT_EQ(dataBase == nullptr, !errorTexts().empty());
+        EXPECT_TRUE(failAllocation(0) > 0 || dataBase == nullptr);
+    }
+    DBdestroy(dataBase);
+}
+
 TEST_F(NetworkDatabase, IdsThatNoTableHasRoomForLeaveItAsItWas) {
     Net net;
     net.link(3, 1).link(2, 1);

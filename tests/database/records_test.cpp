@@ -88,6 +88,12 @@ TEST_F(Records, CopiesHaveAllFields) {
     for (const DoubleVec* vec : {&other.bbw[1][2], &other.remoteBbw[3][4],
                                  &other.fbw[5][6], &other.remoteFbw[7][0]})
         EXPECT_TRUE(vec->size == 12 && vec->cont[11] == 5.0);
+    dblVecSet(&state->bbw[1][2], 90, 5.0);
+    dblVecSet(&state->fbw[5][6], 0, 6.0);
+    failAllocation(1);  // one table cannot grow; the others are copied
+    EXPECT_EQ(-1, DBlinkStateCopy(&other, state));
+    EXPECT_TRUE(other.bbw[1][2].size == 12 && other.fbw[5][6].cont[0] == 6.0);
+    EXPECT_EQ("Link state copy uncomplete", errorTexts().at(0));
     DBlinkStateDestroy(state);
 }
 

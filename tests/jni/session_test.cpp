@@ -85,6 +85,8 @@ TEST_F(Sessions, KeepTheirStateApartAndReleaseStacksThatNobodyOwns) {
         centralDB = DBnew(id);
         EXPECT_EQ(id, openSession());
     }
+    EXPECT_TRUE(killOne(7));
+    EXPECT_EQ(7, openOne());  // the only free one
     EXPECT_EQ(-1, beginSession());
     EXPECT_EQ(-1, loadSession(128));  // on the same stack, to be released
     EXPECT_EQ(5, loadSession(5));
