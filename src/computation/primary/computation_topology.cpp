@@ -63,7 +63,8 @@ class Builder {
             Long nd = 0;
             if (longVecPopBack(&toDo_, &nd) < 0)
                 return FAIL_WITH(-1, "Unable to pop back on list of longs");
-            if (addIncoming(nd) < 0 || addOutgoing(nd) < 0 || store(nd) < 0) return -1;
+            if (addLinks(nd, false) < 0 || addLinks(nd, true) < 0 || store(nd) < 0)
+                return -1;
         }
         return 0;
     }
@@ -104,35 +105,23 @@ class Builder {
         return append(vec, {nb, judged->linkState, judged->info});
     }
 
-    int addIncoming(Long nd) {
-        node_.inNeighb.top = 0;
-        const LongList* neighbours = DBgetNodeInNeighb(dataBase_, nd);
+    // Appends the links that leave the node, or those that enter it.
+    int addLinks(Long nd, bool leaving) {
+        BKConnectVec* vec = leaving ? &node_.outNeighb : &node_.inNeighb;
+        vec->top = 0;
+        const LongList* neighbours = leaving ? DBgetNodeOutNeighb(dataBase_, nd)
+                                             : DBgetNodeInNeighb(dataBase_, nd);
         if (neighbours == nullptr)
             return FAIL_WITH(-1, "Unable to get the list of neighbours");
         for (Long i = 0; i < neighbours->top; i++) {
             const Long nb = neighbours->cont[i];
             const int ret =
                 flags_[nb] == BUILT
-                    ? appendIfSeen(&node_.inNeighb, nb, nd, &BKNode::outNeighb)
-                    : appendIfValid(&node_.inNeighb, nb, nb, nd);
+                    ? appendIfSeen(vec, nb, nd,
+                                   leaving ? &BKNode::inNeighb : &BKNode::outNeighb)
+                    : appendIfValid(vec, nb, leaving ? nd : nb, leaving ? nb : nd);
             if (ret < 0) return -1;
-        }
-        return 0;
-    }
-
-    int addOutgoing(Long nd) {
-        node_.outNeighb.top = 0;
-        const LongList* neighbours = DBgetNodeOutNeighb(dataBase_, nd);
-        if (neighbours == nullptr)
-            return FAIL_WITH(-1, "Unable to get the list of neighbours");
-        for (Long i = 0; i < neighbours->top; i++) {
-            const Long nb = neighbours->cont[i];
-            const int ret =
-                flags_[nb] == BUILT
-                    ? appendIfSeen(&node_.outNeighb, nb, nd, &BKNode::inNeighb)
-                    : appendIfValid(&node_.outNeighb, nb, nd, nb);
-            if (ret < 0) return -1;
-            if (flags_[nb] == UNSEEN && remember(nb) < 0) return -1;
+            if (leaving && flags_[nb] == UNSEEN && remember(nb) < 0) return -1;
         }
         return 0;
     }
