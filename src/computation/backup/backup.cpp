@@ -16,6 +16,7 @@
 namespace {
 
 constexpr double kNotReached = -1.0;
+constexpr CPDijkNode kUntouched = {nullptr, nullptr, kNotReached, false};
 
 // The queue of dijkstra.h, for keys that are not numbers: they keep no order, so that
 // what comes out depends on its tree.
@@ -50,7 +51,8 @@ class BackupSearch {
         if (!links_.init() || longVecInit(&found_, -1) < 0)
             return FAIL_WITH(-1, "Cannot allocate a required structure");
         const Long nodes = graph_->nodeSlots();
-        if (!nodes_.fill(nodes, {}) || !lastOnPrimary_.fill(nodes, -1) ||
+        if (!nodes_.fill(nodes, kUntouched) || !makeRoom(&reached_, nodes) ||
+            !lastOnPrimary_.fill(nodes, -1) ||
             !isForbidden_.fill(graph_->out.top, false) ||
             !queue_.init(graph_->out.top + 1))
             return FAIL_WITH(-1, "Cannot allocate a required structure");
@@ -171,10 +173,11 @@ class BackupSearch {
     // is marked. Gives up, where that may be told, at the first key that is not a number.
     template <class Queue>
     Long searchWith(Queue* queue, Long start, Long firstGoal, bool* areNumbers) {
-        std::fill(nodes_.begin(), nodes_.end(),
-                  CPDijkNode{nullptr, nullptr, kNotReached, false});
+        for (Long n : reached_) nodes_[n] = kUntouched;
+        reached_.top = 0;
         queue->clear();
         nodes_[start].val = 0.0;
+        reached_[reached_.top++] = start;
         queue->push(0.0, start);
         while (!queue->isEmpty()) {
             const Long n = queue->pop();
@@ -198,6 +201,7 @@ class BackupSearch {
                     *areNumbers = false;
                     return -1;
                 }
+                if (next->val == kNotReached) reached_[reached_.top++] = head;
                 next->val = val;
                 next->from = node;
                 queue->push(val, head);
@@ -220,10 +224,10 @@ class BackupSearch {
     WorkingLinks links_;
     bool isProtectable_ = false;  // all links that the next backup protects exist
     ScopedLongList found_;
-    ScopedArray<CPDijkNode> nodes_;  // by node
-    ScopedArray<Long>
-        lastOnPrimary_;              // likewise: last index on the primary's path, or -1
-    ScopedArray<bool> isForbidden_;  // by position in the graph
+    ScopedArray<CPDijkNode> nodes_;    // by node
+    ScopedArray<Long> reached_;        // those that the last search has met
+    ScopedArray<Long> lastOnPrimary_;  // by node: last index on the primary's path, or -1
+    ScopedArray<bool> isForbidden_;    // by position in the graph
     NodeQueue queue_;
 };
 

@@ -13,32 +13,22 @@ class NodeQueue {
     void clear() { heap_.top = inserted_ = 0; }
     bool isEmpty() const { return heap_.top == 0; }
 
-    void push(double key, Long node) {
-        const Entry entry = {key, inserted_++, node};
-        Long at = heap_.top++;
-        for (Long father; at > 0; at = father) {
-            father = (at - 1) / kArity;
-            if (!isBefore(entry, heap_[father])) break;
-            heap_[at] = heap_[father];
-        }
-        heap_[at] = entry;
-    }
+    void push(double key, Long node) { rise(heap_.top++, {key, inserted_++, node}); }
 
     Long pop() {
         const Long node = heap_[0].node;
         const Entry last = heap_[--heap_.top];
-        Long at = 0;
-        for (;;) {
-            const Long first = kArity * at + 1;
+        // The gap goes down to a leaf, as the last entry mostly belongs near one.
+        Long gap = 0;
+        for (Long first; (first = kArity * gap + 1) < heap_.top;) {
             const Long end = std::min(first + kArity, heap_.top);
             Long least = first;
             for (Long i = first + 1; i < end; i++)
-                if (isBefore(heap_[i], heap_[least])) least = i;
-            if (first >= heap_.top || !isBefore(heap_[least], last)) break;
-            heap_[at] = heap_[least];
-            at = least;
+                least = isBefore(heap_[i], heap_[least]) ? i : least;
+            heap_[gap] = heap_[least];
+            gap = least;
         }
-        heap_[at] = last;
+        rise(gap, last);
         return node;
     }
 
@@ -52,6 +42,16 @@ class NodeQueue {
 
     static bool isBefore(const Entry& a, const Entry& b) {
         return a.key < b.key || (a.key == b.key && a.order > b.order);
+    }
+
+    // Puts an entry where a gap is, or above.
+    void rise(Long gap, const Entry& entry) {
+        for (Long father; gap > 0; gap = father) {
+            father = (gap - 1) / kArity;
+            if (!isBefore(entry, heap_[father])) break;
+            heap_[gap] = heap_[father];
+        }
+        heap_[gap] = entry;
     }
 
     ScopedArray<Entry> heap_;
