@@ -186,5 +186,9 @@ int Booker::gather(Long src, Long dst, operation op) {
     booking.changes.top = 0;
     const int ret = dispatch();
     sortChanges(&booking.changes);
+    booking.classes = 0;
+    for (const FailureChange& change : booking.changes)
+        for (int oa = 0; oa < kClasses; oa++)
+            if (change.amounts[oa] != 0.0) booking.classes |= 1U << oa;
     return ret < 0 ? -1 : 1;
 }

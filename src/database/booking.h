@@ -32,6 +32,7 @@ struct Booking {
     const double* primary;  // amounts for pbw, null for a backup
     double newBW[kClasses];
     Array<FailureChange> changes;  // by head, tail and order
+    unsigned classes;              // in which these have amounts, as bits
 };
 
 // Books one LSP on link after link. Its path is looked up once, so that a path of h hops

@@ -3,32 +3,19 @@
 #include "database/booking.h"
 #include "database/database.h"
 #include "database/live/live.h"
+#include "database/live/vectors.h"
 #include "error/error.h"
 
 #define ERROR_SOURCE "database/database.c"
 
 namespace {
 
-int addToVector(DoubleVec* vec, Long f, double x) {
-    if (vec->size <= f && dblVecResize(vec, f + 1) < 0) return -1;
-    vec->cont[f] += x;
-    return 0;
-}
-
-// Books on the vectors of a state. A class that adds 0 grows nothing: an element that
-// does not exist counts as 0.
 int book(DBLinkState* ls, const Booking& booking) {
-    const int level = booking.level;
     for (int oa = 0; oa < kClasses && booking.primary != nullptr; oa++)
         if (booking.primary[oa] != 0.0)
-            ls->pbw[oa][level] += booking.mult * booking.primary[oa];
-    for (const FailureChange& change : booking.changes)
-        for (int oa = 0; oa < kClasses; oa++) {
-            if (change.amounts[oa] == 0.0) continue;
-            DoubleVec* vec = &(change.freed ? ls->fbw : ls->bbw)[oa][level];
-            if (addToVector(vec, change.failure, change.mult * change.amounts[oa]) < 0)
-                return -1;
-        }
+            ls->pbw[oa][booking.level] += booking.mult * booking.primary[oa];
+    for (int oa = 0; oa < kClasses; oa++)
+        if (bookVectors(ls, oa, booking) < 0) return -1;
     return 0;
 }
 

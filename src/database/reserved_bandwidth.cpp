@@ -100,15 +100,6 @@ void reserve(const Need* gbw, Long failures, const double (&pbw)[kLevels],
 
 }  // namespace
 
-void addNeeds(const double (&worst)[kLevels], const double (&pbw)[kLevels],
-              double (&rbw)[kLevels]) {
-    double oldM = 0.0;
-    for (int p = 0; p < kLevels; p++) {
-        rbw[p] = pbw[p] + worst[p] - oldM;
-        oldM = worst[p];
-    }
-}
-
 int computeRBW(DataBase* dataBase, double rbw[kClasses][kLevels],
                double pbw[kClasses][kLevels], DoubleVec bbw[kClasses][kLevels],
                DoubleVec fbw[kClasses][kLevels]) {

@@ -21,5 +21,11 @@ int computeRBW(DataBase* dataBase, double rbw[kClasses][kLevels],
                DoubleVec fbw[kClasses][kLevels]);
 
 // rbw of one class from pbw and the worst needs, the M(p) above.
-void addNeeds(const double (&worst)[kLevels], const double (&pbw)[kLevels],
-              double (&rbw)[kLevels]);
+inline void addNeeds(const double (&worst)[kLevels], const double (&pbw)[kLevels],
+                     double (&rbw)[kLevels]) {
+    double oldM = 0.0;
+    for (int p = 0; p < kLevels; p++) {
+        rbw[p] = pbw[p] + worst[p] - oldM;
+        oldM = worst[p];
+    }
+}

@@ -1,6 +1,7 @@
 #include "computation/backup/working_links.h"
 
 #include <algorithm>
+#include <bit>
 #include <utility>
 
 #include "computation/backup/backup_request.h"
@@ -51,7 +52,7 @@ bool WorkingLinks::init() {
     backup_.primID = request.primID;
     std::copy_n(request.bw, kClasses, backup_.bw);
     const Run none = {nullptr, nullptr, 0};
-    for (int oa = 0; oa < kClasses; oa++) {
+    for (int oa = 0; asked_ >> oa != 0; oa++) {
         const double bw = backup_.bw[oa];
         const CellKey key = cellKey(0, 0, trial_.level);
         alone_[0][oa] = needWith(none, key, {bw, 0.0});
@@ -76,10 +77,12 @@ bool WorkingLinks::startAt(Long node) {
     for (Long i = first_; i < last_; i++) {
         const Long tail = path->cont[i];
         const Long head = path->cont[i + 1];
+        Failing failing = {
+            cellKey(head, tail, trial_.level), countedIn(live_)(tail, head), {}};
+        for (int oa = 0; oa < kClasses; oa++)
+            failing.concerned[oa] = concernedBy(live_, oa, head);
         if (findLink(&dataBase_->linkTab, tail, head) == nullptr ||
-            !append(&protected_,
-                    Failing{cellKey(head, tail, trial_.level),
-                            countedIn(live_)(tail, head), &live_->concerned[head]}))
+            !append(&protected_, failing))
             isProtectable_ = false;
         if (indexOf(path, head, first_ + 1) != i + 1) isSimple_ = false;
     }
@@ -110,32 +113,29 @@ bool WorkingLinks::alsoFrees(Long tail, Long head) const {
 
 // Raises the worst need of a class to what the failures protected from need with the
 // backup, which adds the amounts to a cell of each. They enter different nodes.
-void WorkingLinks::raiseByTrial(const OutLink& link, int oa, bool alsoFrees,
+void WorkingLinks::raiseByTrial(Long position, int oa, bool alsoFrees,
                                 Need* worst) const {
-    const LedgerClass* cls = nullptr;
+    const Need& alone = alone_[alsoFrees ? 1 : 0][oa];
+    const Long slot = live_->graph.out[position].slot;
     const double bw = backup_.bw[oa];
     const Cell added = {bw, alsoFrees ? -bw : 0.0};
-    const Need& alone = alone_[alsoFrees ? 1 : 0][oa];
     bool isCovered = true;
     for (int p = trial_.level; p < kLevels; p++)
         isCovered = isCovered && worst->at[p] >= alone.at[p];
     for (const Failing& failing : protected_) {
-        Run ofNode = {nullptr, nullptr, 0};
-        if (failing.concerned->has(link.slot)) {
-            if (cls == nullptr) cls = link.link->ledger->classes[oa];
-            ofNode = runOf(cls, headOf(failing.key));
-        }
-        // Cells that only free bandwidth leave less to need than the backup alone.
-        if (isCovered && !anyActive(ofNode)) continue;
-        if (ofNode.nb == 0) {
-            raise(worst, alone);
+        if (!failing.concerned[oa].has(slot)) {
+            if (!isCovered) raise(worst, alone);
             isCovered = true;
             continue;
         }
+        const Run ofNode =
+            nodeRun(live_->views.needs[oa][position].cells, headOf(failing.key));
+        // Cells that only free bandwidth leave less to need than the backup alone.
+        if (isCovered && !anyActive(ofNode)) continue;
         raise(worst, needWith(ofNode, failing.key, added));
-        if (failing.counts)
-            raise(worst,
-                  needWith(runOf(ofNode, tailOf(failing.key)), failing.key, added));
+        const Run ofLink = runOf(ofNode, tailOf(failing.key));
+        if (failing.counts && ofLink.nb < ofNode.nb)
+            raise(worst, needWith(ofLink, failing.key, added));
     }
 }
 
@@ -161,44 +161,45 @@ bool WorkingLinks::gatherTrial(const Overlay* overlay, bool alsoFrees) {
 
 bool WorkingLinks::worstWithTrial(Long position, const Overlay* overlay, bool alsoFrees,
                                   int oa, Need* worst) {
-    const OutLink& link = live_->graph.out[position];
+    const NeedView& view = live_->views.needs[oa][position];
     if (overlay == nullptr && isSimple_) {
-        *worst = live_->views.worst[oa][position];
-        raiseByTrial(link, oa, alsoFrees, worst);
+        *worst = view.worst;
+        raiseByTrial(position, oa, alsoFrees, worst);
         return true;
     }
     return gatherTrial(overlay, alsoFrees) &&
-           worstAfter(link.link->ledger->classes[oa], oa, trial_, countedIn(live_),
-                      &live_->scratch, worst);
+           worstAfter(live_->graph.out[position].link->ledger->classes[oa], oa, trial_,
+                      countedIn(live_), &live_->scratch, worst);
 }
 
-double WorkingLinks::leastCostTo(Long head) const {
-    return hasOneLength_ ? lengthCost_ : lengthCost(primary_, head);
-}
-
-// The cost with the worst needs that the classes asked for would have.
-double WorkingLinks::costOf(Long position, const Overlay* overlay,
+// The cost with the worst needs that the classes asked for would have. Where the views
+// have what was reserved before, only the classes asked for and those above are added up.
+double WorkingLinks::costOf(Long position, const Overlay* overlay, bool isPlain,
                             const Need* worst) const {
     const OutLink& link = live_->graph.out[position];
     const DBLinkState& state = link.link->state;
-    const LinkView& view = live_->views.links[position];
+    const Views& views = live_->views;
+    const LinkView& view = views.links[position];
     const unsigned occupied = view.occupied | asked_;
-    double before = 0.0;
-    double after = 0.0;
-    for (int oa = 0; occupied >> oa != 0; oa++) {
+    const int first = isPlain ? std::countr_zero(asked_) : 0;
+    double before = isPlain ? views.needs[first][position].reserved : 0.0;
+    double after = isPlain ? views.needs[first][position].below : 0.0;
+    for (int oa = first; occupied >> oa != 0; oa++) {
         if ((occupied >> oa & 1U) == 0) continue;
-        const bool isAsked = (asked_ >> oa & 1U) != 0;
-        const double(&now)[kLevels] =
-            overlay != nullptr ? overlay->rbw[oa] : state.rbw[oa];
-        addUp(now, &before);
+        if (!isPlain)
+            addUp(overlay != nullptr ? overlay->rbw[oa] : state.rbw[oa], &before);
         double rbw[kLevels];
-        if (isAsked || !view.isFresh) {
-            const LedgerClass* cls = isAsked ? nullptr : link.link->ledger->classes[oa];
-            const Need& need = isAsked ? worst[oa] : cls != nullptr ? cls->worst : Need{};
-            addNeeds(need.at, state.pbw[oa], rbw);
+        if ((asked_ >> oa & 1U) != 0) {
+            const NeedView& need = views.needs[oa][position];
+            addNeeds(worst[oa].at, need.pbw, rbw);
+            if (addUp(rbw, &after) > need.cap) return -1.0;
+        } else if (view.isFresh) {
+            addUp(state.rbw[oa], &after);
+        } else {
+            const LedgerClass* cls = link.link->ledger->classes[oa];
+            addNeeds((cls != nullptr ? cls->worst : Need{}).at, state.pbw[oa], rbw);
+            addUp(rbw, &after);
         }
-        if (addUp(isAsked || !view.isFresh ? rbw : state.rbw[oa], &after) > state.cap[oa])
-            return -1.0;
     }
     return costOfIncrease(before, after, leastCostTo(link.head));
 }
@@ -208,9 +209,10 @@ double WorkingLinks::cost(Long position, Long tail) {
     const Views& views = live_->views;
     const LinkView& view = views.links[position];
     const Long head = live_->graph.out[position].head;
-    if ((view.overfull[kLevels - 1] & ~(view.occupied | asked_)) != 0) return -1.0;
     const Overlay* overlay =
         overlayAt_[position] >= 0 ? overlays_[overlayAt_[position]] : nullptr;
+    if ((view.overfull[kLevels - 1] & ~asked_) != 0) return -1.0;
+    const bool isPlain = overlay == nullptr && view.isFresh && asked_ != 0;
     const bool frees = alsoFrees(tail, head);
     Need worst[kClasses];
     bool isSame = overlay == nullptr && view.isFresh && !view.isOdd;
@@ -220,7 +222,7 @@ double WorkingLinks::cost(Long position, Long tail) {
             PUSH_ERROR(WARNING, "Error while computing new link state");
             return -1.0;
         }
-        const Need& before = views.worst[oa][position];
+        const Need& before = views.needs[oa][position].worst;
         isSame = isSame && std::equal(before.at, before.at + kLevels, worst[oa].at);
     }
     // Where the backup finds all it needs reserved, nothing is to be added up.
@@ -228,7 +230,7 @@ double WorkingLinks::cost(Long position, Long tail) {
         return view.overfull[kLevels - 1] != 0
                    ? -1.0
                    : costOfIncrease(0.0, 0.0, leastCostTo(head));
-    return costOf(position, overlay, worst);
+    return costOf(position, overlay, isPlain, worst);
 }
 
 WorkingLinks::Overlay* WorkingLinks::overlayOf(Long position, const DBLink* link) {

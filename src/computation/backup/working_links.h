@@ -8,6 +8,7 @@
 #pragma once
 
 #include "common/scoped.h"
+#include "computation/backup/backup_request.h"
 #include "computation/backup/backup_st.h"
 #include "computation/computation_st.h"
 #include "database/live/live.h"
@@ -33,7 +34,9 @@ class WorkingLinks {
     double cost(Long position, Long tail);
 
     // What a link to the node costs at least, if the backups can be had at all.
-    double leastCostTo(Long head) const;
+    double leastCostTo(Long head) const {
+        return hasOneLength_ ? lengthCost_ : lengthCost(primary_, head);
+    }
 
     // Books a backup on the links of its path, or takes it off.
     int book(const LSPRequest* req, operation op);
@@ -48,17 +51,18 @@ class WorkingLinks {
     // A link that the next backups protect, and the node that it enters.
     struct Failing {
         CellKey key;
-        bool counts;               // the failure of the link alone, too
-        const SlotSet* concerned;  // links with cells of the node
+        bool counts;                  // the failure of the link alone, too
+        SlotSet concerned[kClasses];  // links with cells of the node
     };
 
     Overlay* overlayOf(Long position, const DBLink* link);
     bool gatherTrial(const Overlay* overlay, bool alsoFrees);
     bool alsoFrees(Long tail, Long head) const;
-    void raiseByTrial(const OutLink& link, int oa, bool alsoFrees, Need* worst) const;
+    void raiseByTrial(Long position, int oa, bool alsoFrees, Need* worst) const;
     bool worstWithTrial(Long position, const Overlay* overlay, bool alsoFrees, int oa,
                         Need* worst);
-    double costOf(Long position, const Overlay* overlay, const Need* worst) const;
+    double costOf(Long position, const Overlay* overlay, bool isPlain,
+                  const Need* worst) const;
     int failUnprotectable() const;
 
     DataBase* dataBase_;

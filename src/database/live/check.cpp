@@ -70,17 +70,17 @@ const char* checkClass(const LedgerClass* cls) {
 }
 
 // Whether the sets know where a link has cells, and only there.
-bool isInSets(const Live* live, const Ledger* ledger) {
+bool isInSets(const DataBase* dataBase, const Ledger* ledger) {
+    const Live* live = dataBase->live;
     bool anyIdle = false;
     for (const LedgerClass* cls : ledger->classes)
         anyIdle |= cls != nullptr && cls->idle.top > 0;
     if (live->idle.has(ledger->slot) != anyIdle) return false;
-    for (Long node = 0; node < live->concerned.top; node++) {
-        bool any = false;
-        for (const LedgerClass* cls : ledger->classes)
-            any |= cls != nullptr && runOf(cls, node).nb > 0;
-        if (live->concerned[node].has(ledger->slot) != any) return false;
-    }
+    for (int oa = 0; oa < kClasses; oa++)
+        for (Long node = 0; node < dataBase->nodeVec.top; node++)
+            if (concernedBy(live, oa, node).has(ledger->slot) !=
+                (runOf(ledger->classes[oa], node).nb > 0))
+                return false;
     return true;
 }
 
@@ -90,7 +90,7 @@ const char* checkLedger(DataBase* dataBase, DBLink* link) {
     for (const LedgerClass* cls : ledger->classes)
         if (cls != nullptr)
             if (const char* difference = checkClass(cls)) return difference;
-    if (!isInSets(dataBase->live, ledger)) return "where a link has cells";
+    if (!isInSets(dataBase, ledger)) return "where a link has cells";
     ScopedLinkState plain;
     if (DBlinkStateInit(&plain) < 0) return nullptr;
     if (!unpack(dataBase, ledger, &plain)) return "a cell without a link";

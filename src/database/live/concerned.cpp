@@ -2,16 +2,6 @@
 
 #include "database/live/live.h"
 
-namespace {
-
-bool anyClass(const Ledger* ledger, auto holds) {
-    for (const LedgerClass* cls : ledger->classes)
-        if (cls != nullptr && holds(cls)) return true;
-    return false;
-}
-
-}  // namespace
-
 bool reach(SlotSet* set, Long slot) {
     const Long words = slot / 64 + 1;
     if (words <= set->words) return true;
@@ -25,31 +15,43 @@ bool reach(SlotSet* set, Long slot) {
     return true;
 }
 
-void put(SlotSet* set, Long slot, bool isIn) {
-    if (slot / 64 >= set->words) return;
+void put(const SlotSet& set, Long slot, bool isIn) {
+    if (slot / 64 >= set.words) return;
     const std::uint64_t bit = std::uint64_t{1} << (slot % 64);
     if (isIn)
-        set->bits[slot / 64] |= bit;
+        set.bits[slot / 64] |= bit;
     else
-        set->bits[slot / 64] &= ~bit;
+        set.bits[slot / 64] &= ~bit;
 }
 
-SlotSet* concernedBy(Live* live, Long node) {
-    while (live->concerned.top <= node)
-        if (!append(&live->concerned, SlotSet{})) return nullptr;
-    return &live->concerned[node];
+SlotSet concernedBy(const Live* live, int oa, Long node) {
+    const Array<SlotSet>& sets = live->concerned[oa];
+    return node < sets.top ? sets[node] : SlotSet{0, nullptr};
 }
 
-void noteCells(Live* live, const Ledger* ledger, Long node) {
-    put(&live->concerned[node], ledger->slot,
-        anyClass(ledger, [=](const auto* cls) { return runOf(cls, node).nb > 0; }));
+bool reachCells(Live* live, const Ledger* ledger, int oa, Long node) {
+    Array<SlotSet>* sets = &live->concerned[oa];
+    while (sets->top <= node)
+        if (!append(sets, SlotSet{0, nullptr})) return false;
+    return reach(&(*sets)[node], ledger->slot);
 }
+
+void noteCells(Live* live, const Ledger* ledger, int oa, Long node) {
+    put(concernedBy(live, oa, node), ledger->slot,
+        runOf(ledger->classes[oa], node).nb > 0);
+}
+
 void noteIdle(Live* live, const Ledger* ledger) {
-    put(&live->idle, ledger->slot,
-        anyClass(ledger, [](const auto* cls) { return cls->idle.top > 0; }));
+    put(live->idle, ledger->slot,
+        std::any_of(ledger->classes, ledger->classes + kClasses,
+                    [](const auto* cls) { return cls != nullptr && cls->idle.top > 0; }));
 }
 
 void forgetCells(Live* live, const Ledger* ledger) {
-    for (SlotSet& set : live->concerned) put(&set, ledger->slot, false);
-    put(&live->idle, ledger->slot, false);
+    for (int oa = 0; oa < kClasses; oa++) {
+        if (ledger->classes[oa] == nullptr) continue;
+        for (const CellKey key : ledger->classes[oa]->keys)
+            put(concernedBy(live, oa, headOf(key)), ledger->slot, false);
+    }
+    put(live->idle, ledger->slot, false);
 }

@@ -24,16 +24,19 @@ struct SlotSet {
 bool reach(SlotSet* set, Long slot);
 
 // Puts a slot that there is room for into the set, or takes one out.
-void put(SlotSet* set, Long slot, bool isIn);
+void put(const SlotSet& set, Long slot, bool isIn);
 
 struct Live;
 
-// The links that have cells of a failing node; null if there is no memory.
-SlotSet* concernedBy(Live* live, Long node);
+// The links that have cells of a class and a failing node.
+SlotSet concernedBy(const Live* live, int oa, Long node);
+
+// Makes room for a link among these; false if there is no memory.
+bool reachCells(Live* live, const Ledger* ledger, int oa, Long node);
 
 // Keep the sets in step with a ledger: its cells of a node, its idle cells, or none at
 // all.
-void noteCells(Live* live, const Ledger* ledger, Long node);
+void noteCells(Live* live, const Ledger* ledger, int oa, Long node);
 void noteIdle(Live* live, const Ledger* ledger);
 void forgetCells(Live* live, const Ledger* ledger);
 

@@ -10,11 +10,6 @@ Long lowerBound(const Run& run, CellKey key) {
                              run.keys);
 }
 
-Run allOf(const LedgerClass* cls) {
-    return cls != nullptr ? Run{cls->keys.cont, cls->cells.cont, cls->keys.top}
-                          : Run{nullptr, nullptr, 0};
-}
-
 Run part(const Run& run, Long from, Long to) {
     return {run.keys + from, run.cells + from, to - from};
 }
@@ -27,6 +22,31 @@ Run front(const Run& run, CellKey otherBits) {
 }
 constexpr CellKey kBelowHead = (1U << (kNodeBits + kLevelBits)) - 1;
 constexpr CellKey kBelowTail = (1U << kLevelBits) - 1;
+
+// The sums of which a need is the difference, cell by cell.
+class NeedSum {
+  public:
+    void add(const Cell& cell) {
+        bbw_ += cell.bbw;
+        fbw_ += cell.fbw;
+    }
+    void addLevel(const Run& run, int level) {
+        for (Long i = 0; i < run.nb; i++)
+            if (levelOf(run.keys[i]) == level) add(run.cells[i]);
+    }
+    double soFar() const { return bbw_ - fbw_ < 0.0 ? 0.0 : bbw_ - fbw_; }
+
+  private:
+    double bbw_ = 0.0;
+    double fbw_ = 0.0;
+};
+
+// The levels of the cells of a run, as bits.
+unsigned levelsOf(const Run& run) {
+    unsigned levels = 0;
+    for (Long i = 0; i < run.nb; i++) levels |= 1U << levelOf(run.keys[i]);
+    return levels;
+}
 
 // Calls act(need) for the failing node of a run and for its failing links that count.
 template <class Act>
@@ -53,13 +73,13 @@ void addChange(Cell* cell, const FailureChange& change, int oa) {
     (change.freed ? cell->fbw : cell->bbw) += change.mult * change.amounts[oa];
 }
 
-// Whether all that a booking does in a class is to free bandwidth, which raises no need.
-bool onlyFrees(const Booking& booking, int oa) {
-    return std::all_of(
-        booking.changes.begin(), booking.changes.end(), [=](const FailureChange& change) {
-            const double amount = change.amounts[oa];
-            return amount == 0.0 || (change.freed && change.mult * amount >= 0.0);
-        });
+// Whether no change of a class raises a need (sign 1), or none lowers one (-1): what is
+// freed counts the other way round. Sums that round keep that order.
+bool noneGoes(double sign, const FailureChange* first, const FailureChange* end, int oa) {
+    return std::all_of(first, end, [=](const FailureChange& change) {
+        const double more = sign * change.mult * change.amounts[oa];
+        return change.freed ? more >= 0.0 : more <= 0.0;
+    });
 }
 
 // The end of the changes that concern the same head as the first.
@@ -67,6 +87,18 @@ const FailureChange* endOfHead(const FailureChange* first, const FailureChange* 
     return std::find_if(first, end, [=](const FailureChange& change) {
         return change.head != first->head;
     });
+}
+
+// Whether the failing node of a run, or a failing link of the changes, is among the
+// worst.
+bool areAmongWorst(const Run& ofNode, const FailureChange* first,
+                   const FailureChange* end, Counted counted, const Need& worst) {
+    return isAmongWorst(needOf(ofNode), worst) ||
+           std::any_of(first, end, [=](const FailureChange& change) {
+               const Run ofLink = runOf(ofNode, change.tail);
+               return ofLink.nb < ofNode.nb && counted(change.tail, change.head) &&
+                      isAmongWorst(needOf(ofLink), worst);
+           });
 }
 
 // The run with the changes first..end-1, all of its head, made in the scratch.
@@ -130,20 +162,18 @@ void dropEmptyCells(LedgerClass* cls) {
 
 // Makes cells for the changes that have none, in one sweep from the end.
 bool makeCells(LedgerClass* cls, int oa, const Booking& booking) {
-    const Run all = allOf(cls);
+    Run rest = allOf(cls);
     Long missing = 0;
-    CellKey last = 0;
-    bool any = false;
-    auto isNew = [&](CellKey key) {
-        const Long at = lowerBound(all, key);
-        return at == all.nb || all.keys[at] != key;
-    };
+    const FailureChange* last = nullptr;
     for (const FailureChange& change : booking.changes) {
         if (change.amounts[oa] == 0.0) continue;
         const CellKey key = cellKey(change.head, change.tail, booking.level);
-        if ((!any || key != last) && isNew(key)) missing++;
-        last = key;
-        any = true;
+        rest = part(rest, lowerBound(rest, key), rest.nb);
+        const bool isThere = rest.nb > 0 && rest.keys[0] == key;
+        const bool isLast =
+            last != nullptr && last->head == change.head && last->tail == change.tail;
+        if (!isThere && !isLast) missing++;
+        last = &change;
     }
     if (missing == 0) return true;
     const Long before = cls->keys.top;
@@ -173,8 +203,7 @@ bool makeCells(LedgerClass* cls, int oa, const Booking& booking) {
 
 }  // namespace
 
-Run runOf(const LedgerClass* cls, Long head) {
-    const Run all = allOf(cls);
+Run nodeRun(const Run& all, Long head) {
     const Long from = lowerBound(all, cellKey(head, 0, 0));
     if (from == all.nb || headOf(all.keys[from]) != head) return {nullptr, nullptr, 0};
     return front(part(all, from, all.nb), kBelowHead);
@@ -190,51 +219,32 @@ Run runOf(const Run& ofNode, Long tail) {
 
 Need needOf(const Run& run) {
     Need need;
-    double bbw = 0.0;
-    double fbw = 0.0;
+    NeedSum sum;
+    const unsigned levels = levelsOf(run);
     for (int p = 0; p < kLevels; p++) {
-        for (Long i = 0; i < run.nb; i++)
-            if (levelOf(run.keys[i]) == p) {
-                bbw += run.cells[i].bbw;
-                fbw += run.cells[i].fbw;
-            }
-        need.at[p] = bbw - fbw < 0.0 ? 0.0 : bbw - fbw;
+        if ((levels >> p & 1U) != 0) sum.addLevel(run, p);
+        need.at[p] = sum.soFar();
     }
     return need;
 }
 
 Need needWith(const Run& run, CellKey key, const Cell& added) {
+    Long at = 0;
+    while (at < run.nb && run.keys[at] < key) at++;
+    const bool exists = at < run.nb && run.keys[at] == key;
+    const Run behind = part(run, exists ? at + 1 : at, run.nb);
+    const Cell before = exists ? run.cells[at] : Cell{0.0, 0.0};
+    const unsigned levels = levelsOf(run);
     Need need;
-    double bbw = 0.0;
-    double fbw = 0.0;
+    NeedSum sum;
     for (int p = 0; p < kLevels; p++) {
-        bool isAdded = p != levelOf(key);
-        for (Long i = 0; i < run.nb; i++) {
-            if (levelOf(run.keys[i]) != p) continue;
-            Cell cell = run.cells[i];
-            if (!isAdded && run.keys[i] > key) {
-                bbw += added.bbw;
-                fbw += added.fbw;
-                isAdded = true;
-            } else if (run.keys[i] == key) {
-                cell = {cell.bbw + added.bbw, cell.fbw + added.fbw};
-                isAdded = true;
-            }
-            bbw += cell.bbw;
-            fbw += cell.fbw;
-        }
-        if (!isAdded) {
-            bbw += added.bbw;
-            fbw += added.fbw;
-        }
-        need.at[p] = bbw - fbw < 0.0 ? 0.0 : bbw - fbw;
+        const bool any = (levels >> p & 1U) != 0;
+        if (any) sum.addLevel(part(run, 0, at), p);
+        if (p == levelOf(key)) sum.add({before.bbw + added.bbw, before.fbw + added.fbw});
+        if (any) sum.addLevel(behind, p);
+        need.at[p] = sum.soFar();
     }
     return need;
-}
-
-void raise(Need* worst, const Need& need) {
-    for (int p = 0; p < kLevels; p++)
-        if (need.at[p] > worst->at[p]) worst->at[p] = need.at[p];
 }
 
 bool anyActive(const Run& run) {
@@ -268,32 +278,34 @@ bool worstAfter(const LedgerClass* cls, int oa, const Booking& booking, Counted 
                 RunScratch* scratch, Need* worst) {
     const bool anyNeed = cls != nullptr && cls->nbActive > 0;
     *worst = cls != nullptr ? cls->worst : Need{};
-    const bool canOnlyFree = onlyFrees(booking, oa);
-    if (!anyNeed && canOnlyFree) return true;
     const FailureChange* const end = booking.changes.end();
-    for (const FailureChange* change = booking.changes.begin(); change != end;) {
-        const FailureChange* const next = endOfHead(change, end);
+    const bool onlyFalls = noneGoes(1.0, booking.changes.begin(), end, oa);
+    if (!anyNeed && onlyFalls) return true;
+    for (const FailureChange *change = booking.changes.begin(), *next; change != end;
+         change = next) {
+        next = endOfHead(change, end);
         const Run before = runOf(cls, change->head);
         const bool wasActive = anyActive(before);
-        // Without an active cell nothing is needed, and freeing more does not change
-        // that.
-        if (wasActive || !canOnlyFree) {
-            Run after;
-            if (!changedRun(before, change, next, oa, booking.level, scratch, &after))
-                return false;
-            bool lower = wasActive && mayFall(needOf(before), needOf(after), cls->worst);
-            raise(worst, needOf(after));
-            for (; change != next; change++) {
-                if (!counted(change->tail, change->head)) continue;
-                const Need now = needOf(runOf(after, change->tail));
-                raise(worst, now);
-                if (wasActive &&
-                    mayFall(needOf(runOf(before, change->tail)), now, cls->worst))
-                    lower = true;
-            }
-            if (lower) return sumUpWith(cls, oa, booking, counted, scratch, worst);
+        // To need less changes nothing where nothing is needed, or others need more.
+        if (onlyFalls &&
+            !(wasActive && areAmongWorst(before, change, next, counted, cls->worst)))
+            continue;
+        Run after;
+        if (!changedRun(before, change, next, oa, booking.level, scratch, &after))
+            return false;
+        const bool mayLower = wasActive && !noneGoes(-1.0, change, next, oa);
+        const Need ofNode = needOf(after);
+        raise(worst, ofNode);
+        bool lower = mayLower && mayFall(needOf(before), ofNode, cls->worst);
+        for (; change != next; change++) {
+            if (!counted(change->tail, change->head)) continue;
+            const Run ofLink = runOf(after, change->tail);
+            const Need now = ofLink.nb < after.nb ? needOf(ofLink) : ofNode;
+            raise(worst, now);
+            lower = lower || (mayLower && mayFall(needOf(runOf(before, change->tail)),
+                                                  now, cls->worst));
         }
-        change = next;
+        if (lower) return sumUpWith(cls, oa, booking, counted, scratch, worst);
     }
     return true;
 }
@@ -316,18 +328,22 @@ LedgerClass* classOf(Ledger* ledger, int oa) {
     return *cls;
 }
 
-bool bookCells(LedgerClass* cls, int oa, const Booking& booking) {
+bool bookCells(LedgerClass* cls, int oa, const Booking& booking, bool* haveMoved) {
+    const Long before = cls->keys.top;
     if (!makeCells(cls, oa, booking)) return false;
     bool anyEmpty = false;
+    Run rest = allOf(cls);
     for (const FailureChange& change : booking.changes) {
         if (change.amounts[oa] == 0.0) continue;
         const CellKey key = cellKey(change.head, change.tail, booking.level);
-        Cell* cell = &cls->cells[lowerBound(allOf(cls), key)];
+        rest = part(rest, lowerBound(rest, key), rest.nb);
+        Cell* cell = &cls->cells[cls->keys.top - rest.nb];
         cls->nbActive -= isActive(*cell) ? 1 : 0;
         addChange(cell, change, oa);
         cls->nbActive += isActive(*cell) ? 1 : 0;
         anyEmpty |= cell->bbw == 0.0 && cell->fbw == 0.0;
     }
+    *haveMoved = anyEmpty || cls->keys.top > before;
     if (anyEmpty) dropEmptyCells(cls);
     return true;
 }

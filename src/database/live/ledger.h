@@ -84,7 +84,14 @@ struct Run {
 };
 
 // The cells of a failing node, and among these the ones of a failing link.
-Run runOf(const LedgerClass* cls, Long head);
+inline Run allOf(const LedgerClass* cls) {
+    return cls != nullptr ? Run{cls->keys.cont, cls->cells.cont, cls->keys.top}
+                          : Run{nullptr, nullptr, 0};
+}
+Run nodeRun(const Run& all, Long head);
+inline Run runOf(const LedgerClass* cls, Long head) {
+    return nodeRun(allOf(cls), head);
+}
 Run runOf(const Run& ofNode, Long tail);
 
 // What a failure needs, from its cells: the sums run on from level to level and are cut
@@ -94,7 +101,10 @@ Need needOf(const Run& run);
 // The same with amounts added to the cell of one failing link and level.
 Need needWith(const Run& run, CellKey key, const Cell& added);
 
-void raise(Need* worst, const Need& need);
+inline void raise(Need* worst, const Need& need) {
+    for (int p = 0; p < kLevels; p++)
+        if (need.at[p] > worst->at[p]) worst->at[p] = need.at[p];
+}
 
 // Whether any cell of a run can need bandwidth.
 bool anyActive(const Run& run);
@@ -136,9 +146,9 @@ Need worstOf(const LedgerClass* cls, Counted counted);
 // The class, made if it is missing; null if there is no memory.
 LedgerClass* classOf(Ledger* ledger, int oa);
 
-// Adds the changes of a booking to the cells; `worst` is the caller's to set. False,
-// nothing changed, if there is no memory.
-bool bookCells(LedgerClass* cls, int oa, const Booking& booking);
+// Adds the changes of a booking to the cells; `worst` is the caller's to set. Says
+// whether cells have come or gone. False, nothing changed, if there is no memory.
+bool bookCells(LedgerClass* cls, int oa, const Booking& booking, bool* haveMoved);
 
 // Adds to one cell.
 bool addToCell(LedgerClass* cls, CellKey key, double bbw, double fbw);

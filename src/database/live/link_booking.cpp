@@ -19,28 +19,33 @@ Need worstNow(const DBLink* link, int oa) {
     return cls != nullptr ? cls->worst : Need{};
 }
 
-bool changes(const Booking& booking, int oa) {
-    return std::any_of(booking.changes.begin(), booking.changes.end(),
-                       [=](const auto& change) { return change.amounts[oa] != 0.0; });
+// What a booking changes in a class.
+struct Effect {
+    bool onPrimary;
+    bool onCells;
+};
+
+Effect effectOf(const Booking& booking, int oa) {
+    return {booking.primary != nullptr && booking.primary[oa] != 0.0,
+            (booking.classes >> oa & 1U) != 0};
 }
 
 int bookClass(Live* live, DBLink* link, int oa, const Booking& booking) {
     Ledger* ledger = link->ledger;
     LedgerClass* cls = classOf(ledger, oa);
     Need worst;
+    bool haveMoved = false;
     bool hasRoom = cls != nullptr;
-    for (const FailureChange& change : booking.changes) {
-        SlotSet* set = hasRoom ? concernedBy(live, change.head) : nullptr;
-        hasRoom = set != nullptr && reach(set, ledger->slot);
-    }
+    for (const FailureChange& change : booking.changes)
+        hasRoom = hasRoom && reachCells(live, ledger, oa, change.head);
     if (!hasRoom ||
         !worstAfter(cls, oa, booking, countedIn(live), &live->scratch, &worst) ||
-        !bookCells(cls, oa, booking))
+        !bookCells(cls, oa, booking, &haveMoved))
         return FAIL_WITH(-1, "Critical lack of memory");
     for (const FailureChange& change : booking.changes)
-        noteCells(live, ledger, change.head);
+        if (haveMoved) noteCells(live, ledger, oa, change.head);
     cls->worst = worst;
-    return ledger->isMirrored ? mirrorChanges(&link->state, oa, booking) : 0;
+    return ledger->isMirrored ? bookVectors(&link->state, oa, booking) : 0;
 }
 
 }  // namespace
@@ -51,14 +56,13 @@ int bookLink(DataBase* dataBase, DBLink* link, const Booking& booking, bool isCo
     viewChanged(&live->views, link);
     int ret = 0;
     for (int oa = 0; oa < kClasses; oa++) {
-        const bool addsPrimary = booking.primary != nullptr && booking.primary[oa] != 0.0;
-        const bool addsCells = changes(booking, oa);
-        if (!addsPrimary && !addsCells) continue;
+        const auto [onPrimary, onCells] = effectOf(booking, oa);
+        if (!onPrimary && !onCells) continue;
         ledger->occupied |= 1U << oa;
         ledger->stale |= 1U << oa;
-        if (addsPrimary)
+        if (onPrimary)
             link->state.pbw[oa][booking.level] += booking.mult * booking.primary[oa];
-        if (addsCells && bookClass(live, link, oa, booking) < 0) ret = -1;
+        if (onCells && bookClass(live, link, oa, booking) < 0) ret = -1;
     }
     if (!isComplete || ret < 0) return -1;
     for (int oa = 0; oa < kClasses; oa++)
@@ -71,15 +75,22 @@ int bookLink(DataBase* dataBase, DBLink* link, const Booking& booking, bool isCo
 bool tryLink(DataBase* dataBase, const DBLink* link, const Booking& booking,
              double (&rbw)[kClasses][kLevels]) {
     Live* live = dataBase->live;
+    const Ledger* ledger = link->ledger;
     for (int oa = 0; oa < kClasses; oa++) {
+        const auto [onPrimary, onCells] = effectOf(booking, oa);
+        if (!onPrimary && !onCells && (ledger->stale >> oa & 1U) == 0) {
+            const bool isOccupied = (ledger->occupied >> oa & 1U) != 0;
+            for (int p = 0; p < kLevels; p++)
+                rbw[oa][p] = isOccupied ? link->state.rbw[oa][p] : 0.0;
+            continue;
+        }
         Need worst = worstNow(link, oa);
-        if (changes(booking, oa) && !worstAfter(link->ledger->classes[oa], oa, booking,
-                                                countedIn(live), &live->scratch, &worst))
+        if (onCells && !worstAfter(ledger->classes[oa], oa, booking, countedIn(live),
+                                   &live->scratch, &worst))
             return false;
         double pbw[kLevels];
         std::copy_n(link->state.pbw[oa], kLevels, pbw);
-        if (booking.primary != nullptr && booking.primary[oa] != 0.0)
-            pbw[booking.level] += booking.mult * booking.primary[oa];
+        if (onPrimary) pbw[booking.level] += booking.mult * booking.primary[oa];
         addNeeds(worst.at, pbw, rbw[oa]);
     }
     return true;

@@ -43,12 +43,6 @@ void changeRun(Live* live, DBLink* link, int oa, Long tail, Long head, Act act) 
     setWorst(live, link, oa, worst);
 }
 
-void recompute(Live* live, DBLink* link) {
-    for (int oa = 0; oa < kClasses; oa++)
-        if (const LedgerClass* cls = link->ledger->classes[oa]; cls != nullptr)
-            setWorst(live, link, oa, worstOf(cls, countedIn(live)));
-}
-
 void endLinkLedger(Live* live, DBLink* link) {
     forgetCells(live, link->ledger);
     endLedger(link->ledger);
@@ -81,8 +75,10 @@ void endLive(Live* live) {
     endViews(&live->views);
     endArray(&live->bySlot);
     endArray(&live->freeSlots);
-    for (SlotSet& set : live->concerned) myfree(set.bits);
-    endArray(&live->concerned);
+    for (Array<SlotSet>& sets : live->concerned) {
+        for (const SlotSet& set : sets) myfree(set.bits);
+        endArray(&sets);
+    }
     myfree(live->idle.bits);
     endArray(&live->uncounted);
     endArray(&live->spare);
@@ -104,13 +100,14 @@ bool prepareLink(DataBase* dataBase, DBLink* link, Long src, Long dst) {
     Live* live = dataBase->live;
     const Long slot = live->freeSlots.top > 0 ? live->freeSlots[live->freeSlots.top - 1]
                                               : live->bySlot.top;
-    SlotSet* ofHead = concernedBy(live, dst);
-    bool hasRoom = ofHead != nullptr && makeRoom(&live->bySlot, slot + 1) &&
+    bool hasRoom = makeRoom(&live->bySlot, slot + 1) &&
                    makeRoom(&live->freeSlots, slot + 1) && prepareCounts(dataBase);
-    forEachLink(live->bySlot, live->idle, [&](const DBLink* other) {
-        hasRoom = hasRoom && reach(ofHead, other->ledger->slot);
-        for (LedgerClass* cls : other->ledger->classes)
-            hasRoom = hasRoom && (cls == nullptr || makeRoomToRevive(cls));
+    forEachLink(live->bySlot, live->idle, [&](DBLink* other) {
+        for (int oa = 0; oa < kClasses; oa++)
+            if (LedgerClass* cls = other->ledger->classes[oa]; cls != nullptr)
+                hasRoom = hasRoom && makeRoomToRevive(cls) &&
+                          reachCells(live, other->ledger, oa, dst);
+        viewChanged(&live->views, other);  // its cells may have moved
     });
     if (!hasRoom) return false;
     link->ledger = static_cast<Ledger*>(mycalloc(1, sizeof(Ledger)));
@@ -145,9 +142,9 @@ void linkJoins(DataBase* dataBase, DBLink* link) {
             if (cls == nullptr || !hasIdle(cls, link->id)) continue;
             changeRun(live, other, oa, tail, head,
                       [=](auto* at) { revive(at, link->id, tail, head); });
+            noteCells(live, other->ledger, oa, head);
         }
         noteIdle(live, other->ledger);
-        noteCells(live, other->ledger, head);
     });
     addToGraph(&live->graph, tail, {head, ledger->slot, link});
     if (live->graph.isBuilt)
@@ -162,16 +159,17 @@ bool prepareLeave(DataBase* dataBase, const DBLink* link) {
     const Ledger* ledger = link->ledger;
     bool hasRoom = prepareCounts(dataBase);
     live->losers.top = 0;
-    forEachLink(live->bySlot, live->concerned[ledger->head], [&](DBLink* other) {
-        for (int oa = 0; oa < kClasses && other != link; oa++) {
-            LedgerClass* cls = other->ledger->classes[oa];
-            if (cls == nullptr || runOf(runOf(cls, ledger->head), ledger->tail).nb == 0)
-                continue;
-            hasRoom = hasRoom && makeRoomToRetire(cls) &&
-                      reach(&live->idle, other->ledger->slot) &&
-                      append(&live->losers, LinkClass{other, oa});
-        }
-    });
+    for (int oa = 0; oa < kClasses; oa++)
+        forEachLink(live->bySlot, concernedBy(live, oa, ledger->head),
+                    [&](DBLink* other) {
+                        LedgerClass* cls = other->ledger->classes[oa];
+                        if (other == link ||
+                            runOf(runOf(cls, ledger->head), ledger->tail).nb == 0)
+                            return;
+                        hasRoom = hasRoom && makeRoomToRetire(cls) &&
+                                  reach(&live->idle, other->ledger->slot) &&
+                                  append(&live->losers, LinkClass{other, oa});
+                    });
     return hasRoom;
 }
 
@@ -184,7 +182,7 @@ void linkLeaves(DataBase* dataBase, DBLink* link) {
         changeRun(live, loser, oa, tail, head,
                   [=](auto* at) { retire(at, link->id, tail, head); });
         noteIdle(live, loser->ledger);
-        noteCells(live, loser->ledger, head);
+        noteCells(live, loser->ledger, oa, head);
     }
     if (live->graph.isBuilt)
         removeView(&live->views, positionOf(&live->graph, tail, head), link);
@@ -221,9 +219,12 @@ void countsChanged(DataBase* dataBase) {
         return std::find(keys.begin(), keys.end(), key) != keys.end();
     };
     auto update = [=](CellKey key) {
-        if (headOf(key) < live->concerned.top)
-            forEachLink(live->bySlot, live->concerned[headOf(key)],
-                        [=](DBLink* link) { recompute(live, link); });
+        for (int oa = 0; oa < kClasses; oa++)
+            forEachLink(live->bySlot, concernedBy(live, oa, headOf(key)),
+                        [=](DBLink* link) {
+                            setWorst(live, link, oa,
+                                     worstOf(link->ledger->classes[oa], countedIn(live)));
+                        });
     };
     for (CellKey key : before)
         if (!isIn(live->uncounted, key)) update(key);

@@ -24,8 +24,9 @@ struct Live {
     Views views;
     Array<DBLink*> bySlot;  // null for a free slot
     Array<Long> freeSlots;
-    // By failing node: the links that have cells of it; and those with idle cells.
-    Array<SlotSet> concerned;
+    // By class and failing node: the links that have cells of it; and those with idle
+    // cells.
+    Array<SlotSet> concerned[kClasses];
     SlotSet idle;
     // Links that the database's counter leaves out of the failures, those with the
     // highest ids: node removals lower it by one too many.

@@ -26,15 +26,8 @@ Cell readCell(ByteReader* in) {
     return {bbw, in->amount()};
 }
 
-// Lets the set know that the link has cells.
-bool join(SlotSet* set, const Ledger* ledger) {
-    if (set == nullptr || !reach(set, ledger->slot)) return false;
-    put(set, ledger->slot, true);
-    return true;
-}
-
-void readKeyed(ByteReader* in, DataBase* dataBase, const Ledger* ledger,
-               LedgerClass* cls) {
+void readKeyed(ByteReader* in, DataBase* dataBase, const Ledger* ledger, int oa) {
+    LedgerClass* cls = ledger->classes[oa];
     const Long nb = in->count(kCellBits);
     if (!makeRoom(&cls->keys, nb) || !makeRoom(&cls->cells, nb))
         return in->refuse(kNoMemory);
@@ -48,9 +41,10 @@ void readKeyed(ByteReader* in, DataBase* dataBase, const Ledger* ledger,
         in->require(findLink(&dataBase->linkTab, tailOf(key), headOf(key)) != nullptr,
                     "the failure of a link that does not exist");
         if (!in->isFine()) return;
-        if (i == 0 || headOf(cls->keys[i - 1]) != headOf(key))
-            in->require(join(concernedBy(dataBase->live, headOf(key)), ledger),
-                        kNoMemory);
+        if (i == 0 || headOf(cls->keys[i - 1]) != headOf(key)) {
+            in->require(reachCells(dataBase->live, ledger, oa, headOf(key)), kNoMemory);
+            noteCells(dataBase->live, ledger, oa, headOf(key));
+        }
         cls->nbActive += isActive(cls->cells[i]) ? 1 : 0;
     }
 }
@@ -77,7 +71,9 @@ void readIdle(ByteReader* in, DataBase* dataBase, DBLink* link, int oa) {
                     "the failure of a link that never was");
         append(&cls->idle, IdleCell{failure, level, cell});
     }
-    if (nb > 0) in->require(join(&dataBase->live->idle, link->ledger), kNoMemory);
+    Live* live = dataBase->live;
+    if (nb > 0) in->require(reach(&live->idle, link->ledger->slot), kNoMemory);
+    noteIdle(live, link->ledger);
 }
 
 bool isZeroRow(const double (&row)[kLevels]) {
@@ -126,8 +122,7 @@ bool enrolLink(DataBase* dataBase, DBLink* link, Long src, Long dst) {
     Live* live = dataBase->live;
     const Long slot = live->bySlot.top;
     // Room in the list of free slots, too, so that no removal wants any.
-    if (concernedBy(live, dst) == nullptr || !makeRoom(&live->freeSlots, slot + 1) ||
-        !append(&live->bySlot, link))
+    if (!makeRoom(&live->freeSlots, slot + 1) || !append(&live->bySlot, link))
         return false;
     live->nbUsed++;
     link->ledger = static_cast<Ledger*>(mycalloc(1, sizeof(Ledger)));
@@ -148,9 +143,8 @@ void readCells(ByteReader* in, DataBase* dataBase, DBLink* link) {
     const unsigned present = in->byte();
     for (int oa = 0; oa < kClasses && in->isFine(); oa++) {
         if ((present >> oa & 1U) == 0) continue;
-        LedgerClass* cls = classOf(link->ledger, oa);
-        if (cls == nullptr) return in->refuse(kNoMemory);
-        readKeyed(in, dataBase, link->ledger, cls);
+        if (classOf(link->ledger, oa) == nullptr) return in->refuse(kNoMemory);
+        readKeyed(in, dataBase, link->ledger, oa);
         readIdle(in, dataBase, link, oa);
     }
     if (in->isFine()) settle(dataBase->live, link);

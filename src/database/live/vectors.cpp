@@ -1,5 +1,7 @@
 #include "database/live/vectors.h"
 
+#include <cstring>
+
 #include "common/vector.h"
 #include "database/database_util.h"
 #include "database/live/live.h"
@@ -26,10 +28,11 @@ bool addElement(DataBase* dataBase, DBLink* link, bool freed, int oa, int level,
     const Long tail = isOwn ? ledger->tail : endOf(&dataBase->linkSrcVec, failure);
     const Long head = isOwn ? ledger->head : endOf(&dataBase->linkDstVec, failure);
     if (tail >= 0) {
-        SlotSet* set = concernedBy(live, head);
-        if (set == nullptr || !reach(set, ledger->slot)) return false;
-        put(set, ledger->slot, true);
-        return addToCell(cls, cellKey(head, tail, level), bbw, fbw);
+        if (!reachCells(live, ledger, oa, head) ||
+            !addToCell(cls, cellKey(head, tail, level), bbw, fbw))
+            return false;
+        noteCells(live, ledger, oa, head);
+        return true;
     }
     for (IdleCell& idle : cls->idle)
         if (idle.failure == failure && idle.level == level) {
@@ -38,7 +41,7 @@ bool addElement(DataBase* dataBase, DBLink* link, bool freed, int oa, int level,
             return true;
         }
     if (!reach(&live->idle, ledger->slot)) return false;
-    put(&live->idle, ledger->slot, true);
+    put(live->idle, ledger->slot, true);
     return append(&cls->idle, IdleCell{failure, level, {bbw, fbw}});
 }
 
@@ -59,7 +62,8 @@ void clearVectors(DBLinkState* state) {
 bool readVectors(DataBase* dataBase, DBLink* link) {
     Ledger* ledger = link->ledger;
     DBLinkState* state = &link->state;
-    ledger->occupied = 0;
+    ledger->occupied = ledger->stale = (1U << kClasses) - 1;
+    unsigned occupied = 0;
     for (int oa = 0; oa < kClasses; oa++) {
         for (int p = 0; p < kLevels; p++)
             for (const bool freed : {false, true}) {
@@ -73,15 +77,21 @@ bool readVectors(DataBase* dataBase, DBLink* link) {
             }
         if (ledger->classes[oa] != nullptr || !isZeroRow(state->pbw[oa]) ||
             !isZeroRow(state->rbw[oa]))
-            ledger->occupied |= 1U << oa;
+            occupied |= 1U << oa;
         if (LedgerClass* cls = ledger->classes[oa]; cls != nullptr)
             cls->worst = worstOf(cls, countedIn(dataBase->live));
     }
-    ledger->stale = (1U << kClasses) - 1;  // rbw is the caller's until the first booking
+    ledger->occupied = occupied;
+    // rbw is the caller's until the first booking.
+    double rbw[kClasses][kLevels];
+    reservedNow(link, rbw);
+    for (int oa = 0; oa < kClasses; oa++)
+        if (std::memcmp(rbw[oa], state->rbw[oa], sizeof rbw[oa]) == 0)
+            ledger->stale &= ~(1U << oa);
     return true;
 }
 
-int mirrorChanges(DBLinkState* state, int oa, const Booking& booking) {
+int bookVectors(DBLinkState* state, int oa, const Booking& booking) {
     for (const FailureChange& change : booking.changes) {
         if (change.amounts[oa] == 0.0) continue;
         DoubleVec* vec = &(change.freed ? state->fbw : state->bbw)[oa][booking.level];

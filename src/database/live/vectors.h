@@ -12,6 +12,7 @@
 // memory.
 bool readVectors(DataBase* dataBase, DBLink* link);
 
-// Writes a booking of one class into the vectors, too. -1, with a message, if they cannot
-// grow.
-int mirrorChanges(DBLinkState* state, int oa, const Booking& booking);
+// Makes a booking's changes of one class in the vectors of any state. A class that adds 0
+// grows nothing: an element that does not exist counts as 0. -1, with a message, if they
+// cannot grow.
+int bookVectors(DBLinkState* state, int oa, const Booking& booking);

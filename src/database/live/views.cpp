@@ -1,6 +1,7 @@
 #include "database/live/views.h"
 
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 
 #include "common/congestion.h"
@@ -70,12 +71,19 @@ void refresh(Views* views, Long position, const DBLink* link) {
              ledger->stale == 0,
              static_cast<std::uint8_t>(ledger->occupied),
              {}};
+    double total = 0.0;
     for (int oa = 0; oa < kClasses; oa++) {
         const double cap = state->cap[oa];
         const bool isRead = (views->classes >> oa & 1U) != 0;
         const LedgerClass* cls = ledger->classes[oa];
         const Need worst = cls != nullptr ? cls->worst : Need{};
-        if ((views->needs >> oa & 1U) != 0) views->worst[oa][position] = worst;
+        if ((views->needed >> oa & 1U) != 0) {
+            NeedView* need = &views->needs[oa][position];
+            *need = {{}, worst, cap, total, 0.0, allOf(cls)};
+            std::copy_n(state->pbw[oa], kLevels, need->pbw);
+        }
+        if ((ledger->occupied >> oa & 1U) != 0)
+            for (double level : state->rbw[oa]) total += level;
         if ((ledger->occupied >> oa & 1U) == 0 && !isRead && cap >= 0.0 &&
             cap < kReasonable)
             continue;
@@ -95,6 +103,8 @@ void refresh(Views* views, Long position, const DBLink* link) {
                 views->rooms[oa][p][position] =
                     roomOf(cap, reserved.upTo[p], reserved.magnitude[p]);
     }
+    for (int oa = 0; oa < kClasses; oa++)
+        if ((views->needed >> oa & 1U) != 0) views->needs[oa][position].reserved = total;
 }
 
 // Calls act(array) for every array in use, until it is false.
@@ -102,7 +112,7 @@ template <class Act>
 bool forEachArray(Views* views, Act act) {
     if (!act(&views->links)) return false;
     for (int oa = 0; oa < kClasses; oa++) {
-        if ((views->needs >> oa & 1U) != 0 && !act(&views->worst[oa])) return false;
+        if ((views->needed >> oa & 1U) != 0 && !act(&views->needs[oa])) return false;
         if ((views->classes >> oa & 1U) == 0) continue;
         if (!act(&views->loads[oa])) return false;
         for (int p = 0; p < kLevels; p++)
@@ -115,6 +125,12 @@ bool forEachArray(Views* views, Act act) {
 template <class T>
 bool isSameBytes(const T& a, const T& b) {
     return std::memcmp(&a, &b, sizeof(T)) == 0;
+}
+
+bool isSameView(const NeedView& a, const NeedView& b) {
+    return std::memcmp(&a, &b, offsetof(NeedView, cells)) == 0 &&
+           a.cells.keys == b.cells.keys && a.cells.cells == b.cells.cells &&
+           a.cells.nb == b.cells.nb;
 }
 
 void clearStale(Views* views) {
@@ -150,7 +166,7 @@ bool refreshViews(DataBase* dataBase, Live* live, const Wanted& wanted) {
         *have |= bits;
     };
     want(&views->classes, wanted.loads | wanted.rooms);
-    want(&views->needs, wanted.needs);
+    want(&views->needed, wanted.needs);
     for (int oa = 0; oa < kClasses; oa++)
         if ((wanted.rooms >> oa & 1U) != 0) want(&views->levels[oa], 1U << wanted.level);
     if (!views->isAligned) return makeAll(graph, views);
@@ -195,7 +211,7 @@ bool checkViews(const Live* live, Long (&where)[2]) {
     if (!views->isAligned || !live->graph.isBuilt) return true;
     Views fresh = {};
     fresh.classes = views->classes;
-    fresh.needs = views->needs;
+    fresh.needed = views->needed;
     std::copy_n(views->levels, kClasses, fresh.levels);
     auto size = [=](auto* array) { return makeRoom(array, 1); };
     bool isRight = views->links.top == live->graph.out.top;
@@ -205,8 +221,8 @@ bool checkViews(const Live* live, Long (&where)[2]) {
         refresh(&fresh, 0, link);
         isRight = fresh.links[0] == views->links[i];
         for (int oa = 0; oa < kClasses; oa++) {
-            if ((views->needs >> oa & 1U) != 0)
-                isRight &= isSameBytes(fresh.worst[oa][0], views->worst[oa][i]);
+            if ((views->needed >> oa & 1U) != 0)
+                isRight &= isSameView(fresh.needs[oa][0], views->needs[oa][i]);
             if ((views->classes >> oa & 1U) == 0) continue;
             isRight &= isSameBytes(fresh.loads[oa][0], views->loads[oa][i]);
             for (int p = 0; p < kLevels; p++)
@@ -226,7 +242,7 @@ void endViews(Views* views) {
     endArray(&views->stale);
     for (int oa = 0; oa < kClasses; oa++) {
         endArray(&views->loads[oa]);
-        endArray(&views->worst[oa]);
+        endArray(&views->needs[oa]);
         for (Array<Room>& room : views->rooms[oa]) endArray(&room);
     }
 }

@@ -46,17 +46,27 @@ struct LoadView {
     double cost;
 };
 
+// What backups read of one class.
+struct NeedView {
+    double pbw[kLevels];
+    Need worst;
+    double cap;
+    double below;     // the sum over rbw of the classes below this one
+    double reserved;  // and of all classes
+    Run cells;
+};
+
 // By position in the graph.
 struct Views {
     bool isAligned;             // with the graph
     unsigned classes;           // that have been read so far, as bits
     unsigned levels[kClasses];  // likewise, of these
-    unsigned needs;             // classes whose worst needs have been read
+    unsigned needed;            // classes that backups have asked for
     Array<LinkView> links;
     Array<LoadView> loads[kClasses];
     Array<Room> rooms[kClasses][kLevels];  // what is reserved up to the level stays
-    Array<Need> worst[kClasses];           // worst needs
-    Array<DBLink*> stale;                  // links that have changed since
+    Array<NeedView> needs[kClasses];
+    Array<DBLink*> stale;  // links that have changed since
 };
 
 struct Live;
