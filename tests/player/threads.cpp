@@ -7,7 +7,7 @@
 
 #include "database/live/live.h"
 #include "player/play.h"
-#include "session/session.h"
+#include "session/session_file.h"
 #include "support/entry_points.h"
 
 namespace {
@@ -34,6 +34,15 @@ class Visitor {
         for (jint i = 0; i < 2 * kNodes; i++)
             addLink(i / 2, (i / 2 + 1 + i % 2) % kNodes);
         return FakeVm::sessId(object_);
+    }
+
+    // -1 if somebody has killed it.
+    static jint copy(jint id) {
+        std::unique_lock lock(goingRound, std::defer_lock);
+        if (lastSession >= kMaxSessions - 32) lock.lock();
+        const jint copied = copySession(id);
+        leaveSession();
+        return copied;
     }
 
     void kill(jint id) {
@@ -102,10 +111,12 @@ class Visitor {
         Long where[2];
         if (loadSession(old) >= 0 && checkLive(centralDB, where) != nullptr)
             throw Difference("derived state of a shared session");
-        kill(old);
+        leaveSession();
         goingRound.unlock_shared();
-        const jint opened = open();
+        jint opened = below(2) == 0 ? copy(old) : -1;
+        if (opened < 0) opened = open();
         goingRound.lock_shared();
+        kill(old);
         if (!id.compare_exchange_strong(old, opened)) kill(opened);
     }
 
