@@ -18,6 +18,7 @@ struct Kept {
     std::size_t size;
 };
 constinit thread_local Kept kept = {};
+constinit thread_local bool isSilent = false;
 
 bool hasTextFor(Stream stream) {
     for (std::size_t at = 0; at < kept.top; at += std::strlen(kept.texts + at + 1) + 2)
@@ -68,6 +69,7 @@ bool keep(Stream stream, const char* format, std::va_list args) {
 }  // namespace
 
 void say(std::FILE* stream, const char* format, ...) {
+    if (isSilent) return;
     std::va_list args;
     va_start(args, format);
     if (!kept.isOpen || !keep(stream == stderr ? ERR : OUT, format, args)) {
@@ -85,6 +87,14 @@ Saying::~Saying() {
     writeKept();
     std::free(kept.texts);
     kept = {};
+}
+
+Silence::Silence() : before_(isSilent) {
+    isSilent = true;
+}
+
+Silence::~Silence() {
+    isSilent = before_;
 }
 
 StreamHold::StreamHold(std::FILE* stream) : stream_(stream) {

@@ -19,6 +19,18 @@ class Saying {
     Saying& operator=(const Saying&) = delete;
 };
 
+// Drops what this thread says while it lives.
+class Silence {
+  public:
+    Silence();
+    ~Silence();
+    Silence(const Silence&) = delete;
+    Silence& operator=(const Silence&) = delete;
+
+  private:
+    bool before_;
+};
+
 // Keeps other threads from a stream.
 class StreamHold {
   public:

@@ -4,6 +4,7 @@
 #include "cli/progress.h"
 #include "commands/class_table.h"
 #include "commands/commands.h"
+#include "commands/options.h"
 #include "engine/headroom.h"
 #include "graph/graph.h"
 #include "plan_json.h"
@@ -18,6 +19,7 @@ struct Options {
     std::string network;
     std::string demands;
     double precision = 0.001;
+    int jobs = 1;
     std::vector<Protection> kinds = {Protection::NONE, Protection::LOCAL,
                                      Protection::GLOBAL};
 };
@@ -92,7 +94,7 @@ std::vector<char> withinReach(const Network& network,
 }
 
 Room findRoom(const Network& network, const Demands& demands,
-              const Configuration& configuration, double precision,
+              const Configuration& configuration, const Options& options,
               const Shared& shared) {
     // How many runs it takes shows only in the end: a bar for each.
     Progress progress(shared, {{toText(configuration.protection)}});
@@ -106,8 +108,8 @@ Room findRoom(const Network& network, const Demands& demands,
     };
     const Step step = [&progress] { progress.advance(); };
     Room room;
-    room.found =
-        findHeadroom(network, demands.demands, configuration, precision, {start, step});
+    room.found = findHeadroom(network, demands.demands, configuration, options.precision,
+                              options.jobs, {start, step});
     Configuration scaled = configuration;
     scaled.scale *= room.found.factor;
     room.plan = newPlan(network, demands.demands, scaled);
@@ -127,8 +129,7 @@ int headroom(const Options& options, const Shared& shared) {
     for (Protection kind : options.kinds) {
         Configuration configuration = wanted;
         configuration.protection = kind;
-        const Room room =
-            findRoom(network, demands, configuration, options.precision, shared);
+        const Room room = findRoom(network, demands, configuration, options, shared);
         if (shared.json)
             all.push_back(toJson(room, requests));
         else
@@ -159,6 +160,7 @@ void addHeadroom(CLI::App& app, Shared& shared) {
     addChoices(*cmd, "--protection", &options->kinds, kProtections,
                "Kinds of protection to try: none, local, global [all]")
         ->type_name("KINDS");
+    addJobsOption(*cmd, &options->jobs);
     addReadingOptions(*cmd, shared);
     addPlacementOptions(*cmd, shared);
     addOutputOptions(*cmd, shared);

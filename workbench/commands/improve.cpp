@@ -10,6 +10,7 @@
 #include "cli/progress.h"
 #include "commands/commands.h"
 #include "commands/diff.h"
+#include "commands/options.h"
 #include "commands/promises.h"
 #include "graph/shortest.h"
 #include "plan_json.h"
@@ -24,6 +25,7 @@ struct Options {
     std::string plan;
     std::string output;
     int rounds = 0;
+    int jobs = 1;
 };
 
 json toJson(const Move& move, ShortestPaths* shortest) {
@@ -93,7 +95,7 @@ int improvePlan(const Options& options, const Shared& shared) {
         const std::size_t demands = plan.demands.size();
         std::size_t steps = 0;
         Progress progress(shared, {{"improving, round 1", demands}});
-        result = improve(&plan, options.rounds, [&] {
+        result = improve(&plan, options.rounds, options.jobs, [&] {
             progress.advance();
             if (++steps % demands == 0 &&
                 steps / demands != static_cast<std::size_t>(options.rounds))
@@ -123,6 +125,7 @@ void addImprove(CLI::App& app, Shared& shared) {
     cmd->add_option("--rounds", options->rounds,
                     "Rounds over all LSPs at most, 0 until one changes nothing [0]")
         ->check(CLI::Range(0, std::numeric_limits<int>::max()));
+    addJobsOption(*cmd, &options->jobs);
     addOutputOptions(*cmd, shared);
     cmd->footer(
         "LSPs are requested again one by one, with the weights of the plan. One that\n"

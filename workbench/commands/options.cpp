@@ -1,5 +1,8 @@
 #include "commands/options.h"
 
+#include <algorithm>
+#include <thread>
+
 #include "cli/error.h"
 
 namespace workbench {
@@ -32,6 +35,16 @@ void addSurviveOption(CLI::App& cmd, Configuration* configuration) {
         ->allow_extra_args(false)
         ->type_name("KINDS")
         ->group("Placement");
+}
+
+void addJobsOption(CLI::App& cmd, int* jobs) {
+    constexpr int kMostJobs = 256;
+    const auto cores = static_cast<int>(std::thread::hardware_concurrency());
+    *jobs = std::clamp(cores, 1, kMostJobs);
+    cmd.add_option("--jobs", *jobs,
+                   "Trials at a time, each on a core; the result is the same for any "
+                   "number [all cores]")
+        ->check(CLI::Range(1, kMostJobs));
 }
 
 }  // namespace workbench

@@ -15,4 +15,7 @@ std::vector<FailureKind> failureKindsFrom(const std::vector<std::string>& texts)
 // --survive KINDS: what the backups of a configuration are there for.
 void addSurviveOption(CLI::App& cmd, Configuration* configuration);
 
+// --jobs N: by default as many as there are cores.
+void addJobsOption(CLI::App& cmd, int* jobs);
+
 }  // namespace workbench

@@ -6,6 +6,7 @@
 #include <set>
 #include <stdexcept>
 
+#include "common/print.h"
 #include "common/setup.h"
 #include "computation/backup/backup.h"
 #include "computation/computation.h"
@@ -13,14 +14,13 @@
 #include "database/database.h"
 #include "engine/convert.h"
 #include "engine/detour.h"
-#include "engine/quiet_streams.h"
 #include "error/error.h"
 
 namespace workbench {
 
 namespace {
 
-bool engineExists = false;
+thread_local bool engineExists = false;
 
 KAVRILConfig libraryConfig(const Configuration& configuration) {
     KAVRILConfig config = {};
@@ -58,28 +58,42 @@ using ScopedRequestList = Scoped<LSPRequestList, lspRequestListEnd, listIsLive>;
 
 }  // namespace
 
+Engine::Library::Library(const Configuration& configuration) {
+    if (engineExists) throw std::logic_error("a thread holds one network at a time");
+    pool_ = memoryPoolNew();
+    if (pool_ == nullptr) throw std::bad_alloc();
+    before_ = useMemoryPool(pool_);
+    errorInit();
+    centralDB = DBnew(0);
+    if (centralDB == nullptr) {
+        errorDestroy();
+        useMemoryPool(before_);
+        memoryPoolDestroy(pool_);
+        throw std::bad_alloc();
+    }
+    kavrilConfig = libraryConfig(configuration);
+    NBOA = static_cast<int>(configuration.classes.size());
+    NBPL = kLevels;
+    COST = 0.0;
+    engineExists = true;
+}
+
+Engine::Library::~Library() {
+    DBdestroy(centralDB);
+    centralDB = nullptr;
+    errorDestroy();
+    useMemoryPool(before_);
+    memoryPoolDestroy(pool_);
+    engineExists = false;
+}
+
 Engine::Engine(const Plan& plan)
     : plan_(plan),
       network_(plan.network),
       configuration_(plan.configuration),
-      survival_(plan) {
-    if (engineExists) throw std::logic_error("the library holds one network at a time");
-    errorInit();
-    centralDB = DBnew(0);
-    if (centralDB == nullptr) throw std::bad_alloc();
-    kavrilConfig = libraryConfig(configuration_);
-    NBOA = static_cast<int>(configuration_.classes.size());
-    NBPL = kLevels;
-    COST = 0.0;
-    engineExists = true;
+      survival_(plan),
+      library_(configuration_) {
     addNetwork();
-}
-
-Engine::~Engine() {
-    DBdestroy(centralDB);
-    centralDB = nullptr;
-    errorDestroy();
-    engineExists = false;
 }
 
 void Engine::addNetwork() {
@@ -392,7 +406,7 @@ std::string Engine::protectByLibrary(int primary, Protection protection) {
     ScopedRequestList found;
     lspRequestListInit(&found, 1);
     {
-        const QuietStreams quiet;
+        const Silence silence;
         if (computeBackup(centralDB, &found, primary,
                           local ? LOCAL_BACKUP : GLOBAL_BACKUP) < 0) {
             takeErrors();

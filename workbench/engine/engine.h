@@ -1,8 +1,9 @@
 // The library at work on one network: requests, protection, removal, tables.
 //
-// A thin layer over the library's C++ interface. It owns the loaded database and the
-// process's globals, so there is one engine at a time. It keeps a record of every LSP
-// that it has put up, and removes the backups of an LSP along with it, which the library
+// A thin layer over the library's C++ interface. It owns the database and the globals of
+// its thread, so each thread has one engine at a time; engines of several threads work
+// side by side if their plans have as many classes. It keeps a record of every LSP that
+// it has put up, and removes the backups of an LSP along with it, which the library
 // leaves to its callers.
 //
 //     Engine engine(plan);  // its network and configuration; LSPs by load()
@@ -16,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/memory.h"
 #include "computation/computation_st.h"
 #include "engine/survival.h"
 #include "plan.h"
@@ -50,7 +52,7 @@ struct Answer {
     bool placed = false;
     int lsp = -1;
     std::vector<int> path;
-    double score = 0.0;
+    double score = 0.0;            // as that of a Path
     std::vector<PlanLsp> removed;  // preempted, with the backups of preempted primaries
     std::string reason;            // why it was not placed
 };
@@ -64,6 +66,8 @@ struct AvoidedLink {
 struct Path {
     bool found = false;
     std::vector<int> nodes;
+    // Summed up by the library in a variable of the process: of no use while engines of
+    // other threads search.
     double score = 0.0;
     std::string reason{};  // why there is none, where a limit is to blame
 };
@@ -72,7 +76,6 @@ class Engine {
   public:
     // The plan must outlive the engine; its LSPs are not put up.
     explicit Engine(const Plan& plan);
-    ~Engine();
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;
 
@@ -139,6 +142,19 @@ class Engine {
     void fill(LSPRequest* libraryRequest, const Request& request) const;
 
   private:
+    // The library's state in this thread, with memory of its own.
+    class Library {
+      public:
+        explicit Library(const Configuration& configuration);
+        ~Library();
+        Library(const Library&) = delete;
+        Library& operator=(const Library&) = delete;
+
+      private:
+        MemoryPool* pool_;
+        MemoryPool* before_;
+    };
+
     void addNetwork();
     std::string put(const PlanLsp& lsp, std::vector<int>* preempted);
     void noteSurvival(int primary);
@@ -169,6 +185,7 @@ class Engine {
     const Network& network_;
     const Configuration& configuration_;
     Survival survival_;
+    Library library_;
     std::unordered_map<long long, int> linkOf_;  // by src * nodes + dst
     std::map<int, PlanLsp> lsps_;
     std::multimap<int, int> backups_;  // primary, backup

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "cli/error.h"
+#include "engine/trials.h"
 
 namespace workbench {
 
@@ -12,13 +13,6 @@ namespace {
 
 // A matrix that weighs next to nothing: what it cannot have has no place in the network.
 constexpr double kLight = 1e-3;
-
-// Factors beyond are of no use to anyone.
-constexpr double kMostGrowth = 1e12;
-
-// Parts of the largest factor that are tried too.
-constexpr double kParts[] = {0.1, 0.2,  0.3,  0.4,   0.5,  0.6,  0.7,  0.8,  0.85,
-                             0.9, 0.92, 0.94, 0.955, 0.97, 0.98, 0.99, 0.995};
 
 class Search {
   public:
@@ -28,18 +22,16 @@ class Search {
         : network_(network),
           demands_(demands),
           configuration_(configuration),
-          empty_(newPlan(network, {}, configuration)),
-          watch_(watch),
-          result_(result) {
-        options_.step = watch.step;
-        excuseHopeless();
+          empty_(newPlan(network, {}, configuration)) {
+        excuseHopeless(watch, result);
         options_.strict = true;
     }
 
-    // Notes what was refused if something was.
-    bool works(double factor) {
+    // Changes nothing: several threads may ask.
+    TrialResult tryFactor(double factor, const Step& step) const {
         std::vector<PlanDemand> requests = requestsAt(factor);
-        if (run(factor, &requests)) return true;
+        TrialResult outcome = {.works = run(&requests, step)};
+        if (outcome.works) return outcome;
         for (std::size_t i = 0; i < requests.size(); i++) {
             const PlanDemand& request = requests[i];
             const std::string& reason =
@@ -47,11 +39,10 @@ class Search {
             const bool excused = request.reason.empty() ? options_.excusedProtection[i]
                                                         : options_.excusedRequest[i];
             if (reason.empty() || excused) continue;
-            result_->request = static_cast<int>(i);
-            result_->reason = reason;
+            outcome.request = static_cast<int>(i);
+            outcome.reason = reason;
         }
-        result_->failsAt = factor;
-        return false;
+        return outcome;
     }
 
   private:
@@ -61,23 +52,25 @@ class Search {
         return requestsOf(demands_, scaled);
     }
 
-    bool run(double factor, std::vector<PlanDemand>* requests) {
-        watch_.start(factor);
+    bool run(std::vector<PlanDemand>* requests, const Step& step) const {
+        PlaceOptions options = options_;
+        options.step = step;
         Engine engine(empty_);
-        result_->runs++;
-        return placeAll(&engine, requests, options_, nullptr);
+        return placeAll(&engine, requests, options, nullptr);
     }
 
-    void excuseHopeless() {
+    void excuseHopeless(const HeadroomWatch& watch, Headroom* result) {
         const double factor = lightFactor();
         std::vector<PlanDemand> requests = requestsAt(factor);
-        run(factor, &requests);
+        watch.start(factor);
+        result->runs++;
+        run(&requests, watch.step);
         for (const PlanDemand& request : requests) {
             options_.excusedRequest.push_back(request.lsp < 0);
             options_.excusedProtection.push_back(request.lsp < 0 ||
                                                  !request.unprotected.empty());
-            result_->neverPlaced += request.lsp < 0 ? 1 : 0;
-            result_->neverProtected += request.unprotected.empty() ? 0 : 1;
+            result->neverPlaced += request.lsp < 0 ? 1 : 0;
+            result->neverProtected += request.unprotected.empty() ? 0 : 1;
         }
     }
 
@@ -96,46 +89,39 @@ class Search {
     const std::vector<Demand>& demands_;
     const Configuration& configuration_;
     const Plan empty_;
-    const HeadroomWatch& watch_;
-    Headroom* result_;
-    PlaceOptions options_;
+    PlaceOptions options_;  // but the step
 };
 
 }  // namespace
 
 Headroom findHeadroom(const Network& network, const std::vector<Demand>& demands,
-                      const Configuration& configuration, double precision,
+                      const Configuration& configuration, double precision, int jobs,
                       const HeadroomWatch& watch) {
     Headroom result;
     result.protection = configuration.protection;
-    Search search(network, demands, configuration, watch, &result);
+    const Search search(network, demands, configuration, watch, &result);
     const auto requests = requestsOf(demands, configuration).size();
     if (static_cast<std::size_t>(result.neverPlaced) == requests)
         throw UserError("no request of the matrix has a path, however small it is");
-    double works = 0.0;
-    double fails = 1.0;
-    while (fails < kMostGrowth && search.works(fails)) {
-        works = fails;
-        fails *= 2.0;
-    }
-    while (fails - works > precision * fails) {
-        const double middle = (works + fails) / 2.0;
-        if (search.works(middle))
-            works = middle;
-        else
-            fails = middle;
-    }
-    result.largest = works;
-    result.factor = works;
-    double before = 0.0;
-    for (const double part : kParts) {
-        result.checked++;
-        if (!search.works(part * result.largest)) {
-            result.factor = before;
-            break;
+    Course course(precision);
+    Trials trials(jobs, [&search](double factor, const Step& step) {
+        return search.tryFactor(factor, step);
+    });
+    while (!course.isOver()) {
+        const double factor = course.factor();
+        watch.start(factor);
+        const TrialResult outcome = trials.next(course, watch.step);
+        result.runs++;
+        if (!outcome.works) {
+            result.failsAt = factor;
+            result.request = outcome.request;
+            result.reason = outcome.reason;
         }
-        before = part * result.largest;
+        course.note(outcome.works);
     }
+    result.largest = course.largest();
+    result.factor = course.best();
+    result.checked = course.checked();
     return result;
 }
 

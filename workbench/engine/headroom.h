@@ -20,10 +20,11 @@ struct Headroom {
     // Left out of the judgement: what fails however small the demands are.
     int neverPlaced = 0;
     int neverProtected = 0;
-    int runs = 0;  // placements of the whole matrix
+    int runs = 0;  // placements of the whole matrix that the result depends on
 };
 
-// Called before a placement with its factor, and after each of its steps, as in runPlan.
+// Called before a placement with its factor, and for each of its steps, as in runPlan;
+// not for placements that go on meanwhile.
 struct HeadroomWatch {
     std::function<void(double factor)> start;
     Step step;
@@ -33,8 +34,11 @@ struct HeadroomWatch {
 // choices, not a monotone function: a smaller factor may be refused. So factors all the
 // way up are tried as well, and the one that is given is the last before a refusal. What
 // lies between those tried is not promised.
+//
+// With several jobs, factors that may follow are tried along with the next one; those
+// that do not follow are forgotten, so that the result is the same for any number.
 Headroom findHeadroom(const Network& network, const std::vector<Demand>& demands,
-                      const Configuration& configuration, double precision,
+                      const Configuration& configuration, double precision, int jobs,
                       const HeadroomWatch& watch);
 
 }  // namespace workbench

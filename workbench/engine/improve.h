@@ -28,12 +28,13 @@ struct Improvement {
 };
 
 // Rounds over all primaries but those with a route of their own, at most maxRounds (0:
-// until nothing changes). What is protected stays so, against all that the plan survives.
+// until nothing changes), with the same result for any number of jobs. What is protected
+// stays so, against all that the plan survives.
 //
 // An LSP is taken down with its backups before it comes up on the better path, and is put
 // back as it was if that does not do. Having both up, as the library can, lets the books
 // count as free on a shared link what the other of the two still carries; with the old
 // one gone that is put right without asking whether there is room.
-Improvement improve(Plan* plan, int maxRounds, const Step& step);
+Improvement improve(Plan* plan, int maxRounds, int jobs, const Step& step);
 
 }  // namespace workbench
