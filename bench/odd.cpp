@@ -15,6 +15,7 @@
 namespace {
 
 constexpr Long kLSPs = 2000;
+constexpr Long kColour = 7;
 
 double overDecades(double whole, Random& random) {
     return static_cast<float>(whole * std::pow(10.0, -7.0 * random.real()));
@@ -33,18 +34,18 @@ Long someLink(const State& state) {
     return state.facts.links / 2;
 }
 
-void replaceLink(State& state, double capacity) {
-    const Link& link = state.network.links[someLink(state)];
+void replaceLink(State& state, Long id, double capacity, Long color = 0) {
+    const Link& link = state.network.links[id];
     require(DBremoveLink(state.dataBase, link.src, link.dst) == 0, "a link stays");
-    state.addLink(someLink(state), capacity);
+    state.addLink(id, capacity, color);
 }
 
 void flap(State& state) {
-    replaceLink(state, state.network.links[someLink(state)].capacity);
+    replaceLink(state, someLink(state), state.network.links[someLink(state)].capacity);
 }
 
 void makeInfinite(State& state) {
-    replaceLink(state, INFINITY);
+    replaceLink(state, someLink(state), INFINITY);
 }
 
 void handOut(State& state) {
@@ -52,21 +53,60 @@ void handOut(State& state) {
     require(DBgetLinkState(state.dataBase, link.src, link.dst) != nullptr, "no state");
 }
 
-void setWeights(double congestion, double balance) {
-    kavrilConfig.primaryComputationConfig.Fortz = congestion;
-    std::fill_n(kavrilConfig.primaryComputationConfig.loadBal, kUsedClasses, balance);
+void addNodeAlone(State& state) {
+    require(DBaddNode(state.dataBase, state.network.nodes) == 0, "no node");
 }
 
+// Every seventh link, which is then one without traffic.
+void colourLinks(State& state) {
+    for (Long i = 0; i < static_cast<Long>(state.network.links.size()); i += 7)
+        replaceLink(state, i, state.network.links[i].capacity, kColour);
+    kavrilConfig.predicateConfig.colorClause = true;
+}
+
+void avoidColour(State&, LSPRequest* req) {
+    require(longVecPushBack(&req->forbidLinks, kColour) == 0, "no memory");
+}
+
+// Always the same one, so that the comparison can ask again.
+void replaceLSP(State& state, LSPRequest* req) {
+    const DBLSPVec& lsps = state.dataBase->lspVec;
+    Long id = 0;
+    while (lsps.cont[id] == nullptr) id++;
+    req->rerouteInfo.id = id;
+}
+
+void askInBothClasses(State&, LSPRequest* req) {
+    const double bw = std::max(req->bw[0], req->bw[1]);
+    std::fill_n(req->bw, kUsedClasses, bw);
+}
+
+void setWeights(double congestion, double balance, double others) {
+    PrimaryComputationConfig& config = kavrilConfig.primaryComputationConfig;
+    config.Fortz = congestion;
+    std::fill_n(config.loadBal, kUsedClasses, balance);
+    for (double* weights :
+         {config.load, config.sqLoad, config.relLoad, config.sqRelLoad, config.delay})
+        std::fill_n(weights, kUsedClasses, others);
+}
+
+void setWeights(const OddRow& row) {
+    setWeights(row.congestion, row.balance, row.others);
+}
+
+const OddRow kUsual = {.name = "as usual", .limit = 1.0};
+
 // Of a request that has a path.
-[[gnu::noinline]] double secondsOfRequest(State& state, void (*before)(State&)) {
+[[gnu::noinline]] double secondsOfRequest(State& state, const OddRow& row) {
     for (int i = 0; i < 1000; i++) {
         const Ask ask = state.draw();
         ScopedRequest req;
         initRequest(&req, ask);
+        if (row.ask != nullptr) row.ask(state, &req);
         errorManager.top = 0;
         bool found = false;
         const double seconds = timed([&] {
-            if (before != nullptr) before(state);
+            if (row.each != nullptr) row.each(state);
             found = computePrimaryPath(state.dataBase, &req) == 0;
         });
         if (!found) continue;
@@ -78,9 +118,9 @@ void setWeights(double congestion, double balance) {
 
 // Some answers compared with those of the public operations one by one or, where that
 // would take too long, with the floor's.
-void check(Rig& rig) {
+void check(Rig& rig, const OddRow& row) {
     if (rig.state.network.links.size() <= kPlainLinks) {
-        for (int i = 0; i < 2; i++) plainRequest(rig);
+        for (int i = 0; i < 2; i++) plainRequest(rig, row.ask);
         return;
     }
     rig.floor.copyLoads(rig.state);
@@ -96,6 +136,11 @@ const std::vector<OddRow> kOddRows = {
     {.name = "one link's state handed out", .limit = 2.0, .once = handOut},
     {.name = "weight loadBal besides", .limit = 5.0, .balance = 1.0},
     {.name = "weight loadBal alone", .limit = 5.0, .congestion = 0.0, .balance = 1.0},
+    {.name = "all weights but loadBal", .limit = 5.0, .others = 1.0},
+    {.name = "a node without links", .limit = 1.2, .once = addNodeAlone},
+    {.name = "a colour to avoid", .limit = 2.0, .once = colourLinks, .ask = avoidColour},
+    {.name = "in place of an LSP", .limit = 2.0, .ask = replaceLSP},
+    {.name = "bandwidth in two classes", .limit = 3.0, .ask = askInBothClasses},
     {.name = "link flap before each request", .limit = 3.0, .each = flap},
     {.name = "link flap, 5,000 nodes", .limit = 3.0, .nodes = 5000, .each = flap},
 };
@@ -110,21 +155,21 @@ OddFigures measureOdd(const OddRow& row, const Options& options) {
     if (!isAlone) plain = std::make_unique<State>(network, Filling{kLSPs});
     Rig rig(network, {.offered = kLSPs, .amount = row.amount});
     if (row.once != nullptr) row.once(rig.state);
-    setWeights(row.congestion, row.balance);
+    setWeights(row);
 
     std::vector<double> odd, usual;
     const double end = isAlone ? INFINITY : secondsNow() + (options.full ? 20.0 : 2.0);
     while (odd.size() < samples && (odd.size() < 3 || secondsNow() < end)) {
         constexpr int kTurn = 10;
         if (!isAlone && odd.size() % kTurn == 0) {
-            setWeights(1.0, 0.0);
+            setWeights(kUsual);
             for (int i = 0; i < kTurn; i++)
-                usual.push_back(secondsOfRequest(*plain, nullptr));
-            setWeights(row.congestion, row.balance);
+                usual.push_back(secondsOfRequest(*plain, kUsual));
+            setWeights(row);
         }
-        odd.push_back(secondsOfRequest(rig.state, row.each));
+        odd.push_back(secondsOfRequest(rig.state, row));
     }
-    if (!isAlone) check(rig);
+    if (!isAlone) check(rig, row);
     return {quantile(odd, 0.5), quantile(usual, 0.5)};
 }
 

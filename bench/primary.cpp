@@ -30,10 +30,12 @@ void requireCost(const Rig& rig, const Ask& ask, const Path& path, double cost) 
 }
 
 // A request that has a path.
-Ask computeSome(Rig& rig, LSPRequest* req) {
+Ask computeSome(Rig& rig, LSPRequest* req,
+                void (*change)(State& state, LSPRequest* req) = nullptr) {
     for (int i = 0; i < 1000; i++) {
         const Ask ask = rig.state.draw();
         initRequest(req, ask);
+        if (change != nullptr) change(rig.state, req);
         if (computePrimaryPath(rig.state.dataBase, req) == 0) return ask;
         lspRequestEnd(req);
     }
@@ -195,8 +197,13 @@ Sample removal(Rig& rig) {
 }
 
 Sample plainRequest(Rig& rig) {
+    return plainRequest(rig, nullptr);
+}
+
+Sample plainRequest(Rig& rig, void (*change)(State& state, LSPRequest* req)) {
     ScopedRequest fast, req;
-    initRequest(&req, computeSome(rig, &fast));
+    initRequest(&req, computeSome(rig, &fast, change));
+    if (change != nullptr) change(rig.state, &req);
     Sample sample;
     bool found = false;
     sample.seconds = timed([&] {

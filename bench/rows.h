@@ -31,8 +31,10 @@ Sample requestWithPreemption(Rig& rig);
 Sample placement(Rig& rig);
 Sample removal(Rig& rig);
 // The request of primaryRequest by the operations that it consists of, one by one; throws
-// if the paths differ. On networks of more links it takes too long.
+// if the paths differ. On networks of more links it takes too long. `change` is what the
+// request asks for besides.
 Sample plainRequest(Rig& rig);
+Sample plainRequest(Rig& rig, void (*change)(State& state, LSPRequest* req));
 constexpr std::size_t kPlainLinks = 2000;
 
 // backup.cpp
@@ -63,9 +65,11 @@ struct OddRow {
     double (*amount)(double whole, Random& random) = nullptr;  // of the LSPs
     void (*once)(State& state) = nullptr;                      // before all requests
     void (*each)(State& state) = nullptr;  // before each request, and timed with it
+    void (*ask)(State& state, LSPRequest* req) = nullptr;  // what else is asked for
     // Weights of the request; the network is filled with these.
     double congestion = 1.0;
     double balance = 0.0;
+    double others = 0.0;  // of all criteria but these two
 };
 
 struct OddFigures {

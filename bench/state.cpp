@@ -141,11 +141,12 @@ void State::addNetwork() {
     for (const Link& link : network.links) addLink(facts.links++, link.capacity);
 }
 
-void State::addLink(Long id, double capacity) {
+void State::addLink(Long id, double capacity, Long color) {
     const Link& link = network.links[id];
     ScopedLinkState state;
     DBlinkStateInit(&state);
     std::fill_n(state.cap, filling_.classes, capacity / filling_.classes);
+    state.color = color;
     if (DBaddLink(dataBase, id, link.src, link.dst, &state) < 0)
         throw std::runtime_error("a link is refused");
 }

@@ -60,7 +60,7 @@ class State {
     State& operator=(const State&) = delete;
 
     // Adds link `id` of the network; once more if it has been removed.
-    void addLink(Long id, double capacity);
+    void addLink(Long id, double capacity, Long color = 0);
 
     // Places a primary if there is room, with local backups if it is to be protected.
     void offer(const Ask& ask, bool isProtected);
