@@ -86,7 +86,23 @@ bool WorkingLinks::startAt(Long node) {
             isProtectable_ = false;
         if (indexOf(path, head, first_ + 1) != i + 1) isSimple_ = false;
     }
+    for (int oa = 0; asked_ >> oa != 0; oa++)
+        if ((asked_ >> oa & 1U) != 0 && !gatherSets(oa)) isProtectable_ = false;
     return isProtectable_;
+}
+
+// What the nodes protected from have in common, so that most links need no look at each.
+bool WorkingLinks::gatherSets(int oa) {
+    const Long words = live_->bySlot.top / 64 + 1;
+    if (!together_[oa].fill(words, {~std::uint64_t{0}, 0})) return false;
+    for (const Failing& failing : protected_) {
+        const auto& [any, active] = failing.concerned[oa];
+        for (Long i = 0; i < words; i++)
+            together_[oa][i].all &= i < any.words ? any.bits[i] : 0;
+        for (Long i = 0; i < std::min(words, active.words); i++)
+            together_[oa][i].active |= active.bits[i];
+    }
+    return true;
 }
 
 int WorkingLinks::failUnprotectable() const {
@@ -119,19 +135,20 @@ void WorkingLinks::raiseByTrial(Long position, int oa, bool alsoFrees,
     const Long slot = live_->graph.out[position].slot;
     const double bw = backup_.bw[oa];
     const Cell added = {bw, alsoFrees ? -bw : 0.0};
+    const Together& together = together_[oa][slot / 64];
     bool isCovered = true;
     for (int p = trial_.level; p < kLevels; p++)
         isCovered = isCovered && worst->at[p] >= alone.at[p];
+    if (!isCovered && (together.all >> (slot % 64) & 1U) == 0) {
+        raise(worst, alone);
+        isCovered = true;
+    }
+    // Cells that only free bandwidth leave less to need than the backup alone.
+    if (isCovered && (together.active >> (slot % 64) & 1U) == 0) return;
     for (const Failing& failing : protected_) {
-        if (!failing.concerned[oa].has(slot)) {
-            if (!isCovered) raise(worst, alone);
-            isCovered = true;
-            continue;
-        }
+        if (isCovered && !failing.concerned[oa].active.has(slot)) continue;
         const Run ofNode =
             nodeRun(live_->views.needs[oa][position].cells, headOf(failing.key));
-        // Cells that only free bandwidth leave less to need than the backup alone.
-        if (isCovered && !anyActive(ofNode)) continue;
         raise(worst, needWith(ofNode, failing.key, added));
         const Run ofLink = runOf(ofNode, tailOf(failing.key));
         if (failing.counts && ofLink.nb < ofNode.nb)

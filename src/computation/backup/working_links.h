@@ -51,10 +51,16 @@ class WorkingLinks {
     // A link that the next backups protect, and the node that it enters.
     struct Failing {
         CellKey key;
-        bool counts;                  // the failure of the link alone, too
-        SlotSet concerned[kClasses];  // links with cells of the node
+        bool counts;                   // the failure of the link alone, too
+        CellSets concerned[kClasses];  // links with cells of the node
+    };
+    // Links that have cells of all these nodes, and an active one of any, by 64 slots.
+    struct Together {
+        std::uint64_t all;
+        std::uint64_t active;
     };
 
+    bool gatherSets(int oa);
     Overlay* overlayOf(Long position, const DBLink* link);
     bool gatherTrial(const Overlay* overlay, bool alsoFrees);
     bool alsoFrees(Long tail, Long head) const;
@@ -82,7 +88,8 @@ class WorkingLinks {
     bool isProtectable_ = false;
     bool isSimple_ = false;           // each enters another node, and amounts are not odd
     ScopedArray<Failing> protected_;  // these
-    ScopedArray<bool> isOnPrimary_;   // by node
+    ScopedArray<Together> together_[kClasses];
+    ScopedArray<bool> isOnPrimary_;  // by node
     Booking trial_ = {};
     ScopedArray<Long> overlayAt_;  // by position: index among the overlays, -1 for none
     ScopedArray<Overlay*> overlays_;

@@ -77,10 +77,13 @@ bool isInSets(const DataBase* dataBase, const Ledger* ledger) {
         anyIdle |= cls != nullptr && cls->idle.top > 0;
     if (live->idle.has(ledger->slot) != anyIdle) return false;
     for (int oa = 0; oa < kClasses; oa++)
-        for (Long node = 0; node < dataBase->nodeVec.top; node++)
-            if (concernedBy(live, oa, node).has(ledger->slot) !=
-                (runOf(ledger->classes[oa], node).nb > 0))
+        for (Long node = 0; node < dataBase->nodeVec.top; node++) {
+            const CellSets sets = concernedBy(live, oa, node);
+            const Run run = runOf(ledger->classes[oa], node);
+            if (sets.any.has(ledger->slot) != (run.nb > 0) ||
+                sets.active.has(ledger->slot) != anyActive(run))
                 return false;
+        }
     return true;
 }
 

@@ -24,21 +24,29 @@ void put(const SlotSet& set, Long slot, bool isIn) {
         set.bits[slot / 64] &= ~bit;
 }
 
-SlotSet concernedBy(const Live* live, int oa, Long node) {
-    const Array<SlotSet>& sets = live->concerned[oa];
-    return node < sets.top ? sets[node] : SlotSet{0, nullptr};
+CellSets concernedBy(const Live* live, int oa, Long node) {
+    const Array<CellSets>& sets = live->concerned[oa];
+    return node < sets.top ? sets[node] : CellSets{};
 }
 
 bool reachCells(Live* live, const Ledger* ledger, int oa, Long node) {
-    Array<SlotSet>* sets = &live->concerned[oa];
+    Array<CellSets>* sets = &live->concerned[oa];
     while (sets->top <= node)
-        if (!append(sets, SlotSet{0, nullptr})) return false;
-    return reach(&(*sets)[node], ledger->slot);
+        if (!append(sets, CellSets{})) return false;
+    CellSets* ofNode = &(*sets)[node];
+    return reach(&ofNode->any, ledger->slot) && reach(&ofNode->active, ledger->slot);
 }
 
 void noteCells(Live* live, const Ledger* ledger, int oa, Long node) {
-    put(concernedBy(live, oa, node), ledger->slot,
-        runOf(ledger->classes[oa], node).nb > 0);
+    noteNews(live, ledger, oa, node, {true, true});
+}
+
+void noteNews(Live* live, const Ledger* ledger, int oa, Long node, const CellNews& news) {
+    if (!news.moved && !news.switched) return;
+    const CellSets sets = concernedBy(live, oa, node);
+    const Run run = runOf(ledger->classes[oa], node);
+    if (news.moved) put(sets.any, ledger->slot, run.nb > 0);
+    if (news.switched) put(sets.active, ledger->slot, anyActive(run));
 }
 
 void noteIdle(Live* live, const Ledger* ledger) {
@@ -50,8 +58,11 @@ void noteIdle(Live* live, const Ledger* ledger) {
 void forgetCells(Live* live, const Ledger* ledger) {
     for (int oa = 0; oa < kClasses; oa++) {
         if (ledger->classes[oa] == nullptr) continue;
-        for (const CellKey key : ledger->classes[oa]->keys)
-            put(concernedBy(live, oa, headOf(key)), ledger->slot, false);
+        for (const CellKey key : ledger->classes[oa]->keys) {
+            const CellSets sets = concernedBy(live, oa, headOf(key));
+            put(sets.any, ledger->slot, false);
+            put(sets.active, ledger->slot, false);
+        }
     }
     put(live->idle, ledger->slot, false);
 }

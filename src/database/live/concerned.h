@@ -1,7 +1,8 @@
 // Which links a failing node has cells on: the ledgers turned around.
 //
 // Private to the library. Where a link goes, or a backup is tried that protects from the
-// failure of a node, only these links are looked at.
+// failure of a node, only these links are looked at; and for the backup mostly only those
+// where the failure needs bandwidth.
 #pragma once
 
 #include <bit>
@@ -20,6 +21,12 @@ struct SlotSet {
     }
 };
 
+// Links with cells of a failing node, and those of them where one is active.
+struct CellSets {
+    SlotSet any;
+    SlotSet active;
+};
+
 // Makes room for a slot; false if there is no memory.
 bool reach(SlotSet* set, Long slot);
 
@@ -29,7 +36,7 @@ void put(const SlotSet& set, Long slot, bool isIn);
 struct Live;
 
 // The links that have cells of a class and a failing node.
-SlotSet concernedBy(const Live* live, int oa, Long node);
+CellSets concernedBy(const Live* live, int oa, Long node);
 
 // Makes room for a link among these; false if there is no memory.
 bool reachCells(Live* live, const Ledger* ledger, int oa, Long node);
@@ -37,6 +44,7 @@ bool reachCells(Live* live, const Ledger* ledger, int oa, Long node);
 // Keep the sets in step with a ledger: its cells of a node, its idle cells, or none at
 // all.
 void noteCells(Live* live, const Ledger* ledger, int oa, Long node);
+void noteNews(Live* live, const Ledger* ledger, int oa, Long node, const CellNews& news);
 void noteIdle(Live* live, const Ledger* ledger);
 void forgetCells(Live* live, const Ledger* ledger);
 

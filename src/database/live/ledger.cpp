@@ -328,22 +328,24 @@ LedgerClass* classOf(Ledger* ledger, int oa) {
     return *cls;
 }
 
-bool bookCells(LedgerClass* cls, int oa, const Booking& booking, bool* haveMoved) {
+bool bookCells(LedgerClass* cls, int oa, const Booking& booking, CellNews* news) {
     const Long before = cls->keys.top;
     if (!makeCells(cls, oa, booking)) return false;
     bool anyEmpty = false;
+    *news = {};
     Run rest = allOf(cls);
     for (const FailureChange& change : booking.changes) {
         if (change.amounts[oa] == 0.0) continue;
         const CellKey key = cellKey(change.head, change.tail, booking.level);
         rest = part(rest, lowerBound(rest, key), rest.nb);
         Cell* cell = &cls->cells[cls->keys.top - rest.nb];
-        cls->nbActive -= isActive(*cell) ? 1 : 0;
+        const bool wasActive = isActive(*cell);
         addChange(cell, change, oa);
-        cls->nbActive += isActive(*cell) ? 1 : 0;
+        news->switched |= isActive(*cell) != wasActive;
+        cls->nbActive += int{isActive(*cell)} - int{wasActive};
         anyEmpty |= cell->bbw == 0.0 && cell->fbw == 0.0;
     }
-    *haveMoved = anyEmpty || cls->keys.top > before;
+    news->moved = anyEmpty || cls->keys.top > before;
     if (anyEmpty) dropEmptyCells(cls);
     return true;
 }

@@ -146,9 +146,15 @@ Need worstOf(const LedgerClass* cls, Counted counted);
 // The class, made if it is missing; null if there is no memory.
 LedgerClass* classOf(Ledger* ledger, int oa);
 
-// Adds the changes of a booking to the cells; `worst` is the caller's to set. Says
-// whether cells have come or gone. False, nothing changed, if there is no memory.
-bool bookCells(LedgerClass* cls, int oa, const Booking& booking, bool* haveMoved);
+// What a booking has done to cells besides amounts.
+struct CellNews {
+    bool moved;     // some have come or gone
+    bool switched;  // some have become active, or ceased to be
+};
+
+// Adds the changes of a booking to the cells; `worst` is the caller's to set. False,
+// nothing changed, if there is no memory.
+bool bookCells(LedgerClass* cls, int oa, const Booking& booking, CellNews* news);
 
 // Adds to one cell.
 bool addToCell(LedgerClass* cls, CellKey key, double bbw, double fbw);

@@ -34,16 +34,16 @@ int bookClass(Live* live, DBLink* link, int oa, const Booking& booking) {
     Ledger* ledger = link->ledger;
     LedgerClass* cls = classOf(ledger, oa);
     Need worst;
-    bool haveMoved = false;
+    CellNews news;
     bool hasRoom = cls != nullptr;
     for (const FailureChange& change : booking.changes)
         hasRoom = hasRoom && reachCells(live, ledger, oa, change.head);
     if (!hasRoom ||
         !worstAfter(cls, oa, booking, countedIn(live), &live->scratch, &worst) ||
-        !bookCells(cls, oa, booking, &haveMoved))
+        !bookCells(cls, oa, booking, &news))
         return FAIL_WITH(-1, "Critical lack of memory");
     for (const FailureChange& change : booking.changes)
-        if (haveMoved) noteCells(live, ledger, oa, change.head);
+        noteNews(live, ledger, oa, change.head, news);
     cls->worst = worst;
     return ledger->isMirrored ? bookVectors(&link->state, oa, booking) : 0;
 }

@@ -75,8 +75,11 @@ void endLive(Live* live) {
     endViews(&live->views);
     endArray(&live->bySlot);
     endArray(&live->freeSlots);
-    for (Array<SlotSet>& sets : live->concerned) {
-        for (const SlotSet& set : sets) myfree(set.bits);
+    for (Array<CellSets>& sets : live->concerned) {
+        for (const CellSets& set : sets) {
+            myfree(set.any.bits);
+            myfree(set.active.bits);
+        }
         endArray(&sets);
     }
     myfree(live->idle.bits);
@@ -160,7 +163,7 @@ bool prepareLeave(DataBase* dataBase, const DBLink* link) {
     bool hasRoom = prepareCounts(dataBase);
     live->losers.top = 0;
     for (int oa = 0; oa < kClasses; oa++)
-        forEachLink(live->bySlot, concernedBy(live, oa, ledger->head),
+        forEachLink(live->bySlot, concernedBy(live, oa, ledger->head).any,
                     [&](DBLink* other) {
                         LedgerClass* cls = other->ledger->classes[oa];
                         if (other == link ||
@@ -220,7 +223,7 @@ void countsChanged(DataBase* dataBase) {
     };
     auto update = [=](CellKey key) {
         for (int oa = 0; oa < kClasses; oa++)
-            forEachLink(live->bySlot, concernedBy(live, oa, headOf(key)),
+            forEachLink(live->bySlot, concernedBy(live, oa, headOf(key)).any,
                         [=](DBLink* link) {
                             setWorst(live, link, oa,
                                      worstOf(link->ledger->classes[oa], countedIn(live)));

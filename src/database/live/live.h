@@ -26,7 +26,7 @@ struct Live {
     Array<Long> freeSlots;
     // By class and failing node: the links that have cells of it; and those with idle
     // cells.
-    Array<SlotSet> concerned[kClasses];
+    Array<CellSets> concerned[kClasses];
     SlotSet idle;
     // Links that the database's counter leaves out of the failures, those with the
     // highest ids: node removals lower it by one too many.
