@@ -50,27 +50,27 @@ void fill(DBLinkState* to, const twin::LinkState& from) {
     }
 }
 
-void fill(DBLabelSwitchedPath* to, const twin::Lsp& from) {
+// What LSPs and requests have in common.
+template <class Record, class Plain>
+void fillAsked(Record* to, const Plain& from) {
     to->id = from.id;
-    to->noContentionId = from.partner;
     to->precedence = from.precedence;
     std::copy(from.bw.begin(), from.bw.end(), to->bw);
     to->type = static_cast<DBLSPType>(from.type);
     to->primID = from.primID;
     fill(&to->forbidLinks, from.forbidden);
     fill(&to->path, from.path);
+}
+
+void fill(DBLabelSwitchedPath* to, const twin::Lsp& from) {
+    fillAsked(to, from);
+    to->noContentionId = from.partner;
     fill(&to->primPath, from.primPath);
 }
 
 void fill(LSPRequest* to, const twin::Request& from) {
-    to->id = from.id;
+    fillAsked(to, from);
     to->rerouteInfo = {from.partner, from.avoidSrc, from.avoidDst};
-    to->precedence = from.precedence;
-    std::copy(from.bw.begin(), from.bw.end(), to->bw);
-    to->type = static_cast<DBLSPType>(from.type);
-    to->primID = from.primID;
-    fill(&to->forbidLinks, from.forbidden);
-    fill(&to->path, from.path);
 }
 
 DBLink* storedLink(const DataBase* db, Hop hop) {

@@ -151,9 +151,7 @@ void addHeadroom(CLI::App& app, Shared& shared) {
     CLI::App* cmd = app.add_subcommand(
         "headroom", "How far a traffic matrix can grow before something is refused");
     auto options = std::make_shared<Options>();
-    cmd->add_option("NETWORK", options->network, "Network file")->required();
-    cmd->add_option("DEMANDS", options->demands,
-                    "Traffic matrix; by default the one in the network file");
+    addMatrixArguments(*cmd, &options->network, &options->demands);
     cmd->add_option("--precision", options->precision,
                     "Relative precision of the factor [0.001]")
         ->check(CLI::Range(1e-9, 0.5));

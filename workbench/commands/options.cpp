@@ -23,6 +23,12 @@ std::vector<FailureKind> failureKindsFrom(const std::vector<std::string>& texts)
     return kinds;
 }
 
+void addMatrixArguments(CLI::App& cmd, std::string* network, std::string* demands) {
+    cmd.add_option("NETWORK", *network, "Network file")->required();
+    cmd.add_option("DEMANDS", *demands,
+                   "Traffic matrix; by default the one in the network file");
+}
+
 void addSurviveOption(CLI::App& cmd, Configuration* configuration) {
     cmd.add_option_function<std::vector<std::string>>(
            "--survive",

@@ -12,6 +12,9 @@ namespace workbench {
 FailureKind failureKindFrom(const std::string& text);
 std::vector<FailureKind> failureKindsFrom(const std::vector<std::string>& texts);
 
+// NETWORK [DEMANDS]: a network and the matrix that is placed in it.
+void addMatrixArguments(CLI::App& cmd, std::string* network, std::string* demands);
+
 // --survive KINDS: what the backups of a configuration are there for.
 void addSurviveOption(CLI::App& cmd, Configuration* configuration);
 

@@ -229,9 +229,7 @@ void addPlace(CLI::App& app, Shared& shared) {
     CLI::App* cmd = app.add_subcommand(
         "place", "Place a traffic matrix request by request, and protect it");
     auto options = std::make_shared<Options>();
-    cmd->add_option("NETWORK", options->network, "Network file")->required();
-    cmd->add_option("DEMANDS", options->demands,
-                    "Traffic matrix; by default the one in the network file");
+    addMatrixArguments(*cmd, &options->network, &options->demands);
     addOutputFile(*cmd, &options->plan,
                   "Write the plan: network, LSPs and the bandwidth tables of every link");
     addReadingOptions(*cmd, shared);
