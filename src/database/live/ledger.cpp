@@ -332,7 +332,7 @@ bool bookCells(LedgerClass* cls, int oa, const Booking& booking, CellNews* news)
     const Long before = cls->keys.top;
     if (!makeCells(cls, oa, booking)) return false;
     bool anyEmpty = false;
-    *news = {};
+    bool anySwitch = false;
     Run rest = allOf(cls);
     for (const FailureChange& change : booking.changes) {
         if (change.amounts[oa] == 0.0) continue;
@@ -341,11 +341,11 @@ bool bookCells(LedgerClass* cls, int oa, const Booking& booking, CellNews* news)
         Cell* cell = &cls->cells[cls->keys.top - rest.nb];
         const bool wasActive = isActive(*cell);
         addChange(cell, change, oa);
-        news->switched |= isActive(*cell) != wasActive;
+        anySwitch |= isActive(*cell) != wasActive;
         cls->nbActive += int{isActive(*cell)} - int{wasActive};
         anyEmpty |= cell->bbw == 0.0 && cell->fbw == 0.0;
     }
-    news->moved = anyEmpty || cls->keys.top > before;
+    *news = {anyEmpty || cls->keys.top > before, anySwitch};
     if (anyEmpty) dropEmptyCells(cls);
     return true;
 }
