@@ -35,3 +35,29 @@ TEST_F(Backup, CostIsTheAddedReservationAndTheLength) {
     EXPECT_EQ(-1.0, cost(4.0, NO_BACKUP, {}));
     EXPECT_THAT(errorTexts(), ElementsAre("Unknown backup type"));
 }
+
+// A detour takes the primary's own first link, which another detour of the same call has
+// taken before: the primary still flows there, so that its bandwidth is not free for what
+// a third LSP brings to the link in the same failure.
+TEST_F(Backup, DetoursOverTheirOwnPrimaryDoNotCountItAsFreed) {
+    for (const auto& [capacity, want] :
+         {std::pair(35.0, Ids{2, 0, 1, 5, 4}), {34.0, Ids{2, 6, 7, 8, 9, 4}}}) {
+        Net net;
+        net.link(0, 1, capacity);
+        const Ids walks[] = {{1, 2, 3, 4}, {3, 0},  {2, 0},      {1, 5, 4},
+                             {11, 2},      {3, 12}, {1, 13, 12}, {2, 6, 7, 8, 9, 4}};
+        for (const Ids& walk : walks)
+            for (std::size_t i = 0; i + 1 < walk.size(); i++)
+                net.link(walk[i], walk[i + 1]);
+        EXPECT_EQ(0, net.add(Lsp(1, {0, 1, 2, 3, 4}, 10.0)));
+        EXPECT_EQ(0, net.add(Lsp(2, {11, 2, 3, 12}, 15.0)));
+        EXPECT_EQ(0, net.add(Lsp(3, {2, 0, 1, 13, 12}, 15.0, 0, DB_LOCAL_BACKUP_LSP, 2,
+                                 {11, 2, 3, 12})));
+        LSPRequestList found;
+        lspRequestListInit(&found, -1);
+        output([&] { EXPECT_EQ(-1, computeBackup(net, &found, 1, LOCAL_BACKUP)); });
+        EXPECT_EQ((Ids{3, 0, 1, 5, 4}), values(found.cont[3].path));
+        EXPECT_EQ(want, values(found.cont[2].path));
+        lspRequestListEnd(&found);
+    }
+}
