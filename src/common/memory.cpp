@@ -47,9 +47,31 @@ void* take(MemoryPool* pool, std::size_t sz, bool zeroed) {
     return payload;
 }
 
+// False if the block was free already.
+bool release(MemoryPool* pool, void* ptr) {
+    const Long size = std::exchange(headerOf(ptr)->ownersWord, kFreed);
+    account(pool, -size);
+    releaseBlock(pool, ptr);
+    return size != kFreed;
+}
+
+bool takeEach(MemoryPool* pool, void** blocks, std::size_t nb, std::size_t sz) {
+    for (std::size_t i = 0; i < nb; i++) {
+        blocks[i] = refuses(sz) ? nullptr : take(pool, sz, false);
+        if (blocks[i] != nullptr) continue;
+        while (i > 0) release(pool, blocks[--i]);
+        return false;
+    }
+    return true;
+}
+
+MemoryPool* poolHere() {
+    return here.pool != nullptr ? here.pool : pools[0];
+}
+
 void* allocate(std::size_t sz, bool zeroed) {
     if (refuses(sz)) return nullptr;
-    MemoryPool* pool = here.pool != nullptr ? here.pool : pools[0];
+    MemoryPool* pool = poolHere();
     return in(pool, [=] { return take(pool, sz, zeroed); });
 }
 
@@ -67,14 +89,6 @@ void* move(MemoryPool* pool, void* ptr, std::size_t sz) {
     headerOf(payload)->ownersWord = static_cast<Long>(sz);
     account(pool, static_cast<Long>(sz) - oldSize);
     return payload;
-}
-
-// False if the block was free already.
-bool release(MemoryPool* pool, void* ptr) {
-    const Long size = std::exchange(headerOf(ptr)->ownersWord, kFreed);
-    account(pool, -size);
-    releaseBlock(pool, ptr);
-    return size != kFreed;
 }
 
 }  // namespace
@@ -98,6 +112,11 @@ void* mymalloc(std::size_t sz) {
 void* mycalloc(std::size_t nmemb, std::size_t sz) {
     if (sz != 0 && nmemb > std::numeric_limits<std::size_t>::max() / sz) return nullptr;
     return allocate(nmemb * sz, true);
+}
+
+bool mymallocEach(void** blocks, std::size_t nb, std::size_t sz) {
+    MemoryPool* pool = poolHere();
+    return in(pool, [=] { return takeEach(pool, blocks, nb, sz); });
 }
 
 void* myrealloc(void* ptr, std::size_t sz) {

@@ -28,6 +28,10 @@ inline constexpr AllocatedMemory allocatedMemory = {};
 void* mymalloc(std::size_t sz);
 void* mycalloc(std::size_t nmemb, std::size_t sz);
 
+// So many blocks of sz bytes each, at less than the price of as many calls. All or none:
+// false if there is no memory.
+bool mymallocEach(void** blocks, std::size_t nb, std::size_t sz);
+
 // Moves the block to one of sz bytes in the same pool, contents kept up to the smaller
 // size. Null on failure; the old block is then untouched. A null ptr allocates.
 void* myrealloc(void* ptr, std::size_t sz);

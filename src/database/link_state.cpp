@@ -1,6 +1,7 @@
 #include "database/link_state.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "common/memory.h"
 #include "error/error.h"
@@ -11,37 +12,33 @@ namespace {
 
 using VecTable = DoubleVec[kClasses][kLevels];
 
-// The vector tables in the order in which each cell is set up.
 constexpr VecTable DBLinkState::*const kTables[] = {
     &DBLinkState::bbw, &DBLinkState::remoteBbw, &DBLinkState::fbw,
     &DBLinkState::remoteFbw};
 
-// Ends the vectors that exist: all, or those made before a failure.
-void endVectors(DBLinkState* ls) {
+// Most vectors have one element still.
+int copyVector(DoubleVec* dst, DoubleVec* src) {
+    if (dst->size != 1 || src->size != 1) return dblVecCopy(dst, src);
+    dst->top = src->top;
+    *dst->cont = *src->cont;
+    return 0;
+}
+
+// As dblVecInit makes them of size -1.
+int initVectors(DBLinkState* ls) {
+    constexpr std::size_t kVectors = std::size(kTables) * kClasses * kLevels;
+    void* blocks[kVectors];
+    if (!mymallocEach(blocks, kVectors, sizeof(double))) {
+        PUSH_ERROR(CRITICAL, "Critical lack of memory");
+        return FAIL_WITH(-1, "Unable to create link state");
+    }
+    void** block = blocks;
     for (auto table : kTables)
         for (auto& row : ls->*table)
-            for (DoubleVec& vec : row)
-                if (vec.cont != nullptr) dblVecEnd(&vec);
-}
-
-// As dblVecInit makes it of size -1. A state has hundreds of them.
-bool initVector(DoubleVec* vec) {
-    auto* cont = static_cast<double*>(mymalloc(sizeof(double)));
-    if (cont == nullptr) return false;
-    *cont = 0.0;
-    *vec = {1, 0, cont};
-    return true;
-}
-
-int initVectors(DBLinkState* ls) {
-    for (int oa = 0; oa < kClasses; oa++)
-        for (int p = 0; p < kLevels; p++)
-            for (auto table : kTables)
-                if (!initVector(&(ls->*table)[oa][p])) {
-                    endVectors(ls);
-                    PUSH_ERROR(CRITICAL, "Critical lack of memory");
-                    return FAIL_WITH(-1, "Unable to create link state");
-                }
+            for (DoubleVec& vec : row) {
+                vec = {1, 0, static_cast<double*>(*block++)};
+                *vec.cont = 0.0;
+            }
     return 0;
 }
 
@@ -71,7 +68,10 @@ int DBlinkStateDestroy(DBLinkState* ls) {
 
 int DBlinkStateEnd(DBLinkState* ls) {
     if (ls == nullptr) return FAIL_WITH(-1, "Bad argument (NULL)");
-    endVectors(ls);
+    for (auto table : kTables)
+        for (auto& row : ls->*table)
+            for (DoubleVec& vec : row)
+                if (vec.cont != nullptr) dblVecEnd(&vec);
     return 0;
 }
 
@@ -85,7 +85,7 @@ int DBlinkStateCopy(DBLinkState* dst, DBLinkState* src) {
     for (auto table : kTables)
         for (int oa = 0; oa < kClasses; oa++)
             for (int p = 0; p < kLevels; p++)
-                if (dblVecCopy(&(dst->*table)[oa][p], &(src->*table)[oa][p]) < 0)
+                if (copyVector(&(dst->*table)[oa][p], &(src->*table)[oa][p]) < 0)
                     complete = false;
     return complete ? 0 : FAIL_WITH(-1, "Link state copy uncomplete");
 }

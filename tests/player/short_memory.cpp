@@ -36,14 +36,18 @@ long restoreMemory() {
     return hasFailed ? 0 : before;
 }
 
-// The names are those of mymalloc, mycalloc and myrealloc.
+// The names are those of mymalloc, mymallocEach, mycalloc and myrealloc.
 extern "C" {
 void* __real__Z8mymallocm(std::size_t bytes);
+bool __real__Z12mymallocEachPPvmm(void** blocks, std::size_t nb, std::size_t bytes);
 void* __real__Z8mycallocmm(std::size_t number, std::size_t bytes);
 void* __real__Z9myreallocPvm(void* block, std::size_t bytes);
 
 void* __wrap__Z8mymallocm(std::size_t bytes) {
     return refuses(bytes) ? nullptr : __real__Z8mymallocm(bytes);
+}
+bool __wrap__Z12mymallocEachPPvmm(void** blocks, std::size_t nb, std::size_t bytes) {
+    return !refuses(bytes) && __real__Z12mymallocEachPPvmm(blocks, nb, bytes);
 }
 void* __wrap__Z8mycallocmm(std::size_t number, std::size_t bytes) {
     return refuses(number * bytes) ? nullptr : __real__Z8mycallocmm(number, bytes);
