@@ -8,9 +8,6 @@
 #include "database/database.h"
 #include "database/live/live.h"
 #include "database/live/restore.h"
-#include "error/error.h"
-
-#define ERROR_SOURCE "database/database.c"
 
 namespace {
 
@@ -390,14 +387,4 @@ DataBase* readDataBase(ByteReader* in) {
     if (in->isFine()) return dataBase;
     if (dataBase != nullptr) DBdestroy(dataBase);
     return nullptr;
-}
-
-DataBase* DBcopy(DataBase* dataBase) {
-    if (dataBase == nullptr) return FAIL_WITH(nullptr, "Bad argument (NULL)");
-    ByteWriter out;
-    writeDataBase(&out, dataBase);
-    if (!out.isFine()) return FAIL_WITH(nullptr, "Unable to copy: %s", out.wrong());
-    ByteReader in(out.data(), out.size());
-    DataBase* copy = readDataBase(&in);
-    return copy != nullptr ? copy : FAIL_WITH(nullptr, "Unable to copy: %s", in.wrong());
 }

@@ -1,6 +1,6 @@
-// A whole database as bytes, and copies of it.
+// A whole database as bytes.
 //
-// Private to the library but for DBcopy. The records are written as they are: counters,
+// Private to the library. The records are written as they are: counters,
 // capacities of tables and sums of bandwidth are history, which nothing could work out
 // again. docs/session-file.md has the layout.
 #pragma once

@@ -252,6 +252,26 @@ int checkHeader(const std::uint8_t* bytes, std::size_t nb) {
     return 0;
 }
 
+// Begins a session that is a copy of the loaded one, which others get only then.
+int beginCopy() {
+    const KeptSession kept;
+    if (beginSession() < 0) return -1;
+    const SessionItem* original = kept.item();
+    const ErrorList& stack = original->errorManager;
+    void* list = mycalloc(static_cast<std::size_t>(stack.size), sizeof(ErrorElem));
+    DataBase* copy = list != nullptr ? DBcopy(original->centralDB) : nullptr;
+    if (copy == nullptr) {
+        myfree(list);
+        return FAIL_WITH(-1, "Unable to copy the session: %s", kNoMemory);
+    }
+    centralDB = copy;
+    kavrilConfig = original->kavrilConfig;
+    errorDestroy();
+    errorManager = {stack.size, stack.top, static_cast<ErrorElem*>(list)};
+    std::copy_n(stack.list, stack.top, errorManager.list);
+    return 0;
+}
+
 }  // namespace
 
 DataBase* readSession(ByteReader* in, UsedNumbers* numbers) {
@@ -309,7 +329,6 @@ int saveFile(DataBase* dataBase, const UsedNumbers& numbers, const char* path) {
         return FAIL_WITH(-1, "Unable to save the session: %s", bytes.wrong());
     return replaceFile(path, bytes) == 0 ? 0
                                          : FAIL_WITH(-1, "Unable to save the session");
-    return 0;
 }
 
 DataBase* loadFile(const char* path, UsedNumbers* numbers) {
@@ -336,16 +355,5 @@ DataBase* DBload(const char* path) {
 }
 
 int copySession(int sessId) {
-    if (loadSession(sessId) < 0) return -1;
-    ByteWriter out;
-    writeSession(&out, centralDB, {});
-    if (beginSession() < 0) return -1;
-    ByteReader in(out.data(), out.size());
-    UsedNumbers none;
-    DataBase* copy = out.isFine() ? readSession(&in, &none) : nullptr;
-    if (copy == nullptr)
-        return FAIL_WITH(-1, "Unable to copy: %s",
-                         out.isFine() ? in.wrong() : out.wrong());
-    centralDB = copy;
-    return openSession();
+    return loadSession(sessId) >= 0 && beginCopy() == 0 ? openSession() : -1;
 }
