@@ -1,5 +1,8 @@
 // Booking on stored links, for good and on trial.
 
+#include <algorithm>
+#include <cstring>
+
 #include "database/live/live.h"
 #include "database/live/vectors.h"
 #include "database/reserved_bandwidth.h"
@@ -17,6 +20,10 @@ void reserve(const DBLink* link, int oa, const Need& worst, double (&rbw)[kLevel
 Need worstNow(const DBLink* link, int oa) {
     const LedgerClass* cls = link->ledger->classes[oa];
     return cls != nullptr ? cls->worst : Need{};
+}
+
+bool isZeroRow(const double (&row)[kLevels]) {
+    return std::all_of(row, row + kLevels, [](double x) { return x == 0.0; });
 }
 
 // What a booking changes in a class.
@@ -98,4 +105,22 @@ bool tryLink(DataBase* dataBase, const DBLink* link, const Booking& booking,
 
 void reservedNow(const DBLink* link, double (&rbw)[kClasses][kLevels]) {
     for (int oa = 0; oa < kClasses; oa++) reserve(link, oa, worstNow(link, oa), rbw[oa]);
+}
+
+void settleLink(const Live* live, DBLink* link) {
+    Ledger* ledger = link->ledger;
+    const DBLinkState* state = &link->state;
+    for (LedgerClass* cls : ledger->classes)
+        if (cls != nullptr) cls->worst = worstOf(cls, countedIn(live));
+    // rbw is whoever's the state is from until the first booking.
+    double rbw[kClasses][kLevels];
+    reservedNow(link, rbw);
+    ledger->occupied = ledger->stale = 0;
+    for (int oa = 0; oa < kClasses; oa++) {
+        if (ledger->classes[oa] != nullptr || !isZeroRow(state->pbw[oa]) ||
+            !isZeroRow(state->rbw[oa]))
+            ledger->occupied |= 1U << oa;
+        if (std::memcmp(rbw[oa], state->rbw[oa], sizeof rbw[oa]) != 0)
+            ledger->stale |= 1U << oa;
+    }
 }

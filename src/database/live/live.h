@@ -89,6 +89,10 @@ bool tryLink(DataBase* dataBase, const DBLink* link, const Booking& booking,
 // rbw of a stored link as its tables give it.
 void reservedNow(const DBLink* link, double (&rbw)[kClasses][kLevels]);
 
+// Works out what rests on the cells and sums of a link, which have been read: its worst
+// needs, which classes are in use, and in which of them rbw is not what the tables give.
+void settleLink(const Live* live, DBLink* link);
+
 // Puts the vectors of the link's state in step with its ledger, from now on. -1, with a
 // message, if they cannot grow.
 int mirrorLink(const DataBase* dataBase, DBLink* link);

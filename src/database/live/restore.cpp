@@ -1,7 +1,6 @@
 #include "database/live/restore.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "database/live/live.h"
 
@@ -76,27 +75,6 @@ void readIdle(ByteReader* in, DataBase* dataBase, DBLink* link, int oa) {
     noteIdle(live, link->ledger);
 }
 
-bool isZeroRow(const double (&row)[kLevels]) {
-    return std::all_of(row, row + kLevels, [](double x) { return x == 0.0; });
-}
-
-// Which classes are in use, and in which rbw is not what the tables give.
-void settle(const Live* live, DBLink* link) {
-    Ledger* ledger = link->ledger;
-    const DBLinkState* state = &link->state;
-    for (LedgerClass* cls : ledger->classes)
-        if (cls != nullptr) cls->worst = worstOf(cls, countedIn(live));
-    double rbw[kClasses][kLevels];
-    reservedNow(link, rbw);
-    for (int oa = 0; oa < kClasses; oa++) {
-        if (ledger->classes[oa] != nullptr || !isZeroRow(state->pbw[oa]) ||
-            !isZeroRow(state->rbw[oa]))
-            ledger->occupied |= 1U << oa;
-        if (std::memcmp(rbw[oa], state->rbw[oa], sizeof rbw[oa]) != 0)
-            ledger->stale |= 1U << oa;
-    }
-}
-
 }  // namespace
 
 void writeCells(ByteWriter* out, const Ledger* ledger) {
@@ -147,5 +125,5 @@ void readCells(ByteReader* in, DataBase* dataBase, DBLink* link) {
         readKeyed(in, dataBase, link->ledger, oa);
         readIdle(in, dataBase, link, oa);
     }
-    if (in->isFine()) settle(dataBase->live, link);
+    if (in->isFine()) settleLink(dataBase->live, link);
 }

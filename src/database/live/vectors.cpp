@@ -1,7 +1,5 @@
 #include "database/live/vectors.h"
 
-#include <cstring>
-
 #include "common/vector.h"
 #include "database/database_util.h"
 #include "database/live/live.h"
@@ -10,10 +8,6 @@
 #define ERROR_SOURCE "database/database.c"
 
 namespace {
-
-bool isZeroRow(const double (&row)[kLevels]) {
-    return std::all_of(row, row + kLevels, [](double x) { return x == 0.0; });
-}
 
 // Adds an element of the vectors to the ledger.
 bool addElement(DataBase* dataBase, DBLink* link, bool freed, int oa, int level,
@@ -63,8 +57,7 @@ bool readVectors(DataBase* dataBase, DBLink* link) {
     Ledger* ledger = link->ledger;
     DBLinkState* state = &link->state;
     ledger->occupied = ledger->stale = (1U << kClasses) - 1;
-    unsigned occupied = 0;
-    for (int oa = 0; oa < kClasses; oa++) {
+    for (int oa = 0; oa < kClasses; oa++)
         for (int p = 0; p < kLevels; p++)
             for (const bool freed : {false, true}) {
                 const DoubleVec* vec = &(freed ? state->fbw : state->bbw)[oa][p];
@@ -75,19 +68,7 @@ bool readVectors(DataBase* dataBase, DBLink* link) {
                         return false;
                 }
             }
-        if (ledger->classes[oa] != nullptr || !isZeroRow(state->pbw[oa]) ||
-            !isZeroRow(state->rbw[oa]))
-            occupied |= 1U << oa;
-        if (LedgerClass* cls = ledger->classes[oa]; cls != nullptr)
-            cls->worst = worstOf(cls, countedIn(dataBase->live));
-    }
-    ledger->occupied = occupied;
-    // rbw is the caller's until the first booking.
-    double rbw[kClasses][kLevels];
-    reservedNow(link, rbw);
-    for (int oa = 0; oa < kClasses; oa++)
-        if (std::memcmp(rbw[oa], state->rbw[oa], sizeof rbw[oa]) == 0)
-            ledger->stale &= ~(1U << oa);
+    settleLink(dataBase->live, link);
     return true;
 }
 
