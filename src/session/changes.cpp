@@ -25,12 +25,17 @@ enum Kind : std::uint8_t {
     SWITCHES
 };
 
+// Whether a message from so many on has a word of these.
+bool isSaid(Long from, std::initializer_list<const char*> words) {
+    for (Long i = from; i < errorManager.top; i++)
+        for (const char* word : words)
+            if (std::strstr(errorManager.list[i].message, word) != nullptr) return true;
+    return false;
+}
+
 // Whether a call that failed may have changed something: it says so, or memory has ended.
 bool mayHaveChanged(Long from) {
-    for (Long i = from; i < errorManager.top; i++)
-        for (const char* part : {"uncomplete", "memory", "resize"})
-            if (std::strstr(errorManager.list[i].message, part) != nullptr) return true;
-    return false;
+    return isSaid(from, {"uncomplete", "memory", "resize"});
 }
 
 bool isSame(const PredicateConfig& a, const PredicateConfig& b) {
@@ -160,8 +165,12 @@ int SCremoveLSP(Long id) {
 }
 
 int replay(ByteReader* records) {
-    while (records->left() > 0)
-        if (replayOne(records) < 0 || !records->isFine())
-            return FAIL_WITH(-1, "It contradicts itself: a change that cannot be made");
+    const Long from = errorManager.top;
+    while (records->left() > 0) {
+        if (replayOne(records) == 0 && records->isFine()) continue;
+        if (isSaid(from, {"memory", "resize"})) return FAIL_WITH(-1, "%s", kNoMemory);
+        errorManager.top = from;
+        return FAIL_WITH(-1, "It is damaged: a change in it cannot be made");
+    }
     return 0;
 }

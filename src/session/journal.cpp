@@ -146,9 +146,11 @@ int recover(Journal* journal) {
     const KAVRILConfig config = kavrilConfig;
     {
         Statement base(journal, "SELECT session FROM base");
-        DataBase* loaded =
-            base.next() ? readFile(base.blob(), base.size(), &journal->numbers) : nullptr;
-        if (loaded == nullptr) return FAIL_WITH(-1, "It is damaged: it has no base");
+        if (!base.next())
+            return base.isDone() ? FAIL_WITH(-1, "It is damaged: it has no base")
+                                 : failed(journal);
+        DataBase* loaded = readFile(base.blob(), base.size(), &journal->numbers);
+        if (loaded == nullptr) return -1;
         journal->baseSize = base.size();
         centralDB = loaded;
     }
@@ -160,6 +162,10 @@ int recover(Journal* journal) {
         DBdestroy(empty);
         return 0;
     }
+    // The base came with its messages: they are not about this.
+    ErrorElem* const said = errorManager.list;
+    errorManager.top = static_cast<Long>(
+        std::copy(said + messages, said + errorManager.top, said) - said);
     DBdestroy(centralDB);
     centralDB = empty;
     kavrilConfig = config;

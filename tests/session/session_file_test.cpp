@@ -6,7 +6,9 @@
 #include <fstream>
 #include <random>
 
+#include "session/changes.h"
 #include "session/contents.h"
+#include "session/journal.h"
 #include "support/support.h"
 
 using Bytes = std::vector<std::uint8_t>;
@@ -185,4 +187,66 @@ TEST_F(SessionFiles, CopiesAreMadeWholeOrNotAtAll) {
     EXPECT_EQ(0, DBremoveNode(copy, 3));
     EXPECT_NE(net_.print(), output(DBprintDB, copy));
     DBdestroy(copy);
+}
+
+namespace {
+
+struct RefusedJournal {
+    const char* change;  // in SQL; null for garbage behind the first page
+    const char* why;
+};
+const RefusedJournal kRefusedJournals[] = {
+    {"PRAGMA user_version = 2", "It has version 2, this library reads up to version 1"},
+    {"PRAGMA application_id = 1", "It is a database, but no journal"},
+    {"DELETE FROM base", "It is damaged: it has no base"},
+    {"UPDATE base SET session = substr(session, 1, 60)", "It is cut off after 60 bytes"},
+    {"UPDATE base SET session = session || x'00'", "It is damaged: 1 bytes too many"},
+    {"UPDATE changes SET records = x'63'",
+     "It is damaged: a change in it cannot be made"},
+    {"UPDATE changes SET records = substr(records, 1, 3)",
+     "It is damaged: a change in it cannot be made"},
+    {"UPDATE changes SET records = records || records",
+     "It is damaged: a change in it cannot be made"},
+    {nullptr, "database disk image is malformed"},
+};
+
+void openEmpty() {
+    beginSession();
+    centralDB = DBnew(0);
+    openSession();
+}
+
+}  // namespace
+
+TEST_F(SessionFiles, JournalsThatCannotBeReadAreLeftAlone) {
+    UsedNumbers numbers = {2, 8};
+    for (const auto& [change, why] : kRefusedJournals) {
+        std::filesystem::remove(file());
+        openEmpty();
+        addError(INFO, "kept");
+        ASSERT_EQ(0, openJournal(file().c_str(), false, &numbers));
+        EXPECT_EQ(0, SCaddNode(3));
+        errorManager.top = 0;
+        closeSession();
+        if (change == nullptr) {
+            Bytes bytes = bytesIn(file());
+            std::fill(bytes.begin() + 1024, bytes.end(), 0xFF);
+            write(file(), bytes);
+        } else {
+            const Sqlite* sqlite = loadSqlite();
+            sqlite3* db = nullptr;
+            sqlite->open(file().c_str(), &db, kSqliteReadWrite, nullptr);
+            EXPECT_EQ(kSqliteOk, sqlite->exec(db, change, nullptr, nullptr, nullptr));
+            sqlite->close(db);
+        }
+        const Bytes before = bytesIn(file());
+        openEmpty();
+        EXPECT_EQ(-1, openJournal(file().c_str(), false, &numbers));
+        EXPECT_THAT(errorTexts().back(), HasSubstr(why));
+        EXPECT_EQ(0, DBgetNbNodes(centralDB));
+        closeSession();
+        EXPECT_EQ(before, bytesIn(file())) << why;
+        EXPECT_EQ(1, std::distance(std::filesystem::directory_iterator(folder_), {}));
+    }
+    errorInit();
 }
