@@ -111,6 +111,9 @@ void printJobs(const Options& options);
 // threads.cpp
 void printThreads(const Options& options);
 
+// journal.cpp
+void printJournal(const Options& options);
+
 template <class Work>
 double timed(Work work) {
     const double start = secondsNow();

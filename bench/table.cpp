@@ -268,6 +268,7 @@ int main(int argc, char** argv) {
         }
         printOdd(options);
         printThreads(options);
+        printJournal(options);
         printJobs(options);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "%s\n", e.what());
