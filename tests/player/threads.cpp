@@ -1,5 +1,8 @@
+#include <unistd.h>
+
 #include <array>
 #include <atomic>
+#include <filesystem>
 #include <mutex>
 #include <random>
 #include <shared_mutex>
@@ -7,6 +10,7 @@
 
 #include "database/live/live.h"
 #include "player/play.h"
+#include "session/journal.h"
 #include "session/session_file.h"
 #include "support/entry_points.h"
 
@@ -18,6 +22,9 @@ std::array<std::atomic<jint>, 4> sharedIds;
 // Whoever calls a session by a number just read holds this, and nobody gets past the last
 // slots meanwhile: numbers are given out again once the slots have gone round.
 std::shared_mutex goingRound;
+
+const std::filesystem::path kFolder = std::filesystem::temp_directory_path() /
+                                      ("kavril_threads-" + std::to_string(getpid()));
 
 // Makes calls on the shared sessions between those of a player.
 class Visitor {
@@ -33,6 +40,7 @@ class Visitor {
         for (jint node = 0; node < kNodes; node++) addNodeEntry(env_, object_, node);
         for (jint i = 0; i < 2 * kNodes; i++)
             addLink(i / 2, (i / 2 + 1 + i % 2) % kNodes);
+        if (below(2) == 0) keepJournal();
         return FakeVm::sessId(object_);
     }
 
@@ -82,11 +90,28 @@ class Visitor {
                      nullptr, nullptr, nullptr);
     }
 
+    void keepJournal() {
+        static std::atomic<int> begun = 0;
+        UsedNumbers numbers = {3, 8};
+        loadSession(FakeVm::sessId(object_));
+        const std::filesystem::path path = kFolder / std::to_string(begun++);
+        expect(0, openJournal(path.c_str(), false, &numbers), "a journal");
+        saveCntx(currentSessId);
+    }
+
+    void commit() {
+        if (loadSession(FakeVm::sessId(object_)) >= 0)
+            expect(0, commitJournal(), "what is written to a journal");
+        saveCntx(currentSessId);
+    }
+
     void call() {
         const jint id = jint(below(40)), src = jint(below(kNodes)),
                    dst = jint(below(kNodes)), level = jint(below(8));
         const jboolean place = below(4) != 0, preempt = below(2) != 0;
-        switch (below(8)) {
+        switch (below(9)) {
+            case 5:
+                return commit();
             case 0:
                 return removeLSPEntry(env_, object_, id);
             case 1:
@@ -132,6 +157,7 @@ class Visitor {
 long playInThreads(long threads, long from, long to,
                    const std::function<Input(long)>& inputAt, std::string* wrong) {
     const Long before = allocatedMemory;
+    std::filesystem::create_directory(kFolder);
     std::atomic<long> calls = 0;
     std::mutex telling;
     auto play = [&](long first) {
@@ -154,6 +180,7 @@ long playInThreads(long threads, long from, long to,
         for (std::thread& thread : all) thread.join();
         for (const std::atomic<jint>& id : sharedIds) host.kill(id);
     }
+    std::filesystem::remove_all(kFolder);
     if (wrong->empty() && nbSessions != 0) *wrong = "sessions are left";
     if (wrong->empty() && allocatedMemory != before) *wrong = "memory is left";
     return calls;
