@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <ctime>
 #include <fstream>
 #include <numeric>
 #include <stdexcept>
@@ -42,6 +43,12 @@ double meanReserved(const State& state) {
 double secondsNow() {
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
     return std::chrono::duration<double>(now).count();
+}
+
+double threadSecondsNow() {
+    timespec time;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
 double quantile(std::vector<double> values, double q) {

@@ -142,4 +142,8 @@ class Muted {
 
 double secondsNow();
 
+// Seconds that this thread has had of a processor. On a machine with other work the clock
+// says little; on an idle one the two differ by what is waited for.
+double threadSecondsNow();
+
 double quantile(std::vector<double> values, double q);

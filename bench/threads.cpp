@@ -3,7 +3,6 @@
 
 #include <sys/resource.h>
 
-#include <ctime>
 #include <future>
 #include <optional>
 
@@ -33,13 +32,9 @@ struct Work {
 };
 
 Work soFar() {
-    timespec time;
     rusage usage;
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
     getrusage(RUSAGE_THREAD, &usage);
-    return {0,
-            static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec),
-            usage.ru_nvcsw};
+    return {0, threadSecondsNow(), usage.ru_nvcsw};
 }
 
 class Controller {
@@ -117,8 +112,7 @@ class Controller {
 
 }  // namespace
 
-// By turns. Time is that of the processors that the threads have had: on a machine with
-// other work that of the clock says nothing, and on an idle one they differ by the waits.
+// By turns.
 void printThreads(const Options& options) {
     if (!options.wants(kName)) return;
     std::fprintf(stderr, "%s ...\n", kName);
