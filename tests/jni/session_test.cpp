@@ -102,5 +102,6 @@ TEST_F(Sessions, KeepTheirStateApartAndReleaseStacksThatNobodyOwns) {
         EXPECT_EQ(-1, loadSession(id));  // without a stack for the message
         EXPECT_EQ(nullptr, centralDB);
     }
-    EXPECT_EQ(0, beginSession());  // its stack is the fixture's to release
+    EXPECT_EQ(0, beginSession());
+    leaveSession();  // its stack is the fixture's to release
 }
