@@ -341,6 +341,8 @@ void readState(ByteReader* in, DBLinkState* state) {
 }
 
 void writeLsp(ByteWriter* out, const DBLabelSwitchedPath* lsp) {
+    if (std::isnan(lsp->bw[0]))
+        out->refuse("the bandwidth of an LSP in class 0 is not a number");
     out->number(lsp->noContentionId);
     out->byte(static_cast<std::uint8_t>(lsp->precedence));
     out->amounts(lsp->bw, kClasses);

@@ -1,7 +1,10 @@
 #include "session/session_file.h"
 
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <cmath>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -41,6 +44,23 @@ Bytes sealed(Bytes bytes) {
     return bytes;
 }
 
+// While it lives, files cannot grow beyond a size: as on a full disk.
+class FullDisk {
+  public:
+    explicit FullDisk(rlim_t size) {
+        signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit now = {size, before_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &now);
+    }
+    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &before_); }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+
+  private:
+    rlimit before_;
+};
+
 // Gaps in ids, a link and a node that went from under LSPs, reservations that are stale,
 // a state in somebody's hands, a message.
 class SessionFiles : public KavrilTest {
@@ -65,6 +85,9 @@ class SessionFiles : public KavrilTest {
         NBOA = NBPL = 0;
     }
 
+    std::ptrdiff_t nbFiles() const {
+        return std::distance(std::filesystem::directory_iterator(folder_), {});
+    }
     std::string file() const { return folder_ + "/session"; }
     Bytes saved() {
         EXPECT_EQ(0, DBsave(net_, file().c_str()));
@@ -101,10 +124,25 @@ TEST_F(SessionFiles, HaveTheSameBytesEverywhereAndAgain) {
     EXPECT_EQ(bytes, bytesIn(file()));
     EXPECT_EQ(net_.print(), output(DBprintDB, loaded));
     DBdestroy(loaded);
-    EXPECT_EQ(1, std::distance(std::filesystem::directory_iterator(folder_), {}));
-    EXPECT_EQ(-1, DBsave(net_, (folder_ + "/none/session").c_str()));
-    EXPECT_THAT(errorTexts(), ElementsAre("Unable to save the session",
-                                          HasSubstr("No such file"), "kept"));
+    EXPECT_EQ(1, nbFiles());
+}
+
+TEST_F(SessionFiles, StayWhatTheyWereWhereNothingCanBeWritten) {
+    const Bytes bytes = saved();
+    auto refusalToSave = [&](const std::string& path) {
+        errorManager.top = 0;
+        EXPECT_EQ(-1, DBsave(net_, path.c_str()));
+        return errorTexts().back();
+    };
+    EXPECT_THAT(refusalToSave(folder_ + "/none/session"), HasSubstr("No such file"));
+    {
+        const FullDisk disk(bytes.size() - 1);
+        EXPECT_THAT(refusalToSave(file()), HasSubstr("File too large"));
+    }
+    EXPECT_EQ(0, net_.add(Lsp(9, {0, 3}, NAN)));
+    EXPECT_THAT(refusalToSave(file()), HasSubstr("not a number"));
+    EXPECT_EQ(bytes, bytesIn(file()));
+    EXPECT_EQ(1, nbFiles());
 }
 
 TEST_F(SessionFiles, AreRefusedWithTheReason) {
@@ -246,7 +284,27 @@ TEST_F(SessionFiles, JournalsThatCannotBeReadAreLeftAlone) {
         EXPECT_EQ(0, DBgetNbNodes(centralDB));
         closeSession();
         EXPECT_EQ(before, bytesIn(file())) << why;
-        EXPECT_EQ(1, std::distance(std::filesystem::directory_iterator(folder_), {}));
+        EXPECT_EQ(1, nbFiles());
     }
+    errorInit();
+}
+
+TEST_F(SessionFiles, JournalsGetLaterWhatCouldNotBeWritten) {
+    UsedNumbers numbers = {2, 8};
+    openEmpty();
+    ASSERT_EQ(0, openJournal(file().c_str(), false, &numbers));
+    {
+        const FullDisk disk(0);
+        EXPECT_EQ(0, SCaddNode(3));
+        EXPECT_EQ(-1, commitJournal());
+        EXPECT_EQ(1, errorTexts().size());
+    }
+    EXPECT_EQ(0, SCaddNode(4));
+    EXPECT_EQ(0, commitJournal());
+    closeSession();
+    openEmpty();
+    EXPECT_EQ(0, openJournal(file().c_str(), false, &numbers));
+    EXPECT_EQ(2, DBgetNbNodes(centralDB));
+    closeSession();
     errorInit();
 }
