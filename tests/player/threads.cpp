@@ -26,6 +26,12 @@ std::shared_mutex goingRound;
 const std::filesystem::path kFolder = std::filesystem::temp_directory_path() /
                                       ("kavril_threads-" + std::to_string(getpid()));
 
+std::unique_lock<std::shared_mutex> roomToOpen() {
+    std::unique_lock lock(goingRound, std::defer_lock);
+    if (lastSession >= kMaxSessions - 32) lock.lock();
+    return lock;
+}
+
 // Makes calls on the shared sessions between those of a player.
 class Visitor {
   public:
@@ -33,21 +39,24 @@ class Visitor {
     ~Visitor() { kill(own_); }
 
     jint open() {
-        std::unique_lock lock(goingRound, std::defer_lock);
-        if (lastSession >= kMaxSessions - 32) lock.lock();
+        const auto lock = roomToOpen();
         initKavril(env_, object_, 3, 8, JNI_FALSE, JNI_FALSE, JNI_TRUE, 0, 0, 0, 0, 0, 0,
                    1, vm_.rows({3, std::vector<float>(8)}));
         for (jint node = 0; node < kNodes; node++) addNodeEntry(env_, object_, node);
         for (jint i = 0; i < 2 * kNodes; i++)
             addLink(i / 2, (i / 2 + 1 + i % 2) % kNodes);
-        if (below(2) == 0) keepJournal();
-        return FakeVm::sessId(object_);
+        static std::atomic<int> begun = 0;
+        const std::filesystem::path path = kFolder / std::to_string(begun++);
+        UsedNumbers numbers = {3, 8};
+        loadSession(FakeVm::sessId(object_));
+        if (begun % 2 == 0)
+            expect(0, openJournal(path.c_str(), false, &numbers), "a journal");
+        return saveCntx(currentSessId);
     }
 
     // -1 if somebody has killed it.
     static jint copy(jint id) {
-        std::unique_lock lock(goingRound, std::defer_lock);
-        if (lastSession >= kMaxSessions - 32) lock.lock();
+        const auto lock = roomToOpen();
         const jint copied = copySession(id);
         leaveSession();
         return copied;
@@ -88,15 +97,6 @@ class Visitor {
         addLinkEntry(env_, object_, src * kNodes + dst, 0, src, dst,
                      vm_.floats({90, 90, 90}), vm_.rows({3, std::vector<float>(8)}),
                      nullptr, nullptr, nullptr);
-    }
-
-    void keepJournal() {
-        static std::atomic<int> begun = 0;
-        UsedNumbers numbers = {3, 8};
-        loadSession(FakeVm::sessId(object_));
-        const std::filesystem::path path = kFolder / std::to_string(begun++);
-        expect(0, openJournal(path.c_str(), false, &numbers), "a journal");
-        saveCntx(currentSessId);
     }
 
     void commit() {
