@@ -117,6 +117,10 @@ TEST_F(SessionFiles, HaveTheSameBytesEverywhereAndAgain) {
     EXPECT_TRUE(kavrilConfig.predicateConfig.capacityClause);
     EXPECT_EQ(0, DBsave(loaded, file().c_str()));
     EXPECT_EQ(bytes, bytesIn(file()));
+    DataBase* copy = DBcopy(loaded);
+    EXPECT_EQ(0, DBsave(copy, file().c_str()));
+    EXPECT_EQ(bytes, bytesIn(file()));
+    DBdestroy(copy);
     EXPECT_EQ(net_.print(), output(DBprintDB, loaded));
     DBdestroy(loaded);
     EXPECT_EQ(1, nbFiles());
