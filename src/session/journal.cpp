@@ -139,6 +139,16 @@ int replayAll(Journal* journal) {
     return rows.isDone() ? 0 : failed(journal);
 }
 
+// Makes the stack what it was with so many messages and slots.
+void forgetMessages(Long messages, Long slots) {
+    errorManager.top = messages;
+    void* list =
+        myrealloc(errorManager.list, static_cast<std::size_t>(slots) * sizeof(ErrorElem));
+    if (list == nullptr) return;
+    errorManager.list = static_cast<ErrorElem*>(list);
+    errorManager.size = slots;
+}
+
 // Puts the session that the journal holds in place of the loaded one, which comes back if
 // that fails.
 int recover(Journal* journal) {
@@ -155,9 +165,10 @@ int recover(Journal* journal) {
         centralDB = loaded;
     }
     const Long messages = errorManager.top;
+    const Long slots = errorManager.size;
     const int ret = replayAll(journal);
     if (ret == 0) {
-        errorManager.top = messages;  // what was said then has been read
+        forgetMessages(messages, slots);  // what was said then has been read
         journal->switches = kavrilConfig.predicateConfig;
         DBdestroy(empty);
         return 0;
