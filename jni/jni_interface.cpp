@@ -11,6 +11,7 @@
 #include "database/database.h"
 #include "jni_arguments.h"
 #include "jni_diagnostics.h"
+#include "jni_state.h"
 #include "jni_storage.h"
 #include "jni_support.h"
 #include "session/changes.h"
@@ -104,6 +105,7 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniinitKavril(
     jobjectArray reroutingScorecoef) {
     registerDiagnostics(env);
     registerStorage(env);
+    registerState(env);
     const std::lock_guard<std::mutex> lock(initialising);
     const Leaving leaving;
     jfieldID sessIdField = fieldId(env, obj, "sessId", "I");

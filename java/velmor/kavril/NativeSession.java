@@ -2,7 +2,6 @@ package velmor.kavril;
 
 import java.io.IOException;
 import java.io.UncheckedIOException;
-import java.nio.IntBuffer;
 import java.nio.charset.Charset;
 import java.nio.file.Path;
 import java.util.Arrays;
@@ -157,15 +156,6 @@ final class NativeSession implements Runnable {
                 + Reason.of(takeMessages(), "the library gives no reason")));
     }
 
-    /** What is in the session's network. */
-    synchronized Inventory inventory() {
-        int[] contents = call(() -> "", () -> "", session -> Storage.contents(session.sessId));
-        if (contents == null) {
-            throw new OutOfMemoryError("no memory for what is in the session");
-        }
-        return new Inventory(IntBuffer.wrap(contents));
-    }
-
     /** A file's name as the library hands it to the system. */
     private static byte[] bytes(Path path) {
         String name = path.toFile().getAbsolutePath();
@@ -206,6 +196,11 @@ final class NativeSession implements Runnable {
             throw new OutOfMemoryError("no memory for the text of the session's tables");
         }
         return text;
+    }
+
+    /** Its number in the library, for those whom {@link #call} has let in. */
+    int sessId() {
+        return raw.sessId;
     }
 
     synchronized boolean isOpen() {
