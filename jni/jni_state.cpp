@@ -1,6 +1,7 @@
 #include "jni_state.h"
 
 #include <iterator>
+#include <limits>
 
 #include "common/bytes.h"
 #include "common/setup.h"
@@ -32,14 +33,23 @@ void writeNodes(ByteWriter* out, const LongList& path) {
 void writeLsp(ByteWriter* out, const DBLabelSwitchedPath* lsp) {
     const Long oa = classOf(lsp);
     out->number(lsp->id);
-    out->byte(lsp->type);
-    out->byte(static_cast<std::uint8_t>(lsp->precedence));
-    out->byte(static_cast<std::uint8_t>(oa));
+    out->number(lsp->type);
+    out->number(lsp->precedence);
+    out->number(oa);
     out->amount(lsp->bw[oa < 0 ? 0 : oa]);
     writeNodes(out, lsp->path);
     if (!isBackup(lsp->type)) return;
     out->number(lsp->primID);
     writeNodes(out, lsp->primPath);
+}
+
+// A bit for each amount that is not 0, and these.
+void writeRow(ByteWriter* out, const double (&row)[8]) {
+    Long present = 0;
+    for (int i = 0; i < 8; i++) present |= row[i] != 0.0 ? 1 << i : 0;
+    out->number(present);
+    for (double amount : row)
+        if (amount != 0.0) out->amount(amount);
 }
 
 void writeLink(ByteWriter* out, const DBLink* link) {
@@ -48,9 +58,9 @@ void writeLink(ByteWriter* out, const DBLink* link) {
     out->number(link->ledger->tail);
     out->number(link->ledger->head);
     out->number(state.color);
-    out->amounts(state.cap, kClasses);
-    out->amounts(&state.pbw[0][0], kClasses * kLevels);
-    out->amounts(&state.rbw[0][0], kClasses * kLevels);
+    writeRow(out, state.cap);
+    for (const auto& levels : state.pbw) writeRow(out, levels);
+    for (const auto& levels : state.rbw) writeRow(out, levels);
 }
 
 // Nodes, links and LSPs, each in the order of their ids with a 1 before it and a 0 behind
@@ -58,25 +68,25 @@ void writeLink(ByteWriter* out, const DBLink* link) {
 void writeAll(ByteWriter* out, const DataBase* dataBase) {
     for (Long id = 0; id < dataBase->nodeVec.top; id++) {
         if (dataBase->nodeVec.cont[id] == nullptr) continue;
-        out->byte(1);
+        out->number(1);
         out->number(id);
     }
-    out->byte(0);
+    out->number(0);
     for (Long id = 0; id < dataBase->linkSrcVec.top; id++) {
         const DBLink* link =
             findLink(&dataBase->linkTab, endOf(&dataBase->linkSrcVec, id),
                      endOf(&dataBase->linkDstVec, id));
         if (link == nullptr) continue;
-        out->byte(1);
+        out->number(1);
         writeLink(out, link);
     }
-    out->byte(0);
+    out->number(0);
     for (Long id = 0; id < dataBase->lspVec.size; id++) {
         if (dataBase->lspVec.cont[id] == nullptr) continue;
-        out->byte(1);
+        out->number(1);
         writeLsp(out, dataBase->lspVec.cont[id]);
     }
-    out->byte(0);
+    out->number(0);
 }
 
 // The LSPs of a link's list, each once.
@@ -92,43 +102,51 @@ bool writeLspsOn(ByteWriter* out, const DataBase* dataBase, Long src, Long dst) 
     longListSort(&ids);
     for (Long i = 0; i < ids.top; i++) {
         if (i > 0 && ids.cont[i] == ids.cont[i - 1]) continue;
-        out->byte(1);
+        out->number(1);
         writeLsp(out, findLSP(&dataBase->lspVec, ids.cont[i]));
     }
-    out->byte(0);
+    out->number(0);
     return true;
+}
+
+// An array of what has been written; null, an exception pending, if there is no memory.
+jintArray toJava(JNIEnv* env, const ByteWriter& out) {
+    const std::size_t nb = out.size() / sizeof(Long);
+    jintArray array = nullptr;
+    if (out.isFine() && nb <= static_cast<std::size_t>(std::numeric_limits<jsize>::max()))
+        array = env->NewIntArray(static_cast<jsize>(nb));
+    void* to =
+        array != nullptr ? env->GetPrimitiveArrayCritical(array, nullptr) : nullptr;
+    if (to == nullptr) {
+        throwByName(env, kOutOfMemory);
+        return nullptr;
+    }
+    ByteReader(out.data(), out.size())
+        .numbers(static_cast<jint*>(to), static_cast<Long>(nb));
+    env->ReleasePrimitiveArrayCritical(array, to, 0);
+    return array;
 }
 
 // What write(out) writes of the session; null if it is not live or write says that there
 // is no such thing. The session is left before any Java is run.
 template <class Write>
-jbyteArray read(JNIEnv* env, jint sessId, Write write) {
+jintArray read(JNIEnv* env, jint sessId, Write write) {
     ByteWriter out;
     const Leaving leaving;
     if (loadSession(sessId) < 0) return nullptr;
     const bool isThere = write(&out);
     saveCntx(sessId);
-    if (!isThere) return nullptr;
-    const auto size = static_cast<jsize>(out.size());
-    jbyteArray bytes = nullptr;
-    if (out.isFine() && static_cast<std::size_t>(size) == out.size() && size >= 0)
-        bytes = env->NewByteArray(size);
-    if (bytes == nullptr)
-        throwByName(env, kOutOfMemory);
-    else
-        env->SetByteArrayRegion(bytes, 0, size,
-                                reinterpret_cast<const jbyte*>(out.data()));
-    return bytes;
+    return isThere ? toJava(env, out) : nullptr;
 }
 
-jbyteArray readAll(JNIEnv* env, jclass, jint sessId) {
+jintArray readAll(JNIEnv* env, jclass, jint sessId) {
     return read(env, sessId, [](ByteWriter* out) {
         writeAll(out, centralDB);
         return true;
     });
 }
 
-jbyteArray readLsp(JNIEnv* env, jclass, jint sessId, jint id) {
+jintArray readLsp(JNIEnv* env, jclass, jint sessId, jint id) {
     return read(env, sessId, [=](ByteWriter* out) {
         const DBLabelSwitchedPath* found = findLSP(&centralDB->lspVec, id);
         if (found != nullptr) writeLsp(out, found);
@@ -136,7 +154,7 @@ jbyteArray readLsp(JNIEnv* env, jclass, jint sessId, jint id) {
     });
 }
 
-jbyteArray readLink(JNIEnv* env, jclass, jint sessId, jint src, jint dst) {
+jintArray readLink(JNIEnv* env, jclass, jint sessId, jint src, jint dst) {
     return read(env, sessId, [=](ByteWriter* out) {
         const DBLink* found = findLink(&centralDB->linkTab, src, dst);
         if (found != nullptr) writeLink(out, found);
@@ -144,7 +162,7 @@ jbyteArray readLink(JNIEnv* env, jclass, jint sessId, jint src, jint dst) {
     });
 }
 
-jbyteArray lspsOn(JNIEnv* env, jclass, jint sessId, jint src, jint dst) {
+jintArray lspsOn(JNIEnv* env, jclass, jint sessId, jint src, jint dst) {
     return read(env, sessId,
                 [=](ByteWriter* out) { return writeLspsOn(out, centralDB, src, dst); });
 }
@@ -165,7 +183,7 @@ jboolean hasLsp(JNIEnv*, jclass, jint sessId, jint id) {
 
 // The ids that list(ids) lists.
 template <class List>
-jbyteArray idsOf(JNIEnv* env, jint sessId, List list) {
+jintArray idsOf(JNIEnv* env, jint sessId, List list) {
     return read(env, sessId, [=](ByteWriter* out) {
         ScopedLongList ids;
         if (longVecInit(&ids, -1) < 0 || list(&ids) < 0)
@@ -176,12 +194,12 @@ jbyteArray idsOf(JNIEnv* env, jint sessId, List list) {
     });
 }
 
-jbyteArray backupsOf(JNIEnv* env, jclass, jint sessId, jint id) {
+jintArray backupsOf(JNIEnv* env, jclass, jint sessId, jint id) {
     return idsOf(env, sessId,
                  [=](LongList* ids) { return DBlistBackups(centralDB, id, ids); });
 }
 
-jbyteArray dependants(JNIEnv* env, jclass, jint sessId, jint src, jint dst) {
+jintArray dependants(JNIEnv* env, jclass, jint sessId, jint src, jint dst) {
     return idsOf(env, sessId, [=](LongList* ids) {
         return DBlistDependants(centralDB, src, dst, ids);
     });
@@ -191,12 +209,12 @@ jbyteArray dependants(JNIEnv* env, jclass, jint sessId, jint src, jint dst) {
 
 void registerState(JNIEnv* env) {
     const JNINativeMethod methods[] = {
-        nativeMethod("all", "(I)[B", reinterpret_cast<void*>(readAll)),
-        nativeMethod("lsp", "(II)[B", reinterpret_cast<void*>(readLsp)),
-        nativeMethod("link", "(III)[B", reinterpret_cast<void*>(readLink)),
-        nativeMethod("lspsOn", "(III)[B", reinterpret_cast<void*>(lspsOn)),
-        nativeMethod("backupsOf", "(II)[B", reinterpret_cast<void*>(backupsOf)),
-        nativeMethod("dependants", "(III)[B", reinterpret_cast<void*>(dependants)),
+        nativeMethod("all", "(I)[I", reinterpret_cast<void*>(readAll)),
+        nativeMethod("lsp", "(II)[I", reinterpret_cast<void*>(readLsp)),
+        nativeMethod("link", "(III)[I", reinterpret_cast<void*>(readLink)),
+        nativeMethod("lspsOn", "(III)[I", reinterpret_cast<void*>(lspsOn)),
+        nativeMethod("backupsOf", "(II)[I", reinterpret_cast<void*>(backupsOf)),
+        nativeMethod("dependants", "(III)[I", reinterpret_cast<void*>(dependants)),
         nativeMethod("hasNode", "(II)Z", reinterpret_cast<void*>(hasNode)),
         nativeMethod("hasLsp", "(II)Z", reinterpret_cast<void*>(hasLsp)),
     };

@@ -14,7 +14,6 @@ public final class NetworkState {
     private final List<Link> links;
     private final List<Lsp> lsps;
     private final Map<Long, Link> linksByEnds = new HashMap<>();
-    private final Map<Integer, Lsp> lspsById = new HashMap<>();
     private final Map<Integer, List<Lsp>> backups = new HashMap<>();
 
     /** Takes the lists over. */
@@ -25,7 +24,6 @@ public final class NetworkState {
         this.lsps = List.copyOf(lsps);
         links.forEach(link -> linksByEnds.put(ends(link.source(), link.destination()), link));
         for (Lsp lsp : lsps) {
-            lspsById.put(lsp.id(), lsp);
             if (lsp.isBackup()) {
                 backups.computeIfAbsent(lsp.primaryId().getAsInt(), id -> new ArrayList<>()).add(lsp);
             }
@@ -81,7 +79,18 @@ public final class NetworkState {
      * @return the LSP, empty if it is not up
      */
     public Optional<Lsp> lsp(int id) {
-        return Optional.ofNullable(lspsById.get(id));
+        int from = 0;
+        int to = lsps.size();
+        while (from < to) {
+            int middle = (from + to) / 2;
+            if (lsps.get(middle).id() < id) {
+                from = middle + 1;
+            } else {
+                to = middle;
+            }
+        }
+        return from < lsps.size() && lsps.get(from).id() == id ? Optional.of(lsps.get(from))
+                : Optional.empty();
     }
 
     /**
@@ -104,11 +113,10 @@ public final class NetworkState {
      * @return its backups, ids ascending
      */
     public List<Lsp> backupsOf(int id) {
-        Lsp primary = lspsById.get(id);
-        List<Lsp> all = backups.getOrDefault(id, List.of());
-        return primary == null || primary.isBackup() ? List.copyOf(all)
-                : all.stream().filter(lsp -> lsp.isBackupOf(primary))
-                        .collect(Collectors.toUnmodifiableList());
+        Optional<Lsp> primary = lsp(id).filter(lsp -> !lsp.isBackup());
+        return backups.getOrDefault(id, List.of()).stream()
+                .filter(lsp -> primary.isEmpty() || lsp.isBackupOf(primary.get()))
+                .collect(Collectors.toUnmodifiableList());
     }
 
     /**

@@ -365,7 +365,7 @@ public final class Session implements AutoCloseable {
      */
     public List<Integer> backupsOf(int id) {
         Check.lsp("id", id);
-        return read(sessId -> StateReader.ids(State.backupsOf(sessId, id)));
+        return read(sessId -> StateReader.backupsOf(sessId, id));
     }
 
     /**
@@ -510,12 +510,12 @@ public final class Session implements AutoCloseable {
     }
 
     /** Names the first few of the users, of which there may be very many. */
-    private static void refuseIfUsed(Supplier<String> what, byte[] users) {
-        List<Integer> ids = StateReader.ids(users);
-        if (!ids.isEmpty()) {
-            int nbMore = ids.size() - MAX_NAMED;
-            throw refused(what, "LSPs that are up depend on it: " + (nbMore <= 0 ? ids
-                    : ids.subList(0, MAX_NAMED) + " and " + nbMore + " more"));
+    private static void refuseIfUsed(Supplier<String> what, int[] users) {
+        if (users.length > 0) {
+            int nbNamed = Math.min(users.length, MAX_NAMED);
+            throw refused(what, "LSPs that are up depend on it: "
+                    + Arrays.toString(Arrays.copyOf(users, nbNamed))
+                    + (nbNamed < users.length ? " and " + (users.length - nbNamed) + " more" : ""));
         }
     }
 

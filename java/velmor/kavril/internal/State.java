@@ -5,13 +5,13 @@ package velmor.kavril.internal;
  * opened. Each takes the number of an open session, and throws an {@link OutOfMemoryError} if there is
  * no memory for what it reads.
  *
- * <p>Bytes are little-endian: ids and numbers of things 32 bits, amounts of bandwidth doubles. An LSP is
- * its id; a byte each for its type (0 primary, 1 local, 2 global backup), level, and class or -1 if it
- * has bandwidth in several; its bandwidth; the nodes of its route, their number first; and of a backup
- * the id and the route of its primary. A link is its id, source, destination and colour, and its
- * capacities, primary and reserved bandwidth, [8 classes] and twice [8 classes][8 levels], each table
- * as a bit for every amount that is not 0, and these amounts. A list has a byte 1 before each element
- * and a 0 behind the last.
+ * <p>What they read is made of numbers; a bandwidth is the two halves of a double's bits, the low one
+ * first. An LSP is its id, type (0 primary, 1 local, 2 global backup), level, class or -1 if it has
+ * bandwidth in several, bandwidth, the nodes of its route with their number first; and of a backup the
+ * id and the route of its primary. A link is its id, source, destination and colour, a row of
+ * capacities, and for each class a row of primary and then for each a row of reserved bandwidth, by
+ * level; a row is a bit for each of eight bandwidths that is not 0, and these. A list has a 1 before
+ * each element and a 0 behind the last.
  */
 public final class State {
 
@@ -24,7 +24,7 @@ public final class State {
      * @param sessId the session
      * @return three lists: the ids of the nodes, the links and the LSPs, all by id
      */
-    public static native byte[] all(int sessId);
+    public static native int[] all(int sessId);
 
     /**
      * An LSP.
@@ -33,7 +33,7 @@ public final class State {
      * @param id the LSP
      * @return the LSP, null if it is not up
      */
-    public static native byte[] lsp(int sessId, int id);
+    public static native int[] lsp(int sessId, int id);
 
     /**
      * A link.
@@ -43,7 +43,7 @@ public final class State {
      * @param destination the node it enters
      * @return the link, null if there is none
      */
-    public static native byte[] link(int sessId, int source, int destination);
+    public static native int[] link(int sessId, int source, int destination);
 
     /**
      * The LSPs that cross a link.
@@ -53,7 +53,7 @@ public final class State {
      * @param destination the node it enters
      * @return a list of LSPs by id, null if there is no such link
      */
-    public static native byte[] lspsOn(int sessId, int source, int destination);
+    public static native int[] lspsOn(int sessId, int source, int destination);
 
     /**
      * The backups of a primary as it is now; if there is none, what is left from former ones.
@@ -62,7 +62,7 @@ public final class State {
      * @param id the primary's id
      * @return ids, ascending
      */
-    public static native byte[] backupsOf(int sessId, int id);
+    public static native int[] backupsOf(int sessId, int id);
 
     /**
      * The LSPs that a link or a node cannot be taken from: those that cross it, and the backups of a
@@ -73,7 +73,7 @@ public final class State {
      * @param destination the node that the link enters, or -1
      * @return ids, ascending
      */
-    public static native byte[] dependants(int sessId, int source, int destination);
+    public static native int[] dependants(int sessId, int source, int destination);
 
     /**
      * Whether there is a node.
