@@ -337,9 +337,11 @@ DataBase* DBload(const char* path) {
 
 int copySession(int sessId) {
     if (loadSession(sessId) < 0) return -1;
+    const SessionUse use = sessionUse;
     ByteWriter out;
     writeSession(&out, centralDB, {});
     if (beginSession() < 0) return -1;
+    sessionUse = use;
     ByteReader in(out.data(), out.size());
     UsedNumbers none;
     DataBase* copy = out.isFine() ? readSession(&in, &none) : nullptr;
