@@ -78,16 +78,11 @@ jstring print(JNIEnv* env, jclass, jint sessId) {
     return result;
 }
 
-jboolean inUse(JNIEnv*, jclass, jint nbClasses, jint nbLevels) {
-    return NBOA == nbClasses && NBPL == nbLevels ? JNI_TRUE : JNI_FALSE;
-}
-
 }  // namespace
 
 void registerDiagnostics(JNIEnv* env) {
     const JNINativeMethod methods[] = {
         nativeMethod("print", "(I)Ljava/lang/String;", reinterpret_cast<void*>(print)),
-        nativeMethod("inUse", "(II)Z", reinterpret_cast<void*>(inUse)),
         // Called first by sessions: the last one, so that all are there or none seems to
         // be.
         nativeMethod("takeMessages", "(I)[Ljava/lang/String;",

@@ -8,6 +8,7 @@ import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import java.util.Map;
 import java.util.Optional;
 import java.util.OptionalInt;
 import java.util.Set;
@@ -28,7 +29,6 @@ import velmor.repository.model.exception.AddDBException;
  * {@link #close} and {@link #isClosed}.
  */
 public final class Session implements AutoCloseable {
-    private static final Cleaner CLEANER = Cleaner.create();
     private static final int GLOBAL_BACKUP = 1;
     private static final int LOCAL_BACKUPS = 2;
     private static final int MAX_NAMED = 10;
@@ -42,7 +42,7 @@ public final class Session implements AutoCloseable {
         this.nbClasses = nbClasses;
         this.nbLevels = nbLevels;
         this.session = session;
-        cleanable = CLEANER.register(this, session);
+        cleanable = Forgotten.closeWith(this, session);
     }
 
     static Session open(SessionBuilder config) {
@@ -112,7 +112,7 @@ public final class Session implements AutoCloseable {
      * @throws RefusedException if 128 sessions are open already, or there is not enough memory
      */
     public Session copy() {
-        return call(() -> "", () -> "", raw ->
+        return call(Operation.COPY, () -> "", () -> "", raw ->
                 new Session(nbClasses, nbLevels, session.copy()));
     }
 
@@ -125,11 +125,10 @@ public final class Session implements AutoCloseable {
      */
     public void save(Path path) throws IOException {
         Check.given("path", path);
-        try {
+        timed(Operation.SAVE, () -> "", () -> {
             session.save(path, nbClasses, nbLevels);
-        } finally {
-            Reference.reachabilityFence(this);
-        }
+            return null;
+        });
     }
 
     /**
@@ -140,7 +139,7 @@ public final class Session implements AutoCloseable {
      */
     public void addNode(int id) {
         Check.node("id", id);
-        change(() -> "node " + id + " cannot be added", raw -> raw.jniaddNode(id));
+        change(Operation.ADD_NODE, () -> "node " + id + " cannot be added", raw -> raw.jniaddNode(id));
     }
 
     /**
@@ -165,7 +164,7 @@ public final class Session implements AutoCloseable {
         for (int oa = 0; oa < nbClasses; oa++) {
             row[oa] = Check.amount("capacities[" + oa + "]", capacities[oa]);
         }
-        change(() -> "link " + id + " (" + source + " > " + destination + ") cannot be added",
+        change(Operation.ADD_LINK, () -> "link " + id + " (" + source + " > " + destination + ") cannot be added",
                 raw -> raw.jniaddLink(id, 0, source, destination, row,
                         new float[Check.MAX_CLASSES][Check.MAX_LEVELS], null, null, null));
     }
@@ -182,7 +181,7 @@ public final class Session implements AutoCloseable {
         Check.node("source", source);
         Check.node("destination", destination);
         Supplier<String> what = () -> "link " + source + " > " + destination + " cannot be removed";
-        change(what, raw -> {
+        change(Operation.REMOVE_LINK, what, raw -> {
             refuseIfUsed(what, State.dependants(raw.sessId, source, destination));
             raw.jniremoveLink(source, destination);
         });
@@ -200,7 +199,7 @@ public final class Session implements AutoCloseable {
     public void removeNode(int id) {
         Check.node("id", id);
         Supplier<String> what = () -> "node " + id + " cannot be removed";
-        change(what, raw -> {
+        change(Operation.REMOVE_NODE, what, raw -> {
             refuseIfUsed(what, State.dependants(raw.sessId, id, -1));
             raw.jniremoveNode(id);
         });
@@ -220,7 +219,7 @@ public final class Session implements AutoCloseable {
         Check.given("route", route);
         checkTraffic(traffic);
         Supplier<String> what = () -> "LSP " + id + " (" + traffic + ") cannot be placed over " + route;
-        change(what, raw -> {
+        change(Operation.ADD_LSP, what, raw -> {
             refuseIfUp(what, raw, id);
             raw.jniaddLSP(id, route.nodes(), traffic.level(), traffic.trafficClass(),
                     (float) traffic.bandwidth());
@@ -249,7 +248,7 @@ public final class Session implements AutoCloseable {
         checkTraffic(traffic);
         Supplier<String> what = () -> "backup " + id + " of LSP " + primaryId + " (" + traffic
                 + ") cannot be placed over " + route;
-        change(what, raw -> {
+        change(Operation.ADD_BACKUP, what, raw -> {
             refuseIfUp(what, raw, id);
             primary(what, raw, primaryId);
             placeBackup(raw, id, primaryId, kind, traffic, route);
@@ -283,7 +282,7 @@ public final class Session implements AutoCloseable {
         boolean preempt = chosen.contains(RequestOption.PREEMPT);
         Supplier<String> what = () -> "LSP " + id + " (" + traffic + ") finds no way from " + source
                 + " to " + destination;
-        return call(what, () -> noRouteReason(source, destination, preempt), raw -> {
+        return call(Operation.REQUEST, what, () -> noRouteReason(source, destination, preempt), raw -> {
             refuseIfUp(what, raw, id);
             raw.lsps = null;
             int[] path = raw.jnicomputePath(id, source, destination, -1, -1, -1,
@@ -299,8 +298,8 @@ public final class Session implements AutoCloseable {
      * Protects a primary LSP by backups with its bandwidth and class. They are computed first, then
      * placed if the protection has ids for them: all or none.
      *
-     * <p>The library says on the standard output or error stream when a search has no result, and
-     * when a global backup cannot go around all nodes.
+     * <p>The library remarks on a search without result, and on a backup that cannot go around all
+     * nodes, see {@link SessionBuilder#printing}.
      *
      * @param id the primary LSP
      * @param protection the kind of backups, and whether to place them
@@ -315,7 +314,8 @@ public final class Session implements AutoCloseable {
         Check.given("protection", protection);
         Check.range("level", protection.level(), 0, nbLevels - 1);
         Supplier<String> what = () -> "LSP " + id + " cannot be protected";
-        return call(what, () -> "there is no way around a link of it with enough room", raw -> {
+        Supplier<String> why = () -> "there is no way around a link of it with enough room";
+        return timed(Operation.PROTECT, () -> "LSP " + id, () -> session.call(what, why, raw -> {
             Lsp primary = primary(what, raw, id);
             checkBackupIds(what, raw, protection, primary);
             boolean global = protection.kind() == Protection.Kind.GLOBAL;
@@ -332,7 +332,7 @@ public final class Session implements AutoCloseable {
                         global ? primary.route().nbLinks() - 1 : i));
             }
             return List.copyOf(backups);
-        });
+        }));
     }
 
     /**
@@ -344,7 +344,7 @@ public final class Session implements AutoCloseable {
     public void removeLsp(int id) {
         Check.lsp("id", id);
         Supplier<String> what = () -> "LSP " + id + " cannot be removed";
-        change(what, raw -> {
+        change(Operation.REMOVE_LSP, what, raw -> {
             if (!State.hasLsp(raw.sessId, id)) {
                 throw refused(what, "it is not up");
             }
@@ -365,7 +365,7 @@ public final class Session implements AutoCloseable {
      */
     public List<Integer> backupsOf(int id) {
         Check.lsp("id", id);
-        return read(sessId -> StateReader.backupsOf(sessId, id));
+        return read(Operation.READ, sessId -> StateReader.backupsOf(sessId, id));
     }
 
     /**
@@ -375,7 +375,7 @@ public final class Session implements AutoCloseable {
      * @return the state as of now
      */
     public NetworkState state() {
-        return read(sessId -> StateReader.all(sessId, nbClasses));
+        return read(Operation.READ_ALL, sessId -> StateReader.all(sessId, nbClasses));
     }
 
     /**
@@ -386,7 +386,7 @@ public final class Session implements AutoCloseable {
      */
     public Optional<Lsp> lsp(int id) {
         Check.lsp("id", id);
-        return read(sessId -> StateReader.lsp(sessId, id));
+        return read(Operation.READ, sessId -> StateReader.lsp(sessId, id));
     }
 
     /**
@@ -399,7 +399,7 @@ public final class Session implements AutoCloseable {
     public Optional<Link> link(int source, int destination) {
         Check.node("source", source);
         Check.node("destination", destination);
-        return read(sessId -> StateReader.link(sessId, nbClasses, source, destination));
+        return read(Operation.READ, sessId -> StateReader.link(sessId, nbClasses, source, destination));
     }
 
     /**
@@ -412,18 +412,45 @@ public final class Session implements AutoCloseable {
     public List<Lsp> lspsOn(int source, int destination) {
         Check.node("source", source);
         Check.node("destination", destination);
-        return read(sessId -> StateReader.lspsOn(sessId, source, destination));
+        return read(Operation.READ, sessId -> StateReader.lspsOn(sessId, source, destination));
     }
 
     /**
      * The library's tables: nodes with their neighbours, links with the LSPs that cross them and the
-     * capacity, primary and reserved bandwidth of each class.
+     * capacity, primary and reserved bandwidth of each class, decimals with a point.
      *
      * @return the text, many lines
      */
     public String dump() {
+        return timed(Operation.READ_ALL, () -> "", session::print);
+    }
+
+    /**
+     * How often each operation was called on this session, and how long that took. Misuse does not
+     * count: calls that end with an {@link IllegalArgumentException} or an
+     * {@link IllegalStateException}. A copy of the session starts anew.
+     *
+     * @return the figures as of now, for every operation; may be asked of a closed session, too
+     */
+    public Map<Operation, OperationStatistics> statistics() {
+        return session.statistics().figures();
+    }
+
+    /**
+     * Shows the {@linkplain #statistics statistics} over JMX until the session is closed: as the
+     * {@link SessionMXBean} with the name {@code velmor.kavril:type=Session,name="NAME"} in the
+     * platform's MBean server. Under another name as before if it is published already.
+     *
+     * @param name a name that no other session is published under
+     * @throws IllegalArgumentException if one is
+     * @throws UnsupportedOperationException if the runtime has no module {@code java.management}
+     */
+    public void publish(String name) {
+        Check.given("name", name);
         try {
-            return session.print();
+            session.publish(name);
+        } catch (NoClassDefFoundError e) {
+            throw new UnsupportedOperationException("there is no module java.management", e);
         } finally {
             Reference.reachabilityFence(this);
         }
@@ -533,28 +560,62 @@ public final class Session implements AutoCloseable {
                 : "no path has enough room, and nothing may give way for it";
     }
 
+    @Override
+    public String toString() {
+        return (isClosed() ? "closed session of " : "session of ") + nbClasses
+                + (nbClasses == 1 ? " class and " : " classes and ") + nbLevels
+                + (nbLevels == 1 ? " level" : " levels")
+                + (session.journal() == null ? "" : " with the journal " + session.journal());
+    }
+
     /** Work that gives nothing back. */
     private interface Change {
         void run(JNIKAVRIL raw) throws AddDBException;
     }
 
-    private void change(Supplier<String> what, Change change) {
-        call(what, () -> "the library gives no reason", raw -> {
+    private void change(Operation operation, Supplier<String> what, Change change) {
+        call(operation, what, () -> "the library gives no reason", raw -> {
             change.run(raw);
             return null;
         });
     }
 
     /** Asks for something; takes the session's number. */
-    private <T> T read(IntFunction<T> question) {
-        return call(() -> "", () -> "", raw -> question.apply(raw.sessId));
+    private <T> T read(Operation operation, IntFunction<T> question) {
+        return call(operation, () -> "", () -> "", raw -> question.apply(raw.sessId));
     }
 
-    /** The session must not be found forgotten while it is at work. */
-    private <T> T call(Supplier<String> what, Supplier<String> why, NativeSession.Call<T> call) {
+    private <T> T call(Operation operation, Supplier<String> what, Supplier<String> why,
+            NativeSession.Call<T> call) {
+        return timed(operation, operation::toString, () -> session.call(what, why, call));
+    }
+
+    /** Work that may fail with an exception of one checked type. */
+    private interface Work<T, E extends Exception> {
+        T run() throws E;
+    }
+
+    /**
+     * Does an operation on the session, which must not be found forgotten meanwhile, counts it, and logs
+     * what the library has said about the thing that it was for.
+     */
+    private <T, E extends Exception> T timed(Operation operation, Supplier<String> about,
+            Work<T, E> work) throws E {
+        long start = System.nanoTime();
+        boolean isMisuse = false;
+        boolean isDone = false;
         try {
-            return session.call(what, why, call);
+            T result = work.run();
+            isDone = true;
+            return result;
+        } catch (IllegalArgumentException | IllegalStateException e) {
+            isMisuse = true;
+            throw e;
         } finally {
+            if (!isMisuse) {
+                session.statistics().add(operation, System.nanoTime() - start, !isDone);
+            }
+            Output.log(about);
             Reference.reachabilityFence(this);
         }
     }

@@ -234,32 +234,63 @@ class SessionTest {
     }
 
     @Test
-    void forgottenSessionsAreClosed() throws InterruptedException {
-        for (int i = 0; i < 127; i++) {
+    void forgottenSessionsAreClosedBeforeThereAreTooMany() {
+        for (int i = 0; i < 300; i++) {
             Session.builder().build();
         }
+        List<Session> kept = new ArrayList<>();
         RefusedException full = assertThrows(RefusedException.class, () -> {
-            for (int i = 0; i < 2; i++) {
-                Session.builder().build();
+            while (kept.size() <= 128) {
+                kept.add(Session.builder().build());
             }
         });
         assertTrue(full.getMessage().startsWith("a session cannot be opened: 128 sessions are open"),
                 full.getMessage());
-        long end = System.nanoTime() + 60_000_000_000L;
-        boolean open = false;
-        while (!open && System.nanoTime() < end) {
-            System.gc();
-            Thread.sleep(20);
+        assertThrows(RefusedException.class, session::copy);
+        // None of these has been forgotten.
+        session.addNode(9);
+        kept.forEach(Session::close);
+    }
+
+    private boolean overflow(int depth, Runnable call) {
+        try {
+            return overflow(depth + 1, call);
+        } catch (StackOverflowError e) {
             try {
-                Session.builder().build().close();
-                open = true;
-            } catch (RefusedException e) {
-                assertEquals(full.getMessage(), e.getMessage());
+                call.run();
+                return true;
+            } catch (StackOverflowError again) {
+                throw e;
             }
         }
-        assertTrue(open, "128 forgotten sessions stay open");
-        // This one has not been forgotten.
-        session.addNode(9);
+    }
+
+    /** As far as its call came: the stack ends a little later every time. */
+    @Test
+    void anErrorLeavesNoLspThatCannotBeRemoved() throws InterruptedException {
+        List<Integer> ids = new ArrayList<>();
+        Runnable call = () -> {
+            ids.add(ids.size());
+            session.addLsp(ids.size(), Traffic.of(0.001), Route.of(0, 1));
+        };
+        call.run();
+        assertThrows(RefusedException.class, () -> session.addLsp(1, Traffic.of(1), Route.of(0, 1)));
+        Thread thread = new Thread(null, () -> overflow(0, call), "small stack", 1 << 18);
+        thread.start();
+        thread.join();
+        assertTrue(ids.size() > 2, "the stack did not end");
+        for (Lsp lsp : session.state().lsps()) {
+            session.removeLsp(lsp.id());
+        }
+        assertEquals(List.of(), session.lspsOn(0, 1));
+        assertEquals(10, session.link(0, 1).orElseThrow().free(0));
+    }
+
+    @Test
+    void sessionsAreNamed() {
+        assertEquals("session of 1 class and 8 levels", session.toString());
+        session.close();
+        assertEquals("closed session of 1 class and 8 levels", session.toString());
     }
 
     @Test
