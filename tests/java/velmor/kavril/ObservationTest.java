@@ -154,6 +154,14 @@ class ObservationTest {
     }
 
     @Test
+    void countersAndMemoryAreRightAfterMixedCalls() {
+        ChildJvm child = ChildJvm.start(System.getProperty("java.class.path"), "-Xmx32m",
+                Soak.class.getName(), System.getProperty("kavril.soak.seconds"));
+        assertTrue(child.exit == 0 && child.out.matches("\\d+ calls on shared sessions, .*\n"),
+                child.out);
+    }
+
+    @Test
     void histogramsTellTimesWithinAnEighth() {
         Latencies latencies = new Latencies();
         long sum = 0;

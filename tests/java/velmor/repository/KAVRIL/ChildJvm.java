@@ -19,7 +19,7 @@ import java.util.stream.Collectors;
  * came out; that includes the JVM's warnings.
  */
 public final class ChildJvm {
-    private static final int TIMEOUT_SECONDS = 120;
+    private static final int TIMEOUT_SECONDS = 120 + Integer.getInteger("kavril.soak.seconds", 0);
     private static final int SHOWN_LINES = 12;
 
     /** What it printed, a character a byte, with N for the library's source lines. */
