@@ -3,6 +3,7 @@ package velmor.kavril;
 import java.time.Duration;
 import java.util.Arrays;
 import java.util.Collections;
+import java.util.Locale;
 import java.util.SortedMap;
 import java.util.TreeMap;
 
@@ -12,6 +13,7 @@ import java.util.TreeMap;
  */
 public final class OperationStatistics {
     private static final double ALL = 100;
+    private static final double NANOS_PER_MICRO = 1000;
 
     private final long[] buckets;
     private final long nbFailed;
@@ -109,9 +111,15 @@ public final class OperationStatistics {
         return Collections.unmodifiableSortedMap(histogram);
     }
 
+    static double micros(Duration time) {
+        return time.toNanos() / NANOS_PER_MICRO;
+    }
+
     @Override
     public String toString() {
-        return calls() + " calls, " + nbFailed + " failed, mean " + mean() + ", median " + percentile(50)
-                + ", 99 % within " + percentile(99) + ", max " + max();
+        return String.format(Locale.ROOT,
+                "%d calls, %d failed, mean %.1f, median %.1f, 99 %% within %.1f, max %.1f us", calls(),
+                nbFailed, micros(mean()), micros(percentile(50)), micros(percentile(99)),
+                micros(max()));
     }
 }

@@ -1,7 +1,6 @@
 package velmor.kavril;
 
 import java.lang.management.ManagementFactory;
-import java.time.Duration;
 import java.util.Map;
 import java.util.TreeMap;
 import javax.management.InstanceAlreadyExistsException;
@@ -12,8 +11,6 @@ import javax.management.ObjectName;
 
 /** A session's statistics in the platform's MBean server. They alone: a forgotten session stays so. */
 final class Publication implements SessionMXBean {
-    private static final double NANOS_PER_MICRO = 1000;
-
     private final Statistics statistics;
 
     private Publication(Statistics statistics) {
@@ -54,10 +51,6 @@ final class Publication implements SessionMXBean {
         return operations;
     }
 
-    private static double micros(Duration time) {
-        return time.toNanos() / NANOS_PER_MICRO;
-    }
-
     private static final class Shown implements Figures {
         private final OperationStatistics figures;
 
@@ -77,27 +70,27 @@ final class Publication implements SessionMXBean {
 
         @Override
         public double getMean() {
-            return micros(figures.mean());
+            return OperationStatistics.micros(figures.mean());
         }
 
         @Override
         public double getMedian() {
-            return micros(figures.percentile(50));
+            return OperationStatistics.micros(figures.percentile(50));
         }
 
         @Override
         public double getPercentile99() {
-            return micros(figures.percentile(99));
+            return OperationStatistics.micros(figures.percentile(99));
         }
 
         @Override
         public double getMax() {
-            return micros(figures.max());
+            return OperationStatistics.micros(figures.max());
         }
 
         @Override
         public double[] getBounds() {
-            return figures.histogram().keySet().stream().mapToDouble(Publication::micros).toArray();
+            return figures.histogram().keySet().stream().mapToDouble(OperationStatistics::micros).toArray();
         }
 
         @Override

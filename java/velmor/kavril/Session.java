@@ -164,9 +164,10 @@ public final class Session implements AutoCloseable {
         for (int oa = 0; oa < nbClasses; oa++) {
             row[oa] = Check.amount("capacities[" + oa + "]", capacities[oa]);
         }
-        change(Operation.ADD_LINK, () -> "link " + id + " (" + source + " > " + destination + ") cannot be added",
-                raw -> raw.jniaddLink(id, 0, source, destination, row,
-                        new float[Check.MAX_CLASSES][Check.MAX_LEVELS], null, null, null));
+        Supplier<String> what =
+                () -> "link " + id + " (" + source + " > " + destination + ") cannot be added";
+        change(Operation.ADD_LINK, what, raw -> raw.jniaddLink(id, 0, source, destination, row,
+                new float[Check.MAX_CLASSES][Check.MAX_LEVELS], null, null, null));
     }
 
     /**
@@ -443,7 +444,8 @@ public final class Session implements AutoCloseable {
      *
      * @param name a name that no other session is published under
      * @throws IllegalArgumentException if one is
-     * @throws UnsupportedOperationException if the runtime has no module {@code java.management}
+     * @throws UnsupportedOperationException if the runtime has no module {@code java.management}. On
+     *     the module path, {@code --add-modules java.management} adds it
      */
     public void publish(String name) {
         Check.given("name", name);
@@ -507,7 +509,7 @@ public final class Session implements AutoCloseable {
                         traffic, Route.of(path));
                 nbPlaced++;
             }
-        } catch (AddDBException e) {
+        } catch (AddDBException | RuntimeException | Error e) {
             while (nbPlaced > 0) {
                 raw.jniremoveLSP(protection.backupIds()[--nbPlaced]);
             }
