@@ -155,7 +155,8 @@ class ObservationTest {
 
     @Test
     void countersAndMemoryAreRightAfterMixedCalls() {
-        ChildJvm child = ChildJvm.start(System.getProperty("java.class.path"), "-Xmx32m",
+        ChildJvm child = ChildJvm.start(System.getProperty("java.class.path"), "-Xmx32m", "-Xms32m",
+                "-XX:+AlwaysPreTouch",
                 Soak.class.getName(), System.getProperty("kavril.soak.seconds"));
         assertTrue(child.exit == 0 && child.out.matches("\\d+ calls on shared sessions, .*\n"),
                 child.out);
