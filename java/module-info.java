@@ -30,6 +30,8 @@
  * and later versions will refuse.
  */
 module velmor.kavril {
+    requires static java.management;
+
     exports velmor.kavril;
     exports velmor.repository.KAVRIL;
     exports velmor.repository.model.exception;

@@ -13,6 +13,14 @@ Long usable(Long nb) {
     return std::clamp<Long>(nb, 0, kClasses);
 }
 
+Long nbClasses() {
+    return sessionUse.hasAllNumbers ? kClasses : usable(NBOA);
+}
+
+Long nbLevels() {
+    return sessionUse.hasAllNumbers ? kLevels : usable(NBPL);
+}
+
 int checkArray(JNIEnv* env, jarray array, Long length) {
     if (array == nullptr || env->GetArrayLength(array) < length)
         return FAIL_WITH(-1, "Bad argument (NULL)");
@@ -60,7 +68,7 @@ int readIds(JNIEnv* env, jintArray array, LongList* to) {
 }
 
 void setBandwidth(double (&bw)[kClasses], jint oa, jfloat bandwidth) {
-    for (Long i = 0; i < usable(NBOA); i++)
+    for (Long i = 0; i < nbClasses(); i++)
         bw[i] = i == oa ? static_cast<double>(bandwidth) : 0.0;
 }
 

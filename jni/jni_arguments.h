@@ -11,6 +11,10 @@
 // Classes or levels that a table has of those that a caller uses: 0 to 8.
 Long usable(Long nb);
 
+// Classes and levels that the caller of the loaded session uses.
+Long nbClasses();
+Long nbLevels();
+
 // Refuses a null array and one with less than `length` elements.
 int checkArray(JNIEnv* env, jarray array, Long length);
 
@@ -29,7 +33,7 @@ int checkBandwidth(jfloat bw);
 // Appends the elements of an array.
 int readIds(JNIEnv* env, jintArray array, LongList* to);
 
-// The bandwidth in class oa of the NBOA classes, 0 in the others. A class that is not
+// The bandwidth in class oa of those in use, 0 in the others. A class that is not
 // in use matches none.
 void setBandwidth(double (&bw)[kClasses], jint oa, jfloat bandwidth);
 

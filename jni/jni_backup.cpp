@@ -124,7 +124,7 @@ class BackupCall {
 
     int fillRecord(LSPRequest& request, jint id) {
         record_.id = id;
-        for (Long oa = 0; oa < usable(NBOA); oa++) record_.bw[oa] = request.bw[oa];
+        for (Long oa = 0; oa < nbClasses(); oa++) record_.bw[oa] = request.bw[oa];
         record_.noContentionId = -1;
         return longVecCopy(&record_.path, &request.path);
     }

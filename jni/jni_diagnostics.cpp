@@ -1,5 +1,7 @@
 #include "jni_diagnostics.h"
 
+#include <locale.h>
+
 #include <atomic>
 #include <cstdlib>
 #include <iterator>
@@ -40,6 +42,26 @@ jobjectArray takeMessages(JNIEnv* env, jclass, jint sessId) {
     return texts;
 }
 
+// Has this thread write decimals with a point, as every reader of the text expects them,
+// whatever the language of the host is.
+class PointLocale {
+  public:
+    PointLocale() : locale_(newlocale(LC_NUMERIC_MASK, "C", nullptr)) {
+        if (locale_ != nullptr) before_ = uselocale(locale_);
+    }
+    ~PointLocale() {
+        if (locale_ == nullptr) return;
+        uselocale(before_);
+        freelocale(locale_);
+    }
+    PointLocale(const PointLocale&) = delete;
+    PointLocale& operator=(const PointLocale&) = delete;
+
+  private:
+    locale_t locale_;
+    locale_t before_ = nullptr;
+};
+
 jstring print(JNIEnv* env, jclass, jint sessId) {
     const Leaving leaving;
     char* text = nullptr;
@@ -47,14 +69,13 @@ jstring print(JNIEnv* env, jclass, jint sessId) {
     std::FILE* stream =
         loadSession(sessId) >= 0 ? open_memstream(&text, &length) : nullptr;
     if (stream == nullptr) return nullptr;
-    DBwriteDB(stream, centralDB);
+    {
+        const PointLocale locale;
+        DBwriteDB(stream, centralDB);
+    }
     jstring result = std::fclose(stream) == 0 ? env->NewStringUTF(text) : nullptr;
     std::free(text);
     return result;
-}
-
-jboolean inUse(JNIEnv*, jclass, jint nbClasses, jint nbLevels) {
-    return NBOA == nbClasses && NBPL == nbLevels ? JNI_TRUE : JNI_FALSE;
 }
 
 }  // namespace
@@ -62,7 +83,6 @@ jboolean inUse(JNIEnv*, jclass, jint nbClasses, jint nbLevels) {
 void registerDiagnostics(JNIEnv* env) {
     const JNINativeMethod methods[] = {
         nativeMethod("print", "(I)Ljava/lang/String;", reinterpret_cast<void*>(print)),
-        nativeMethod("inUse", "(II)Z", reinterpret_cast<void*>(inUse)),
         // Called first by sessions: the last one, so that all are there or none seems to
         // be.
         nativeMethod("takeMessages", "(I)[Ljava/lang/String;",

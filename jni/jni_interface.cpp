@@ -11,6 +11,8 @@
 #include "database/database.h"
 #include "jni_arguments.h"
 #include "jni_diagnostics.h"
+#include "jni_sessions.h"
+#include "jni_state.h"
 #include "jni_storage.h"
 #include "jni_support.h"
 #include "session/changes.h"
@@ -22,20 +24,6 @@ namespace {
 // One initialisation after the other: the classes and levels that the last one sets for
 // all sessions are its own, both of them.
 std::mutex initialising;
-
-// Weights have one value per criterion: that of class 0.
-void setWeights(PrimaryComputationConfig* config, jfloat loadbal, jfloat load,
-                jfloat sqLoad, jfloat relativeLoad, jfloat sqRelativeLoad, jfloat delay,
-                jfloat fortz) {
-    *config = {};
-    config->loadBal[0] = static_cast<double>(loadbal);
-    config->load[0] = static_cast<double>(load);
-    config->sqLoad[0] = static_cast<double>(sqLoad);
-    config->relLoad[0] = static_cast<double>(relativeLoad);
-    config->sqRelLoad[0] = static_cast<double>(sqRelativeLoad);
-    config->delay[0] = static_cast<double>(delay);
-    config->Fortz = static_cast<double>(fortz);
-}
 
 // What jniaddLSP and jniaddBackupLSP have in common.
 struct PlacedLSP {
@@ -103,29 +91,25 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniinitKavril(
     jfloat sqLoad, jfloat relativeLoad, jfloat sqRelativeLoad, jfloat delay, jfloat fortz,
     jobjectArray reroutingScorecoef) {
     registerDiagnostics(env);
+    registerSessions(env);
     registerStorage(env);
+    registerState(env);
     const std::lock_guard<std::mutex> lock(initialising);
     const Leaving leaving;
     jfieldID sessIdField = fieldId(env, obj, "sessId", "I");
     if (sessIdField == nullptr || beginSession() < 0) return;
-    ReroutingConfig rerouting = {};
-    if (readRows(env, reroutingScorecoef, rerouting.scoreCoef, usable(nbOA),
+    KAVRILConfig config = {};
+    config.predicateConfig = {allowReroute != JNI_FALSE, capacityClause != JNI_FALSE,
+                              colorClause != JNI_FALSE};
+    setWeights(&config.primaryComputationConfig,
+               {loadbal, load, sqLoad, relativeLoad, sqRelativeLoad, delay, fortz});
+    if (readRows(env, reroutingScorecoef, config.reroutingConfig.scoreCoef, usable(nbOA),
                  usable(nbPL)) < 0)
         return;
     COST = 0.0;
     NBOA = nbOA;
     NBPL = nbPL;
-    centralDB = DBnew(0);
-    if (centralDB == nullptr) {
-        PUSH_ERROR(CRITICAL, "Impossible to init a DataBase");
-        return;
-    }
-    kavrilConfig.predicateConfig = {
-        allowReroute != JNI_FALSE, capacityClause != JNI_FALSE, colorClause != JNI_FALSE};
-    setWeights(&kavrilConfig.primaryComputationConfig, loadbal, load, sqLoad,
-               relativeLoad, sqRelativeLoad, delay, fortz);
-    kavrilConfig.reroutingConfig = rerouting;
-    const int sessId = openSession();
+    const int sessId = openEmpty(config);
     if (sessId >= 0) env->SetIntField(obj, sessIdField, sessId);
 }
 
@@ -167,8 +151,8 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniaddLink(
         ScopedLinkState state;
         if (DBlinkStateInit(&state) < 0)
             return FAIL_WITH(nullptr, "Impossible to init a Link");
-        if (readFloats(env, cap, state.cap, usable(NBOA)) < 0 ||
-            readRows(env, rbw, state.rbw, usable(NBOA), usable(NBPL)) < 0 ||
+        if (readFloats(env, cap, state.cap, nbClasses()) < 0 ||
+            readRows(env, rbw, state.rbw, nbClasses(), nbLevels()) < 0 ||
             SCaddLink(linkId, src, dst, &state) < 0)
             return FAIL_WITH(kAddDBException, "Impossible to add Link");
         return nullptr;

@@ -41,7 +41,7 @@ class PrimaryCall {
         added_ = add;
         if (!add && preempt && getpreemptList(centralDB, &lsp_, &preemptList_) < 0) {
             PUSH_ERROR(CRITICAL, "Impossible to obtain preemptList");
-            printErrorStack();
+            if (!isForCaller()) printErrorStack();
             return kRoutingException;
         }
         return nullptr;
@@ -81,7 +81,7 @@ class PrimaryCall {
         if (DBlspInit(&lsp_) < 0) return -1;
         lsp_.id = request_.id;
         lsp_.precedence = request_.precedence;
-        for (Long oa = 0; oa < usable(NBOA); oa++) lsp_.bw[oa] = request_.bw[oa];
+        for (Long oa = 0; oa < nbClasses(); oa++) lsp_.bw[oa] = request_.bw[oa];
         return longVecCopy(&lsp_.path, &request_.path);
     }
 

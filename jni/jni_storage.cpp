@@ -1,12 +1,10 @@
 #include "jni_storage.h"
 
-#include <bit>
 #include <iterator>
 
 #include "common/memory.h"
 #include "common/setup.h"
 #include "database/database.h"
-#include "jni_arguments.h"
 #include "jni_support.h"
 #include "session/journal.h"
 
@@ -96,58 +94,6 @@ jboolean flush(JNIEnv*, jclass, jint sessId) {
         sessId, JNI_FALSE, [] { return flushJournal() == 0 ? JNI_TRUE : JNI_FALSE; });
 }
 
-// The class with bandwidth, 0 if there is none; -1 if there are several.
-jint classOf(const DBLabelSwitchedPath* lsp) {
-    jint oa = 0;
-    jint nb = 0;
-    for (jint i = 0; i < kClasses; i++) {
-        if (lsp->bw[i] == 0.0) continue;
-        oa = i;
-        nb++;
-    }
-    return nb <= 1 ? oa : -1;
-}
-
-int addNodes(LongList* to, const LongList& path) {
-    int ret = longVecPushBack(to, path.top);
-    for (Long i = 0; i < path.top && ret == 0; i++)
-        ret = longVecPushBack(to, path.cont[i]);
-    return ret;
-}
-
-int addLsp(LongList* to, const DBLabelSwitchedPath* lsp) {
-    const jint oa = classOf(lsp);
-    const Long facts[] = {
-        lsp->id, isBackup(lsp->type) ? lsp->primID : -1, lsp->precedence, oa,
-        std::bit_cast<Long>(static_cast<float>(lsp->bw[oa < 0 ? 0 : oa]))};
-    for (Long fact : facts)
-        if (longVecPushBack(to, fact) < 0) return -1;
-    return addNodes(to, lsp->path) == 0 ? addNodes(to, lsp->primPath) : -1;
-}
-
-// How many nodes, their ids; and for each LSP its id, primary, level, class, the bits of
-// its bandwidth, and the nodes of its path and of its primary's, their number first.
-int listContents(LongList* to) {
-    const DBNodeVec* nodes = &centralDB->nodeVec;
-    Long nb = 0;
-    for (Long id = 0; id < nodes->top; id++) nb += nodes->cont[id] != nullptr ? 1 : 0;
-    int ret = longVecPushBack(to, nb);
-    for (Long id = 0; id < nodes->top && ret == 0; id++)
-        if (nodes->cont[id] != nullptr) ret = longVecPushBack(to, id);
-    const DBLSPVec* lsps = &centralDB->lspVec;
-    for (Long id = 0; id < lsps->size && ret == 0; id++)
-        if (lsps->cont[id] != nullptr) ret = addLsp(to, lsps->cont[id]);
-    return ret;
-}
-
-jintArray contents(JNIEnv* env, jclass, jint sessId) {
-    return withSession<jintArray>(sessId, nullptr, [&]() -> jintArray {
-        ScopedLongList list;
-        if (longVecInit(&list, 1024) < 0 || listContents(&list) < 0) return nullptr;
-        return toJava(env, &list);
-    });
-}
-
 }  // namespace
 
 void registerStorage(JNIEnv* env) {
@@ -158,7 +104,6 @@ void registerStorage(JNIEnv* env) {
         nativeMethod("journal", "(I[BZ[I)Z", reinterpret_cast<void*>(journal)),
         nativeMethod("commit", "(I)Z", reinterpret_cast<void*>(commit)),
         nativeMethod("flush", "(I)Z", reinterpret_cast<void*>(flush)),
-        nativeMethod("contents", "(I)[I", reinterpret_cast<void*>(contents)),
     };
     static std::atomic<bool> done = false;
     registerOnce(env, &done, "velmor/kavril/internal/Storage", methods,

@@ -91,6 +91,7 @@ void withContext(JNIEnv* env, jobject obj, const char* unknownSession, Act act) 
         const Saying saying;
         const int sessId = loadCntx(env, obj);
         if (sessId >= 0) {
+            if (sessionUse.isQuiet) keepForCaller();
             exception = act();
             checkDerived();
             saveCntx(sessId);

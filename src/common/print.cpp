@@ -8,11 +8,10 @@
 
 namespace {
 
-// Texts one after the other, each ended by a zero and headed by its stream.
-enum Stream : char { OUT, ERR };
-
+// Texts one after the other, as Said has them.
 struct Kept {
     bool isOpen;
+    bool isForCaller;
     char* texts;
     std::size_t top;
     std::size_t size;
@@ -72,7 +71,8 @@ void say(std::FILE* stream, const char* format, ...) {
     if (isSilent) return;
     std::va_list args;
     va_start(args, format);
-    if (!kept.isOpen || !keep(stream == stderr ? ERR : OUT, format, args)) {
+    if (!(kept.isOpen && keep(stream == stderr ? ERR : OUT, format, args)) &&
+        !kept.isForCaller) {
         writeKept();
         std::vfprintf(stream, format, args);
     }
@@ -80,11 +80,30 @@ void say(std::FILE* stream, const char* format, ...) {
 }
 
 Saying::Saying() {
+    forgetSaid();
     kept.isOpen = true;
 }
 
 Saying::~Saying() {
+    kept.isOpen = false;
+    if (kept.isForCaller) return;
     writeKept();
+    forgetSaid();
+}
+
+void keepForCaller() {
+    kept.isForCaller = true;
+}
+
+bool isForCaller() {
+    return kept.isForCaller;
+}
+
+Said said() {
+    return {kept.texts, kept.top};
+}
+
+void forgetSaid() {
     std::free(kept.texts);
     kept = {};
 }

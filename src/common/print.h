@@ -4,6 +4,7 @@
 // kept until the call ends, when nobody waits for its session any more.
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 
 // Prints to stdout or stderr: at once, or at the end of the call that is open.
@@ -18,6 +19,21 @@ class Saying {
     Saying(const Saying&) = delete;
     Saying& operator=(const Saying&) = delete;
 };
+
+// Has the call that is open leave what it says to its caller, who asks for it before this
+// thread's next call.
+void keepForCaller();
+bool isForCaller();
+
+// What the last call has left: texts, each with OUT or ERR before it and a zero behind.
+// They are gone with forgetSaid.
+enum Stream : char { OUT = 'o', ERR = 'e' };
+struct Said {
+    const char* texts;
+    std::size_t bytes;
+};
+Said said();
+void forgetSaid();
 
 // Drops what this thread says while it lives.
 class Silence {

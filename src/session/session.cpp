@@ -15,6 +15,7 @@
 
 SessionItem* sessions[kMaxSessions] = {};
 constinit thread_local int currentSessId = -1;
+constinit thread_local SessionUse sessionUse = {};
 std::atomic<int> lastSession = -1;
 std::atomic<int> nbSessions = -1;
 
@@ -25,6 +26,7 @@ struct alignas(64) Slot {
     std::mutex loaded;  // held by the thread that has the session; guards the others
     MemoryPool* pool;
     std::uint64_t serial;  // tells a session from the next one in the same slot
+    SessionUse use;
 };
 Slot slots[kMaxSessions];
 
@@ -152,6 +154,7 @@ int loadSession(int sessId) {
     centralDB = item->centralDB;
     kavrilConfig = item->kavrilConfig;
     errorManager = item->errorManager;
+    sessionUse = slot.use;
     currentSessId = sessId;
     own = {true, slot.serial, nullptr};
     useMemoryPool(slot.pool);
@@ -162,6 +165,7 @@ int beginSession() {
     leaveSession();
     dropOwnerlessStack();
     currentSessId = -1;
+    sessionUse = {};
     const bool hasRoom = !isFull();
     if (hasRoom) own.beginning = memoryPoolNew();
     useMemoryPool(own.beginning);
@@ -186,6 +190,7 @@ int openSession() {
     slot.loaded.lock();  // somebody may just be looking whether there is a session
     slot.pool = std::exchange(own.beginning, nullptr);
     slot.serial = ++opened;
+    slot.use = sessionUse;
     own = {true, slot.serial, nullptr};
     *item = {centralDB, kavrilConfig, errorManager};
     sessions[sessId] = item;

@@ -30,6 +30,15 @@ struct SessionItem {
 
 // An entry is that of the thread that has the session loaded.
 extern SessionItem* sessions[kMaxSessions];
+// How callers use a session. Its copies are used alike.
+struct SessionUse {
+    bool hasAllNumbers;  // 8 classes and 8 levels, whatever NBOA and NBPL are
+    bool isQuiet;        // what its calls say is kept for the caller (print.h)
+};
+
+// Of the session that this thread has loaded, or begun: it is as it is when that is
+// opened.
+extern constinit thread_local SessionUse sessionUse;
 // The session that this thread has loaded last, -1 for none.
 extern constinit thread_local int currentSessId;
 extern std::atomic<int> lastSession;  // slot given out last, -1 before the first

@@ -355,5 +355,9 @@ DataBase* DBload(const char* path) {
 }
 
 int copySession(int sessId) {
-    return loadSession(sessId) >= 0 && beginCopy() == 0 ? openSession() : -1;
+    if (loadSession(sessId) < 0) return -1;
+    const SessionUse use = sessionUse;
+    if (beginCopy() < 0) return -1;
+    sessionUse = use;
+    return openSession();
 }

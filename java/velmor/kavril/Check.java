@@ -23,6 +23,18 @@ final class Check {
         return range(name, value, 0, MAX_NODE);
     }
 
+    /** The nodes of a route; a name for each is made only if it is told. */
+    static void nodes(String name, int[] values) {
+        if (values.length == 0) {
+            throw new IllegalArgumentException(name + " has 0 ids, must have 1 or more");
+        }
+        for (int i = 0; i < values.length; i++) {
+            if (values[i] < 0 || values[i] > MAX_NODE) {
+                node(name + "[" + i + "]", values[i]);
+            }
+        }
+    }
+
     static int link(String name, int value) {
         return range(name, value, 0, MAX_LINK);
     }

@@ -2,7 +2,6 @@ package velmor.kavril;
 
 import java.io.IOException;
 import java.io.UncheckedIOException;
-import java.nio.IntBuffer;
 import java.nio.charset.Charset;
 import java.nio.file.Path;
 import java.util.Arrays;
@@ -10,10 +9,12 @@ import java.util.List;
 import java.util.concurrent.Future;
 import java.util.concurrent.ScheduledThreadPoolExecutor;
 import java.util.concurrent.TimeUnit;
+import java.util.function.IntSupplier;
 import java.util.function.Supplier;
 import java.util.stream.Collectors;
 import velmor.kavril.internal.Diagnostics;
 import velmor.kavril.internal.NativeLibrary;
+import velmor.kavril.internal.Sessions;
 import velmor.kavril.internal.Storage;
 import velmor.repository.KAVRIL.JNIKAVRIL;
 import velmor.repository.model.exception.AddDBException;
@@ -47,48 +48,67 @@ final class NativeSession implements Runnable {
         }
     }
 
-    private final JNIKAVRIL raw;
-    private boolean open = true;
+    private static volatile boolean areMethodsThere;
+
+    private final JNIKAVRIL raw = new JNIKAVRIL();
+    private final Statistics statistics = new Statistics();
+    private volatile boolean open = true;
+    private Runnable unpublish = () -> { };
 
     // Of a session with a journal.
-    private Path journal;
+    private volatile Path journal;
     private boolean isFlushed = true;
     private Future<?> flushing;
 
-    /**
-     * Opens the session. The numbers of classes and levels belong to the process; with all 8 of both,
-     * sessions with any numbers go together. What is not in use stays 0.
-     */
+    /** Opens the session, with 8 classes and 8 levels; those that are not in use stay 0. */
     NativeSession(SessionBuilder config) {
-        raw = new JNIKAVRIL();
-        raw.jniinitKavril(Check.MAX_CLASSES, Check.MAX_LEVELS, config.hasColorClause(), false,
-                config.hasCapacityClause(), config.weight(Weight.LOAD_BALANCE),
-                config.weight(Weight.LOAD), config.weight(Weight.SQUARED_LOAD),
-                config.weight(Weight.RELATIVE_LOAD), config.weight(Weight.SQUARED_RELATIVE_LOAD),
-                config.weight(Weight.DELAY), config.weight(Weight.FORTZ), config.rerouting());
+        this("a session cannot be opened", () -> Sessions.open(config.hasColorClause(),
+                config.hasCapacityClause(), config.weights(), config.rerouting(),
+                !config.isPrinting()));
+    }
+
+    /** Opens it by a call that gives its number or -1. */
+    private NativeSession(String failure, IntSupplier opening) {
+        haveMethods();
+        if (opens(opening)) {
+            return;
+        }
         List<String> trace = takeMessages();
-        if (raw.sessId < 0) {
-            throw new RefusedException("a session cannot be opened: "
+        boolean isFull = trace.stream().anyMatch(line -> line.contains("Too many Sessions"));
+        if (!(isFull && Forgotten.makeRoom(() -> opens(opening)))) {
+            throw new RefusedException(failure + ": "
                     + Reason.of(trace, "the library gives no reason"), trace, null);
         }
     }
 
-    private NativeSession(int sessId) {
-        raw = new JNIKAVRIL();
-        raw.sessId = sessId;
+    /** Leaves the messages of a failure to be taken. */
+    private boolean opens(IntSupplier opening) {
+        raw.sessId = opening.getAsInt();
+        return raw.sessId >= 0;
+    }
+
+    /**
+     * The library makes its methods known when a session is opened, even if it is refused: as this one
+     * for the lack of a table. So the numbers of classes and levels that others have set stay.
+     */
+    private void haveMethods() {
+        if (areMethodsThere) {
+            return;
+        }
+        raw.jniinitKavril(1, 1, false, false, false, 0, 0, 0, 0, 0, 0, 0, null);
+        try {
+            Diagnostics.takeMessages(-1);
+            areMethodsThere = true;
+        } catch (UnsatisfiedLinkError e) {
+            throw new UnsatisfiedLinkError("the native library from " + NativeLibrary.origin()
+                    + " does not go with the classes of the jar: " + e.getMessage());
+        }
     }
 
     /** Opens another session that does what this one would. */
     synchronized NativeSession copy() {
-        return call(() -> "", () -> "", session -> {
-            int sessId = Storage.copy(session.sessId);
-            if (sessId < 0) {
-                List<String> trace = takeMessages(-1);
-                throw new RefusedException("the session cannot be copied: "
-                        + Reason.of(trace, "the library gives no reason"), trace, null);
-            }
-            return new NativeSession(sessId);
-        });
+        return call(() -> "", () -> "", session -> new NativeSession("the session cannot be copied",
+                () -> Storage.copy(session.sessId)));
     }
 
     /** Saves the session to a file. */
@@ -157,15 +177,6 @@ final class NativeSession implements Runnable {
                 + Reason.of(takeMessages(), "the library gives no reason")));
     }
 
-    /** What is in the session's network. */
-    synchronized Inventory inventory() {
-        int[] contents = call(() -> "", () -> "", session -> Storage.contents(session.sessId));
-        if (contents == null) {
-            throw new OutOfMemoryError("no memory for what is in the session");
-        }
-        return new Inventory(IntBuffer.wrap(contents));
-    }
-
     /** A file's name as the library hands it to the system. */
     private static byte[] bytes(Path path) {
         String name = path.toFile().getAbsolutePath();
@@ -177,11 +188,6 @@ final class NativeSession implements Runnable {
     synchronized <T> T call(Supplier<String> what, Supplier<String> why, Call<T> call) {
         if (!open) {
             throw new IllegalStateException("the session is closed");
-        }
-        if (!Diagnostics.inUse(Check.MAX_CLASSES, Check.MAX_LEVELS)) {
-            throw new IllegalStateException("a session opened through JNIKAVRIL has set other numbers"
-                    + " of classes and levels for the process; open it with " + Check.MAX_CLASSES
-                    + " classes and " + Check.MAX_LEVELS + " levels");
         }
         try {
             return call.run(raw);
@@ -208,8 +214,31 @@ final class NativeSession implements Runnable {
         return text;
     }
 
-    synchronized boolean isOpen() {
+    /** Its number in the library, for those whom {@link #call} has let in. */
+    int sessId() {
+        return raw.sessId;
+    }
+
+    Statistics statistics() {
+        return statistics;
+    }
+
+    /** Shows the statistics over JMX until the session is closed. */
+    synchronized void publish(String name) {
+        call(() -> "", () -> "", session -> {
+            Runnable end = Publication.of(statistics, name);
+            unpublish.run();
+            return unpublish = end;
+        });
+    }
+
+    boolean isOpen() {
         return open;
+    }
+
+    /** The journal, null for none. */
+    Path journal() {
+        return journal;
     }
 
     /** Closes the session if it is open. */
@@ -221,22 +250,12 @@ final class NativeSession implements Runnable {
                 flushing.cancel(false);
             }
             raw.jnikillKavril();
+            unpublish.run();
         }
     }
 
     private List<String> takeMessages() {
-        return takeMessages(raw.sessId);
-    }
-
-    private List<String> takeMessages(int sessId) {
-        String[] messages;
-        try {
-            messages = Diagnostics.takeMessages(sessId);
-        } catch (UnsatisfiedLinkError e) {
-            raw.jnikillKavril();
-            throw new UnsatisfiedLinkError("the native library from " + NativeLibrary.origin()
-                    + " does not go with the classes of the jar: " + e.getMessage());
-        }
+        String[] messages = Diagnostics.takeMessages(raw.sessId);
         return messages == null ? List.of()
                 : Arrays.stream(messages).map(String::strip).collect(Collectors.toList());
     }

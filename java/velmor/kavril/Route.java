@@ -18,13 +18,14 @@ public final class Route {
      * @return the route
      */
     public static Route of(int... nodes) {
-        if (Check.given("nodes", nodes).length == 0) {
-            throw new IllegalArgumentException("nodes has 0 ids, must have 1 or more");
-        }
-        for (int i = 0; i < nodes.length; i++) {
-            Check.node("nodes[" + i + "]", nodes[i]);
-        }
-        return new Route(nodes.clone());
+        Check.given("nodes", nodes);
+        return ofOwn(nodes.clone());
+    }
+
+    /** A route over these nodes, which nobody changes any more. */
+    static Route ofOwn(int[] nodes) {
+        Check.nodes("nodes", nodes);
+        return new Route(nodes);
     }
 
     /**

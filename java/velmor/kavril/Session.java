@@ -8,10 +8,14 @@ import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import java.util.Map;
+import java.util.Optional;
 import java.util.OptionalInt;
 import java.util.Set;
+import java.util.function.IntFunction;
 import java.util.function.Supplier;
 import java.util.stream.Collectors;
+import velmor.kavril.internal.State;
 import velmor.repository.KAVRIL.JNIKAVRIL;
 import velmor.repository.model.exception.AddDBException;
 
@@ -25,28 +29,26 @@ import velmor.repository.model.exception.AddDBException;
  * {@link #close} and {@link #isClosed}.
  */
 public final class Session implements AutoCloseable {
-    private static final Cleaner CLEANER = Cleaner.create();
     private static final int GLOBAL_BACKUP = 1;
     private static final int LOCAL_BACKUPS = 2;
+    private static final int MAX_NAMED = 10;
 
     private final int nbClasses;
     private final int nbLevels;
-    private final Inventory inventory;
     private final NativeSession session;
     private final Cleaner.Cleanable cleanable;
 
-    private Session(int nbClasses, int nbLevels, Inventory inventory, NativeSession session) {
+    private Session(int nbClasses, int nbLevels, NativeSession session) {
         this.nbClasses = nbClasses;
         this.nbLevels = nbLevels;
-        this.inventory = inventory;
         this.session = session;
-        cleanable = CLEANER.register(this, session);
+        cleanable = Forgotten.closeWith(this, session);
     }
 
     static Session open(SessionBuilder config) {
         NativeSession session = new NativeSession(config);
         if (config.journal() == null) {
-            return new Session(config.nbClasses(), config.nbLevels(), new Inventory(), session);
+            return new Session(config.nbClasses(), config.nbLevels(), session);
         }
         try {
             return ofContents(session, session.journal(config));
@@ -62,9 +64,10 @@ public final class Session implements AutoCloseable {
     /** The session for what is in a native one, with the numbers of classes and levels it has. */
     private static Session ofContents(NativeSession session, int[] numbers) throws IOException {
         try {
-            return new Session(Check.range("nbClasses", numbers[0], 1, Check.MAX_CLASSES),
-                    Check.range("nbLevels", numbers[1], 1, Check.MAX_LEVELS), session.inventory(),
-                    session);
+            int nbClasses = Check.range("nbClasses", numbers[0], 1, Check.MAX_CLASSES);
+            int nbLevels = Check.range("nbLevels", numbers[1], 1, Check.MAX_LEVELS);
+            session.call(() -> "", () -> "", raw -> StateReader.all(raw.sessId, nbClasses));
+            return new Session(nbClasses, nbLevels, session);
         } catch (IllegalArgumentException e) {
             throw new IOException("it is a session that only C++ can use: " + e.getMessage(), e);
         }
@@ -109,8 +112,8 @@ public final class Session implements AutoCloseable {
      * @throws RefusedException if 128 sessions are open already, or there is not enough memory
      */
     public Session copy() {
-        return call(() -> "", () -> "", raw ->
-                new Session(nbClasses, nbLevels, new Inventory(inventory), session.copy()));
+        return call(Operation.COPY, () -> "", () -> "", raw ->
+                new Session(nbClasses, nbLevels, session.copy()));
     }
 
     /**
@@ -122,11 +125,10 @@ public final class Session implements AutoCloseable {
      */
     public void save(Path path) throws IOException {
         Check.given("path", path);
-        try {
+        timed(Operation.SAVE, () -> "", () -> {
             session.save(path, nbClasses, nbLevels);
-        } finally {
-            Reference.reachabilityFence(this);
-        }
+            return null;
+        });
     }
 
     /**
@@ -137,10 +139,7 @@ public final class Session implements AutoCloseable {
      */
     public void addNode(int id) {
         Check.node("id", id);
-        change(() -> "node " + id + " cannot be added", raw -> {
-            raw.jniaddNode(id);
-            inventory.addNode(id);
-        });
+        change(Operation.ADD_NODE, () -> "node " + id + " cannot be added", raw -> raw.jniaddNode(id));
     }
 
     /**
@@ -165,9 +164,10 @@ public final class Session implements AutoCloseable {
         for (int oa = 0; oa < nbClasses; oa++) {
             row[oa] = Check.amount("capacities[" + oa + "]", capacities[oa]);
         }
-        change(() -> "link " + id + " (" + source + " > " + destination + ") cannot be added",
-                raw -> raw.jniaddLink(id, 0, source, destination, row,
-                        new float[Check.MAX_CLASSES][Check.MAX_LEVELS], null, null, null));
+        Supplier<String> what =
+                () -> "link " + id + " (" + source + " > " + destination + ") cannot be added";
+        change(Operation.ADD_LINK, what, raw -> raw.jniaddLink(id, 0, source, destination, row,
+                new float[Check.MAX_CLASSES][Check.MAX_LEVELS], null, null, null));
     }
 
     /**
@@ -182,8 +182,8 @@ public final class Session implements AutoCloseable {
         Check.node("source", source);
         Check.node("destination", destination);
         Supplier<String> what = () -> "link " + source + " > " + destination + " cannot be removed";
-        change(what, raw -> {
-            refuseIfUsed(what, inventory.using(route -> route.crosses(source, destination)));
+        change(Operation.REMOVE_LINK, what, raw -> {
+            refuseIfUsed(what, State.dependants(raw.sessId, source, destination));
             raw.jniremoveLink(source, destination);
         });
     }
@@ -200,10 +200,9 @@ public final class Session implements AutoCloseable {
     public void removeNode(int id) {
         Check.node("id", id);
         Supplier<String> what = () -> "node " + id + " cannot be removed";
-        change(what, raw -> {
-            refuseIfUsed(what, inventory.using(route -> route.indexOf(id) >= 0));
+        change(Operation.REMOVE_NODE, what, raw -> {
+            refuseIfUsed(what, State.dependants(raw.sessId, id, -1));
             raw.jniremoveNode(id);
-            inventory.removeNode(id);
         });
     }
 
@@ -221,11 +220,10 @@ public final class Session implements AutoCloseable {
         Check.given("route", route);
         checkTraffic(traffic);
         Supplier<String> what = () -> "LSP " + id + " (" + traffic + ") cannot be placed over " + route;
-        change(what, raw -> {
-            refuseIfUp(what, id);
+        change(Operation.ADD_LSP, what, raw -> {
+            refuseIfUp(what, raw, id);
             raw.jniaddLSP(id, route.nodes(), traffic.level(), traffic.trafficClass(),
                     (float) traffic.bandwidth());
-            inventory.addPrimary(id, traffic, route);
         });
     }
 
@@ -251,10 +249,10 @@ public final class Session implements AutoCloseable {
         checkTraffic(traffic);
         Supplier<String> what = () -> "backup " + id + " of LSP " + primaryId + " (" + traffic
                 + ") cannot be placed over " + route;
-        change(what, raw -> {
-            refuseIfUp(what, id);
-            Inventory.Lsp primary = primary(what, primaryId);
-            placeBackup(raw, id, primary, kind, traffic, route);
+        change(Operation.ADD_BACKUP, what, raw -> {
+            refuseIfUp(what, raw, id);
+            primary(what, raw, primaryId);
+            placeBackup(raw, id, primaryId, kind, traffic, route);
         });
     }
 
@@ -285,20 +283,15 @@ public final class Session implements AutoCloseable {
         boolean preempt = chosen.contains(RequestOption.PREEMPT);
         Supplier<String> what = () -> "LSP " + id + " (" + traffic + ") finds no way from " + source
                 + " to " + destination;
-        return call(what, () -> noRouteReason(source, destination, preempt), raw -> {
-            refuseIfUp(what, id);
+        return call(Operation.REQUEST, what, () -> noRouteReason(source, destination, preempt), raw -> {
+            refuseIfUp(what, raw, id);
             raw.lsps = null;
             int[] path = raw.jnicomputePath(id, source, destination, -1, -1, -1,
                     traffic.trafficClass(), traffic.level(), (float) traffic.bandwidth(), null, add,
                     preempt);
             List<Integer> preempted = raw.lsps == null ? List.of()
                     : Arrays.stream(raw.lsps).boxed().collect(Collectors.toUnmodifiableList());
-            Route route = Route.of(path);
-            if (add) {
-                inventory.addPrimary(id, traffic, route);
-            }
-            inventory.removeLsps(preempted);
-            return new Placement(id, route, add, preempted);
+            return new Placement(id, Route.of(path), add, preempted);
         });
     }
 
@@ -306,8 +299,8 @@ public final class Session implements AutoCloseable {
      * Protects a primary LSP by backups with its bandwidth and class. They are computed first, then
      * placed if the protection has ids for them: all or none.
      *
-     * <p>The library says on the standard output or error stream when a search has no result, and
-     * when a global backup cannot go around all nodes.
+     * <p>The library remarks on a search without result, and on a backup that cannot go around all
+     * nodes, see {@link SessionBuilder#printing}.
      *
      * @param id the primary LSP
      * @param protection the kind of backups, and whether to place them
@@ -322,9 +315,10 @@ public final class Session implements AutoCloseable {
         Check.given("protection", protection);
         Check.range("level", protection.level(), 0, nbLevels - 1);
         Supplier<String> what = () -> "LSP " + id + " cannot be protected";
-        return call(what, () -> "there is no way around a link of it with enough room", raw -> {
-            Inventory.Lsp primary = primary(what, id);
-            checkBackupIds(what, protection, primary);
+        Supplier<String> why = () -> "there is no way around a link of it with enough room";
+        return timed(Operation.PROTECT, () -> "LSP " + id, () -> session.call(what, why, raw -> {
+            Lsp primary = primary(what, raw, id);
+            checkBackupIds(what, raw, protection, primary);
             boolean global = protection.kind() == Protection.Kind.GLOBAL;
             int[][] paths = raw.jnicomputeBackupPath(id, new int[0],
                     global ? GLOBAL_BACKUP : LOCAL_BACKUPS, false, false);
@@ -335,11 +329,11 @@ public final class Session implements AutoCloseable {
             for (int i = 0; i < paths.length; i++) {
                 backups.add(new Backup(protection.isPlaced()
                         ? OptionalInt.of(protection.backupIds()[i]) : OptionalInt.empty(), id,
-                        protection.kind(), Route.of(paths[i]), primary.route, global ? 0 : i,
-                        global ? primary.route.nbLinks() - 1 : i));
+                        protection.kind(), Route.of(paths[i]), primary.route(), global ? 0 : i,
+                        global ? primary.route().nbLinks() - 1 : i));
             }
             return List.copyOf(backups);
-        });
+        }));
     }
 
     /**
@@ -351,36 +345,114 @@ public final class Session implements AutoCloseable {
     public void removeLsp(int id) {
         Check.lsp("id", id);
         Supplier<String> what = () -> "LSP " + id + " cannot be removed";
-        change(what, raw -> {
-            if (inventory.lsp(id) == null) {
+        change(Operation.REMOVE_LSP, what, raw -> {
+            if (!State.hasLsp(raw.sessId, id)) {
                 throw refused(what, "it is not up");
             }
             raw.jniremoveLSP(id);
-            inventory.removeLsps(List.of(id));
         });
     }
 
     /**
-     * The backups that were placed for an LSP and are up. It may itself be down, removed or preempted;
-     * its backups then hold bandwidth for nothing and should be removed.
+     * The backups of an LSP that are up: those placed for it, since it goes where it goes now. Of
+     * backups that have outlived an LSP of the same id, those of another route are none of this one's;
+     * those of the very same route protect it, too.
+     *
+     * <p>If no primary has the id, because it was removed or preempted, all backups are listed that are
+     * left of it: they hold bandwidth for nothing and should be removed.
      *
      * @param id the primary LSP
      * @return ids of the backups, ascending
      */
     public List<Integer> backupsOf(int id) {
         Check.lsp("id", id);
-        return call(() -> "", () -> "", raw -> inventory.backupsOf(id));
+        return read(Operation.READ, sessId -> StateReader.backupsOf(sessId, id));
+    }
+
+    /**
+     * Everything that is in the session: nodes, links with what is booked on them, and LSPs. Another
+     * thread's call comes before it or after it. The values stay what they are when the session changes.
+     *
+     * @return the state as of now
+     */
+    public NetworkState state() {
+        return read(Operation.READ_ALL, sessId -> StateReader.all(sessId, nbClasses));
+    }
+
+    /**
+     * An LSP.
+     *
+     * @param id its id
+     * @return the LSP as of now, empty if it is not up
+     */
+    public Optional<Lsp> lsp(int id) {
+        Check.lsp("id", id);
+        return read(Operation.READ, sessId -> StateReader.lsp(sessId, id));
+    }
+
+    /**
+     * The link from one node to another.
+     *
+     * @param source the node it leaves
+     * @param destination the node it enters
+     * @return the link as of now, empty if there is none
+     */
+    public Optional<Link> link(int source, int destination) {
+        Check.node("source", source);
+        Check.node("destination", destination);
+        return read(Operation.READ, sessId -> StateReader.link(sessId, nbClasses, source, destination));
+    }
+
+    /**
+     * The LSPs whose own route crosses a link.
+     *
+     * @param source the node it leaves
+     * @param destination the node it enters
+     * @return primaries and backups as of now, ids ascending; none if there is no such link
+     */
+    public List<Lsp> lspsOn(int source, int destination) {
+        Check.node("source", source);
+        Check.node("destination", destination);
+        return read(Operation.READ, sessId -> StateReader.lspsOn(sessId, source, destination));
     }
 
     /**
      * The library's tables: nodes with their neighbours, links with the LSPs that cross them and the
-     * capacity, primary and reserved bandwidth of each class.
+     * capacity, primary and reserved bandwidth of each class, decimals with a point.
      *
      * @return the text, many lines
      */
     public String dump() {
+        return timed(Operation.READ_ALL, () -> "", session::print);
+    }
+
+    /**
+     * How often each operation was called on this session, and how long that took. Misuse does not
+     * count: calls that end with an {@link IllegalArgumentException} or an
+     * {@link IllegalStateException}. A copy of the session starts anew.
+     *
+     * @return the figures as of now, for every operation; may be asked of a closed session, too
+     */
+    public Map<Operation, OperationStatistics> statistics() {
+        return session.statistics().figures();
+    }
+
+    /**
+     * Shows the {@linkplain #statistics statistics} over JMX until the session is closed: as the
+     * {@link SessionMXBean} with the name {@code velmor.kavril:type=Session,name="NAME"} in the
+     * platform's MBean server. Under another name as before if it is published already.
+     *
+     * @param name a name that no other session is published under
+     * @throws IllegalArgumentException if one is
+     * @throws UnsupportedOperationException if the runtime has no module {@code java.management}. On
+     *     the module path, {@code --add-modules java.management} adds it
+     */
+    public void publish(String name) {
+        Check.given("name", name);
         try {
-            return session.print();
+            session.publish(name);
+        } catch (NoClassDefFoundError e) {
+            throw new UnsupportedOperationException("there is no module java.management", e);
         } finally {
             Reference.reachabilityFence(this);
         }
@@ -407,72 +479,72 @@ public final class Session implements AutoCloseable {
         Check.range("level", traffic.level(), 0, nbLevels - 1);
     }
 
-    private void checkBackupIds(Supplier<String> what, Protection protection, Inventory.Lsp primary) {
-        int nbBackups = protection.kind() == Protection.Kind.GLOBAL ? 1 : primary.route.nbLinks();
+    private static void checkBackupIds(Supplier<String> what, JNIKAVRIL raw, Protection protection,
+            Lsp primary) {
+        int nbBackups = protection.kind() == Protection.Kind.GLOBAL ? 1 : primary.route().nbLinks();
         int[] ids = protection.backupIds();
         if (ids == null) {
             return;
         }
         if (ids.length != nbBackups) {
             throw new IllegalArgumentException("backupIds has " + ids.length + " ids, must have "
-                    + nbBackups + ", one for each backup of LSP " + primary.id);
+                    + nbBackups + ", one for each backup of LSP " + primary.id());
         }
         if (Arrays.stream(ids).distinct().count() < ids.length) {
             throw new IllegalArgumentException("backupIds is " + Arrays.toString(ids)
                     + ", must have each id once");
         }
         for (int id : ids) {
-            refuseIfUp(what, id);
+            refuseIfUp(what, raw, id);
         }
     }
 
-    private void placeBackups(JNIKAVRIL raw, Inventory.Lsp primary, Protection protection,
+    private static void placeBackups(JNIKAVRIL raw, Lsp primary, Protection protection,
             int[][] paths) throws AddDBException {
-        Traffic traffic = primary.traffic.atLevel(protection.level());
+        Traffic traffic = primary.traffic().atLevel(protection.level());
         int nbPlaced = 0;
         try {
             for (int[] path : paths) {
-                placeBackup(raw, protection.backupIds()[nbPlaced], primary, protection.kind(),
+                placeBackup(raw, protection.backupIds()[nbPlaced], primary.id(), protection.kind(),
                         traffic, Route.of(path));
                 nbPlaced++;
             }
-        } catch (AddDBException e) {
+        } catch (AddDBException | RuntimeException | Error e) {
             while (nbPlaced > 0) {
-                int id = protection.backupIds()[--nbPlaced];
-                inventory.removeLsps(List.of(id));
-                raw.jniremoveLSP(id);
+                raw.jniremoveLSP(protection.backupIds()[--nbPlaced]);
             }
             throw e;
         }
     }
 
-    private void placeBackup(JNIKAVRIL raw, int id, Inventory.Lsp primary, Protection.Kind kind,
+    private static void placeBackup(JNIKAVRIL raw, int id, int primaryId, Protection.Kind kind,
             Traffic traffic, Route route) throws AddDBException {
-        raw.jniaddBackupLSP(id, primary.id, route.nodes(), traffic.level(), traffic.trafficClass(),
+        raw.jniaddBackupLSP(id, primaryId, route.nodes(), traffic.level(), traffic.trafficClass(),
                 (float) traffic.bandwidth(), kind == Protection.Kind.LOCAL);
-        inventory.addBackup(id, traffic, route, primary);
     }
 
-    private Inventory.Lsp primary(Supplier<String> what, int id) {
-        Inventory.Lsp lsp = inventory.lsp(id);
-        if (lsp == null) {
-            throw refused(what, "LSP " + id + " is not up");
-        }
-        if (lsp.primaryId >= 0) {
+    private static Lsp primary(Supplier<String> what, JNIKAVRIL raw, int id) {
+        Lsp lsp = StateReader.lsp(raw.sessId, id)
+                .orElseThrow(() -> refused(what, "LSP " + id + " is not up"));
+        if (lsp.isBackup()) {
             throw refused(what, "LSP " + id + " is itself a backup");
         }
         return lsp;
     }
 
-    private void refuseIfUp(Supplier<String> what, int id) {
-        if (inventory.lsp(id) != null) {
+    private static void refuseIfUp(Supplier<String> what, JNIKAVRIL raw, int id) {
+        if (State.hasLsp(raw.sessId, id)) {
             throw refused(what, "the LSP id " + id + " is in use");
         }
     }
 
-    private static void refuseIfUsed(Supplier<String> what, List<Integer> users) {
-        if (!users.isEmpty()) {
-            throw refused(what, "LSPs that are up depend on it: " + users);
+    /** Names the first few of the users, of which there may be very many. */
+    private static void refuseIfUsed(Supplier<String> what, int[] users) {
+        if (users.length > 0) {
+            int nbNamed = Math.min(users.length, MAX_NAMED);
+            throw refused(what, "LSPs that are up depend on it: "
+                    + Arrays.toString(Arrays.copyOf(users, nbNamed))
+                    + (nbNamed < users.length ? " and " + (users.length - nbNamed) + " more" : ""));
         }
     }
 
@@ -482,7 +554,7 @@ public final class Session implements AutoCloseable {
 
     private String noRouteReason(int source, int destination, boolean preempt) {
         for (int node : new int[] {source, destination}) {
-            if (!inventory.hasNode(node)) {
+            if (!State.hasNode(session.sessId(), node)) {
                 return "there is no node " + node;
             }
         }
@@ -490,23 +562,62 @@ public final class Session implements AutoCloseable {
                 : "no path has enough room, and nothing may give way for it";
     }
 
+    @Override
+    public String toString() {
+        return (isClosed() ? "closed session of " : "session of ") + nbClasses
+                + (nbClasses == 1 ? " class and " : " classes and ") + nbLevels
+                + (nbLevels == 1 ? " level" : " levels")
+                + (session.journal() == null ? "" : " with the journal " + session.journal());
+    }
+
     /** Work that gives nothing back. */
     private interface Change {
         void run(JNIKAVRIL raw) throws AddDBException;
     }
 
-    private void change(Supplier<String> what, Change change) {
-        call(what, () -> "the library gives no reason", raw -> {
+    private void change(Operation operation, Supplier<String> what, Change change) {
+        call(operation, what, () -> "the library gives no reason", raw -> {
             change.run(raw);
             return null;
         });
     }
 
-    /** The session must not be found forgotten while it is at work. */
-    private <T> T call(Supplier<String> what, Supplier<String> why, NativeSession.Call<T> call) {
+    /** Asks for something; takes the session's number. */
+    private <T> T read(Operation operation, IntFunction<T> question) {
+        return call(operation, () -> "", () -> "", raw -> question.apply(raw.sessId));
+    }
+
+    private <T> T call(Operation operation, Supplier<String> what, Supplier<String> why,
+            NativeSession.Call<T> call) {
+        return timed(operation, operation::toString, () -> session.call(what, why, call));
+    }
+
+    /** Work that may fail with an exception of one checked type. */
+    private interface Work<T, E extends Exception> {
+        T run() throws E;
+    }
+
+    /**
+     * Does an operation on the session, which must not be found forgotten meanwhile, counts it, and logs
+     * what the library has said about the thing that it was for.
+     */
+    private <T, E extends Exception> T timed(Operation operation, Supplier<String> about,
+            Work<T, E> work) throws E {
+        long start = System.nanoTime();
+        boolean isMisuse = false;
+        boolean isDone = false;
         try {
-            return session.call(what, why, call);
+            T result = work.run();
+            isDone = true;
+            return result;
+        } catch (IllegalArgumentException | IllegalStateException e) {
+            isMisuse = true;
+            throw e;
         } finally {
+            if (!isMisuse) {
+                session.statistics().add(operation, System.nanoTime() - start, !isDone);
+            }
+            Output.log(about);
             Reference.reachabilityFence(this);
         }
     }

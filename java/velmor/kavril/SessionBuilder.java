@@ -12,6 +12,7 @@ public final class SessionBuilder {
     private int nbLevels = Check.MAX_LEVELS;
     private boolean capacityClause = true;
     private boolean colorClause;
+    private boolean printing = Output.isPrinted();
     private final Map<Weight, Float> weights = new EnumMap<>(Weight.class);
     private final float[][] rerouting = new float[Check.MAX_CLASSES][Check.MAX_LEVELS];
 
@@ -63,6 +64,21 @@ public final class SessionBuilder {
      */
     public SessionBuilder colorClause(boolean colorClause) {
         this.colorClause = colorClause;
+        return this;
+    }
+
+    /**
+     * Sets whether the library prints its remarks on the standard output and error streams, as it does
+     * for {@link velmor.repository.KAVRIL.JNIKAVRIL}: that no backup was found, or one of lesser kind.
+     * Unless it is set, it does so if the system property {@code velmor.kavril.print} is {@code true};
+     * otherwise the remarks go to the {@link System.Logger} with the name {@code velmor.kavril}, level
+     * {@code DEBUG}, each with the LSP that it is about.
+     *
+     * @param printing true to print them
+     * @return this builder
+     */
+    public SessionBuilder printing(boolean printing) {
+        this.printing = printing;
         return this;
     }
 
@@ -181,7 +197,18 @@ public final class SessionBuilder {
         return colorClause;
     }
 
-    float weight(Weight criterion) {
+    boolean isPrinting() {
+        return printing;
+    }
+
+    /** In the order of {@code jniinitKavril}. */
+    float[] weights() {
+        return new float[] {weight(Weight.LOAD_BALANCE), weight(Weight.LOAD),
+            weight(Weight.SQUARED_LOAD), weight(Weight.RELATIVE_LOAD),
+            weight(Weight.SQUARED_RELATIVE_LOAD), weight(Weight.DELAY), weight(Weight.FORTZ)};
+    }
+
+    private float weight(Weight criterion) {
         return weights.isEmpty() && criterion == Weight.FORTZ
                 ? 1 : weights.getOrDefault(criterion, 0f);
     }

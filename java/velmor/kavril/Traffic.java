@@ -8,7 +8,8 @@ public final class Traffic {
     private final int trafficClass;
     private final int level;
 
-    private Traffic(float bandwidth, int trafficClass, int level) {
+    /** For a class and a level that there are. */
+    Traffic(float bandwidth, int trafficClass, int level) {
         this.bandwidth = bandwidth;
         this.trafficClass = trafficClass;
         this.level = level;

@@ -46,9 +46,16 @@
  *
  * <p>All methods may be called from all threads. Calls on one session wait for each other; those on
  * different sessions run side by side. A call that waits while another thread closes the session gets
- * an {@link IllegalStateException}. Sessions of {@link velmor.repository.KAVRIL.JNIKAVRIL} may be open beside those of this
- * package only if they are opened with 8 classes and 8 levels, since the last session that is opened
- * sets these numbers for all. A session of this package notices that the numbers are others and
- * refuses to work.
+ * an {@link IllegalStateException}. Sessions of {@link velmor.repository.KAVRIL.JNIKAVRIL} may be open
+ * beside those of this package: the numbers of classes and levels that the last one of them sets for all
+ * others do not concern these, nor the reverse. Together there may be 128; sessions that were forgotten
+ * are looked for before one more is refused.
+ *
+ * <h2>Watching sessions</h2>
+ *
+ * <p>{@link velmor.kavril.Session#state} gives everything that is in a session as values.
+ * {@link velmor.kavril.Session#statistics} counts and times its calls, and
+ * {@link velmor.kavril.Session#publish} shows that over JMX. What the library remarks while it works
+ * goes to a logger, see {@link velmor.kavril.SessionBuilder#printing}.
  */
 package velmor.kavril;

@@ -25,14 +25,4 @@ public final class Diagnostics {
      * @return the text; null if there is no memory for it
      */
     public static native String print(int sessId);
-
-    /**
-     * Whether the process works with so many classes and levels, which the last session that was
-     * opened has set.
-     *
-     * @param nbClasses number of classes
-     * @param nbLevels number of preemption levels
-     * @return whether both numbers are those in use
-     */
-    public static native boolean inUse(int nbClasses, int nbLevels);
 }

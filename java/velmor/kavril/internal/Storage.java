@@ -68,14 +68,4 @@ public final class Storage {
      * @return whether it is
      */
     public static native boolean flush(int sessId);
-
-    /**
-     * The nodes and LSPs of a session.
-     *
-     * @param sessId the session
-     * @return the number of nodes and their ids; then for each LSP its id, its primary's or -1, its
-     *     level, its class or -1 for several, the bits of its bandwidth, and the nodes of its path and
-     *     of its primary's, each with their number first; null if there is no memory for it
-     */
-    public static native int[] contents(int sessId);
 }

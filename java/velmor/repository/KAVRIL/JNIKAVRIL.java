@@ -99,7 +99,7 @@ public class JNIKAVRIL {
      * no longer be reached unless its {@code sessId} was kept.
      *
      * <p>The numbers of classes and levels belong to the process, not to the session: the last call
-     * sets them for all sessions, so all sessions should use the same.
+     * sets them for all sessions opened so, so all of these should use the same.
      *
      * <p>The weights make up the score by which primary paths are compared; a criterion of weight 0
      * is not used. With all weights 0 every path is as good as any other. Weights other than

@@ -16,6 +16,7 @@ import org.junit.jupiter.api.DynamicTest;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.TestFactory;
 import velmor.repository.KAVRIL.JNIKAVRIL;
+import velmor.repository.model.exception.AddDBException;
 
 /** Calls that are refused: each says what is wrong, and changes nothing. */
 class MisuseTest {
@@ -194,19 +195,19 @@ class MisuseTest {
     }
 
     @Test
-    void aRawSessionOfOtherNumbersIsNoticed() {
+    void rawSessionsHaveNumbersOfTheirOwn() throws AddDBException {
         JNIKAVRIL raw = new JNIKAVRIL();
-        raw.jniinitKavril(1, 8, false, false, true, 0, 1, 0, 0, 0, 0, 0, new float[1][8]);
-        try {
-            IllegalStateException e = assertThrows(IllegalStateException.class,
-                    () -> session.addLink(9, 1, 0, 5, 5));
-            assertEquals("a session opened through JNIKAVRIL has set other numbers of classes and "
-                    + "levels for the process; open it with 8 classes and 8 levels", e.getMessage());
+        raw.jniinitKavril(1, 1, false, false, true, 0, 1, 0, 0, 0, 0, 0, new float[1][1]);
+        session.addLink(9, 1, 0, 5, 7);
+        try (Session copy = session.copy(); Session other = Session.builder().classes(3).build()) {
+            raw.jniaddNode(0);
+            raw.jniaddNode(1);
+            raw.jniaddLink(0, 0, 0, 1, new float[] {5}, new float[][] {{1}}, null, null, null);
+            copy.addLsp(9, ONE.inClass(1), Route.of(1, 0));
+            assertEquals(6, copy.link(1, 0).orElseThrow().free(1));
+            other.addNode(3);
         } finally {
             raw.jnikillKavril();
         }
-        raw.jniinitKavril(8, 8, false, false, true, 0, 1, 0, 0, 0, 0, 0, new float[8][8]);
-        session.addLink(9, 1, 0, 5, 5);
-        raw.jnikillKavril();
     }
 }

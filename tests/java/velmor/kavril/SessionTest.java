@@ -16,7 +16,6 @@ import java.util.concurrent.Executors;
 import java.util.concurrent.Future;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
-import velmor.repository.KAVRIL.JNIKAVRIL;
 
 /** What sessions do; {@link MisuseTest} has what they refuse. */
 class SessionTest {
@@ -136,34 +135,30 @@ class SessionTest {
         assertEquals(List.of(), winding.protectedNodes());
     }
 
-    /** Somebody opens a session behind the others and adds to this one what it does not know of. */
+    /** A primary that comes back to a node has backups of which only the first finds room. */
     @Test
-    void aProtectionThatEndsHalfWayIsTakenBack() throws Exception {
-        JNIKAVRIL raw = new JNIKAVRIL();
-        raw.jniinitKavril(8, 8, false, false, true, 0, 1, 0, 0, 0, 0, 0, new float[8][8]);
+    void aProtectionThatEndsHalfWayIsTakenBack() {
+        session.addLsp(1, Traffic.of(4), Route.of(1, 2, 3, 2));
+        NetworkState before = session.state();
+        RefusedException e = assertThrows(RefusedException.class,
+                () -> session.protect(1, Protection.local().placedAs(11, 12, 13)));
+        assertTrue(e.getMessage().contains("has not enough room"), e.getMessage());
+        assertEquals(before.lsps(), session.state().lsps());
+        assertEquals(before.links(), session.state().links());
+        session.addBackup(11, 1, Protection.Kind.LOCAL, Traffic.of(4), Route.of(1, 5, 3));
+    }
+
+    @Test
+    void unlessToldOtherwiseASessionGoesAroundCongestion() {
         try (Session other = Session.builder().build()) {
-            raw.jnikillKavril();
-            raw.sessId = (raw.sessId + 1) % 128;
-            for (int node = 0; node < 4; node++) {
+            for (int node = 0; node < 3; node++) {
                 other.addNode(node);
             }
-            int[][] links = {{0, 1}, {1, 2}, {0, 3}, {3, 2}, {3, 1}, {1, 3}};
-            for (int id = 0; id < links.length; id++) {
-                other.addLink(id, links[id][0], links[id][1], 10);
-            }
-            other.addLsp(1, Traffic.of(2), Route.of(0, 1, 2));
-            raw.jniaddLSP(12, new int[] {0, 1}, 0, 0, 1);
-            String before = other.dump();
-            assertTrue(before.contains("\n1 12 "), before);
-            RefusedException e = assertThrows(RefusedException.class,
-                    () -> other.protect(1, Protection.local().placedAs(11, 12)));
-            assertTrue(e.getMessage().contains("an LSP with a reserved ID"), e.getMessage());
-            assertEquals(before, other.dump());
-            assertEquals(List.of(), other.backupsOf(1));
-
-            // Unless told otherwise, a session goes around congestion.
+            other.addLink(0, 0, 1, 10);
+            other.addLink(1, 0, 2, 10);
+            other.addLink(2, 2, 1, 10);
             other.addLsp(2, Traffic.of(6), Route.of(0, 1));
-            assertEquals(Route.of(0, 3, 1), other.request(3, 0, 1, Traffic.of(0.5)).route());
+            assertEquals(Route.of(0, 2, 1), other.request(3, 0, 1, Traffic.of(0.5)).route());
         }
     }
 
@@ -239,32 +234,63 @@ class SessionTest {
     }
 
     @Test
-    void forgottenSessionsAreClosed() throws InterruptedException {
-        for (int i = 0; i < 127; i++) {
+    void forgottenSessionsAreClosedBeforeThereAreTooMany() {
+        for (int i = 0; i < 300; i++) {
             Session.builder().build();
         }
+        List<Session> kept = new ArrayList<>();
         RefusedException full = assertThrows(RefusedException.class, () -> {
-            for (int i = 0; i < 2; i++) {
-                Session.builder().build();
+            while (kept.size() <= 128) {
+                kept.add(Session.builder().build());
             }
         });
         assertTrue(full.getMessage().startsWith("a session cannot be opened: 128 sessions are open"),
                 full.getMessage());
-        long end = System.nanoTime() + 60_000_000_000L;
-        boolean open = false;
-        while (!open && System.nanoTime() < end) {
-            System.gc();
-            Thread.sleep(20);
+        assertThrows(RefusedException.class, session::copy);
+        // None of these has been forgotten.
+        session.addNode(9);
+        kept.forEach(Session::close);
+    }
+
+    private boolean overflow(int depth, Runnable call) {
+        try {
+            return overflow(depth + 1, call);
+        } catch (StackOverflowError e) {
             try {
-                Session.builder().build().close();
-                open = true;
-            } catch (RefusedException e) {
-                assertEquals(full.getMessage(), e.getMessage());
+                call.run();
+                return true;
+            } catch (StackOverflowError again) {
+                throw e;
             }
         }
-        assertTrue(open, "128 forgotten sessions stay open");
-        // This one has not been forgotten.
-        session.addNode(9);
+    }
+
+    /** As far as its call came: the stack ends a little later every time. */
+    @Test
+    void anErrorLeavesNoLspThatCannotBeRemoved() throws InterruptedException {
+        List<Integer> ids = new ArrayList<>();
+        Runnable call = () -> {
+            ids.add(ids.size());
+            session.addLsp(ids.size(), Traffic.of(0.001), Route.of(0, 1));
+        };
+        call.run();
+        assertThrows(RefusedException.class, () -> session.addLsp(1, Traffic.of(1), Route.of(0, 1)));
+        Thread thread = new Thread(null, () -> overflow(0, call), "small stack", 1 << 18);
+        thread.start();
+        thread.join();
+        assertTrue(ids.size() > 2, "the stack did not end");
+        for (Lsp lsp : session.state().lsps()) {
+            session.removeLsp(lsp.id());
+        }
+        assertEquals(List.of(), session.lspsOn(0, 1));
+        assertEquals(10, session.link(0, 1).orElseThrow().free(0));
+    }
+
+    @Test
+    void sessionsAreNamed() {
+        assertEquals("session of 1 class and 8 levels", session.toString());
+        session.close();
+        assertEquals("closed session of 1 class and 8 levels", session.toString());
     }
 
     @Test

@@ -10,6 +10,7 @@ import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
+import java.util.Map;
 import java.util.concurrent.TimeUnit;
 import java.util.stream.Collectors;
 
@@ -18,7 +19,7 @@ import java.util.stream.Collectors;
  * came out; that includes the JVM's warnings.
  */
 public final class ChildJvm {
-    private static final int TIMEOUT_SECONDS = 120;
+    private static final int TIMEOUT_SECONDS = 120 + Integer.getInteger("kavril.soak.seconds", 0);
     private static final int SHOWN_LINES = 12;
 
     /** What it printed, a character a byte, with N for the library's source lines. */
@@ -42,6 +43,12 @@ public final class ChildJvm {
 
     /** Starts a JVM: its own options if any, a main class, and the arguments of that. */
     public static ChildJvm start(String classPath, String... arguments) {
+        return start(Map.of(), classPath, arguments);
+    }
+
+    /** The same, with variables of the environment. */
+    public static ChildJvm start(Map<String, String> environment, String classPath,
+            String... arguments) {
         try {
             Path out = Files.createTempFile("kavril", ".out");
             ProcessBuilder builder = new ProcessBuilder(
@@ -50,6 +57,7 @@ public final class ChildJvm {
                     "-Djava.library.path=" + System.getProperty("java.library.path"),
                     "-cp", classPath);
             builder.command().addAll(List.of(arguments));
+            builder.environment().putAll(environment);
             Process process =
                     builder.redirectErrorStream(true).redirectOutput(out.toFile()).start();
             if (!process.waitFor(TIMEOUT_SECONDS, TimeUnit.SECONDS)) {
