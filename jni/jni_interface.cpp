@@ -116,10 +116,13 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniinitKavril(
 // Ends the session instead of saving it.
 JNIEXPORT void JNICALL
 Java_velmor_repository_KAVRIL_JNIKAVRIL_jnikillKavril(JNIEnv* env, jobject obj) {
-    if (loadCntx(env, obj) >= 0)
+    const Saying saying;
+    if (loadCntx(env, obj) >= 0) {
+        if (sessionUse.isQuiet) keepForCaller();
         closeSession();
-    else if (lastSession == -1)
+    } else if (lastSession == -1) {
         std::fputs("ERROR, call to killKavril before initKavril\n", stderr);
+    }
 }
 
 // Changes nothing, so saves nothing.

@@ -41,7 +41,7 @@ class PrimaryCall {
         added_ = add;
         if (!add && preempt && getpreemptList(centralDB, &lsp_, &preemptList_) < 0) {
             PUSH_ERROR(CRITICAL, "Impossible to obtain preemptList");
-            if (!isForCaller()) printErrorStack();
+            printErrorStack();
             return kRoutingException;
         }
         return nullptr;

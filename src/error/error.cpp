@@ -44,6 +44,12 @@ void push(GravityLevel level, const char* message) {
     if (errorManager.top < errorManager.size) store(level, message);
 }
 
+const char* tagOf(const ErrorElem& elem) {
+    static const char* const tags[] = {"[INFO] ", "[WARNING] ", "[CRITICAL] ",
+                                       "[PANIC] "};
+    return elem.gravity >= INFO && elem.gravity <= PANIC ? tags[elem.gravity] : "";
+}
+
 }  // namespace
 
 void errorInit() {
@@ -81,9 +87,13 @@ void addErrorAt(GravityLevel level, const char* source, int line, const char* ms
 }
 
 void printErrorStack() {
-    static const char* const tags[] = {"[INFO] ", "[WARNING] ", "[CRITICAL] ",
-                                       "[PANIC] "};
     if (errorManager.top == 0) return;
+    if (isForCaller()) {
+        for (Long i = errorManager.top - 1; i >= 0; i--)
+            say(stderr, "%s%s\n", tagOf(errorManager.list[i]),
+                errorManager.list[i].message);
+        return;
+    }
     // Standard error is not buffered: a system call per message would take half a minute
     // for a million of them.
     const StreamHold hold(stderr);
@@ -96,7 +106,7 @@ void printErrorStack() {
     };
     for (Long i = errorManager.top - 1; i >= 0; i--) {
         const ErrorElem* elem = &errorManager.list[i];
-        if (elem->gravity >= INFO && elem->gravity <= PANIC) add(tags[elem->gravity]);
+        add(tagOf(*elem));
         add(elem->message);
         add("\n");
         if (length + 2 * sizeof(ErrorElem) > sizeof lines || i == 0) {

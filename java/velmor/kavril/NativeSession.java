@@ -98,6 +98,7 @@ final class NativeSession implements Runnable {
         raw.jniinitKavril(1, 1, false, false, false, 0, 0, 0, 0, 0, 0, 0, null);
         try {
             Diagnostics.takeMessages(-1);
+            Sessions.takeOutput();
             areMethodsThere = true;
         } catch (UnsatisfiedLinkError e) {
             throw new UnsatisfiedLinkError("the native library from " + NativeLibrary.origin()
@@ -250,6 +251,7 @@ final class NativeSession implements Runnable {
                 flushing.cancel(false);
             }
             raw.jnikillKavril();
+            Output.logLast();
             unpublish.run();
         }
     }

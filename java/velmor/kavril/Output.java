@@ -19,13 +19,22 @@ final class Output {
 
     /** Logs what this thread's last call has left. A failure is told by its exception, too. */
     static void log(Supplier<String> about) {
+        log(System.Logger.Level.DEBUG, about);
+    }
+
+    /** Logs what a session leaves that is closed: messages that nobody has got. */
+    static void logLast() {
+        log(System.Logger.Level.WARNING, () -> "a session that was closed");
+    }
+
+    private static void log(System.Logger.Level level, Supplier<String> about) {
         byte[] pieces = Sessions.takeOutput();
-        if (pieces == null || !LOGGER.isLoggable(System.Logger.Level.DEBUG)) {
+        if (pieces == null || !LOGGER.isLoggable(level)) {
             return;
         }
         // The first character tells the stream.
         for (String piece : new String(pieces, StandardCharsets.ISO_8859_1).split("\0")) {
-            LOGGER.log(System.Logger.Level.DEBUG, about.get() + ": " + piece.substring(1).strip());
+            LOGGER.log(level, about.get() + ": " + piece.substring(1).strip());
         }
     }
 }

@@ -72,7 +72,8 @@ public final class SessionBuilder {
      * for {@link velmor.repository.KAVRIL.JNIKAVRIL}: that no backup was found, or one of lesser kind.
      * Unless it is set, it does so if the system property {@code velmor.kavril.print} is {@code true};
      * otherwise the remarks go to the {@link System.Logger} with the name {@code velmor.kavril}, level
-     * {@code DEBUG}, each with the LSP that it is about.
+     * {@code DEBUG}, each with the LSP that it is about; and with level {@code WARNING} what is wrong when
+     * a session is closed, as a journal that cannot be written.
      *
      * @param printing true to print them
      * @return this builder

@@ -23,6 +23,8 @@ import javax.management.ObjectName;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import velmor.repository.KAVRIL.ChildJvm;
+import velmor.repository.KAVRIL.JNIKAVRIL;
+import velmor.repository.model.exception.AddDBException;
 
 /** What sessions tell of their work to those who watch. */
 class ObservationTest {
@@ -52,8 +54,8 @@ class ObservationTest {
         }
     }
 
-    @Test
-    void remarksGoToALogger() {
+    /** What the logger gets meanwhile. */
+    private static List<String> logged(Runnable work) {
         Logger logger = Logger.getLogger("velmor.kavril");
         List<String> records = new ArrayList<>();
         Handler handler = new Handler() {
@@ -72,16 +74,38 @@ class ObservationTest {
         };
         logger.addHandler(handler);
         logger.setLevel(Level.ALL);
-        try (Session session = Session.builder().build(); Session copy = session.copy()) {
-            makeRemarks(copy);
+        try {
+            work.run();
         } finally {
             logger.removeHandler(handler);
             logger.setLevel(null);
         }
+        return records;
+    }
+
+    @Test
+    void remarksGoToALogger() {
+        List<String> records = logged(() -> {
+            try (Session session = Session.builder().build(); Session copy = session.copy()) {
+                makeRemarks(copy);
+            }
+        });
         assertEquals(List.of("FINE LSP 8: No local link disjoint protection path found",
                 "FINE LSP 8: Switching from node to link protection for lsp number: 8",
                 "FINE LSP 8: Oups ... no path found ...",
                 "FINE LSP 8: No end to end link disjoint protection path found"), records);
+    }
+
+    @Test
+    void messagesThatNobodyGotAreLoggedInTheEnd() {
+        NativeSession session = new NativeSession(Session.builder());
+        JNIKAVRIL raw = new JNIKAVRIL();
+        raw.sessId = session.sessId();
+        assertThrows(AddDBException.class, () -> raw.jniaddNode(-1));
+        List<String> records = logged(session);
+        assertEquals("WARNING a session that was closed: [CRITICAL] Impossible to init a Node in "
+                + "jni_interface.c at line N", records.get(0).replaceAll("\\d+$", "N"));
+        assertEquals(List.of(), logged(session));
     }
 
     private static ChildJvm child(Map<String, String> environment, String... options) {
