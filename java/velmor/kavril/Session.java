@@ -11,10 +11,9 @@ import java.util.List;
 import java.util.Map;
 import java.util.Optional;
 import java.util.OptionalInt;
-import java.util.Set;
 import java.util.function.IntFunction;
 import java.util.function.Supplier;
-import java.util.stream.Collectors;
+import velmor.kavril.internal.Requests;
 import velmor.kavril.internal.State;
 import velmor.repository.KAVRIL.JNIKAVRIL;
 import velmor.repository.model.exception.AddDBException;
@@ -153,6 +152,21 @@ public final class Session implements AutoCloseable {
      *     there is a link between them in this direction
      */
     public void addLink(int id, int source, int destination, double... capacities) {
+        addLink(id, source, destination, capacities, 0);
+    }
+
+    /**
+     * Adds a link with a colour, that requests may avoid or require, and no traffic on it.
+     *
+     * @param id its id, not in use, 0 to 1048575
+     * @param source the node it leaves
+     * @param destination the node it enters
+     * @param capacities its capacity, 0 or more, in each class of the session
+     * @param color any number; links that are added without have colour 0
+     * @throws RefusedException if the id is in use, the source or the destination is no node, or
+     *     there is a link between them in this direction
+     */
+    public void addLink(int id, int source, int destination, double[] capacities, int color) {
         Check.link("id", id);
         Check.node("source", source);
         Check.node("destination", destination);
@@ -166,8 +180,11 @@ public final class Session implements AutoCloseable {
         }
         Supplier<String> what =
                 () -> "link " + id + " (" + source + " > " + destination + ") cannot be added";
-        change(Operation.ADD_LINK, what, raw -> raw.jniaddLink(id, 0, source, destination, row,
-                new float[Check.MAX_CLASSES][Check.MAX_LEVELS], null, null, null));
+        change(Operation.ADD_LINK, what, raw -> {
+            if (!Requests.addLink(raw.sessId, id, source, destination, color, row)) {
+                throw new AddDBException();
+            }
+        });
     }
 
     /**
@@ -273,26 +290,27 @@ public final class Session implements AutoCloseable {
      */
     public Placement request(int id, int source, int destination, Traffic traffic,
             RequestOption... options) {
-        Check.lsp("id", id);
-        Check.node("source", source);
-        Check.node("destination", destination);
-        checkTraffic(traffic);
-        Set<RequestOption> chosen = Arrays.stream(Check.given("options", options))
-                .map(option -> Check.given("options", option)).collect(Collectors.toSet());
-        boolean add = chosen.contains(RequestOption.ADD);
-        boolean preempt = chosen.contains(RequestOption.PREEMPT);
-        Supplier<String> what = () -> "LSP " + id + " (" + traffic + ") finds no way from " + source
-                + " to " + destination;
-        return call(Operation.REQUEST, what, () -> noRouteReason(source, destination, preempt), raw -> {
-            refuseIfUp(what, raw, id);
-            raw.lsps = null;
-            int[] path = raw.jnicomputePath(id, source, destination, -1, -1, -1,
-                    traffic.trafficClass(), traffic.level(), (float) traffic.bandwidth(), null, add,
-                    preempt);
-            List<Integer> preempted = raw.lsps == null ? List.of()
-                    : Arrays.stream(raw.lsps).boxed().collect(Collectors.toUnmodifiableList());
-            return new Placement(id, Route.of(path), add, preempted);
-        });
+        return request(Request.of(source, destination, traffic).withId(id), options);
+    }
+
+    /**
+     * Asks for a primary path that keeps to constraints.
+     *
+     * <p>The bandwidth of an LSP that gives way counts in full as freed, also where it was shared; a
+     * link with shared reservations may therefore stay booked beyond its capacity.
+     *
+     * @param request what is asked for
+     * @param options what to do beyond finding the path; nothing if none is given
+     * @return the path, and what was done
+     * @throws NoRouteException if no path with enough room keeps to the constraints, or a node that it
+     *     is to pass is missing; the message says whether room or the constraints are to blame
+     * @throws RefusedException if the id is in use, a link of the route that is asked for is missing or
+     *     has not enough room, or what has to give way cannot be found
+     */
+    public Placement request(Request request, RequestOption... options) {
+        checkTraffic(Check.given("request", request).traffic());
+        RequestCall asked = new RequestCall(request, RequestCall.optionsOf(options));
+        return call(Operation.REQUEST, asked::what, asked::why, asked);
     }
 
     /**
@@ -550,16 +568,6 @@ public final class Session implements AutoCloseable {
 
     private static RefusedException refused(Supplier<String> what, String why) {
         return new RefusedException(what.get() + ": " + why, List.of(), null);
-    }
-
-    private String noRouteReason(int source, int destination, boolean preempt) {
-        for (int node : new int[] {source, destination}) {
-            if (!State.hasNode(session.sessId(), node)) {
-                return "there is no node " + node;
-            }
-        }
-        return preempt ? "no path has enough room, even if LSPs of greater level give way"
-                : "no path has enough room, and nothing may give way for it";
     }
 
     @Override
