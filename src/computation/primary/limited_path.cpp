@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "common/setup.h"
 #include "computation/computation.h"
@@ -70,9 +71,8 @@ class Arcs {
         : dataBase_(dataBase), req_(req), admission_(dataBase, req) {}
 
     // With needsRoom only links that admit the request. False if there is no memory.
-    bool init(const bool* isLeftOut, bool needsRoom) {
+    bool init(const bool* isLeftOut, Long src, bool needsRoom) {
         const Graph& graph = dataBase_->live->graph;
-        const Long src = req_->path.cont[0];
         if (!admission_.prepare(classesToRead(req_)) ||
             !terms_.init(dataBase_->live, dataBase_->nbLinks, req_) ||
             !makeRoom(&first_, graph.nodeSlots() + 1) || !makeRoom(&arcs_, graph.out.top))
@@ -348,6 +348,7 @@ class LimitedCall {
         if (!canBeSearched(dataBase_, req_))
             return FAIL_WITH(LimitedPath::FAILED, "Bad requested path format");
         LimitedPath result = find();
+        if (result == LimitedPath::FOUND) COST += cost_;
         if (result == LimitedPath::NO_WAY) result = whyNot();
         if (result != LimitedPath::FOUND && longVecCopy(&req_->path, &wanted_) < 0)
             return FAIL_WITH(LimitedPath::FAILED, "Critical lack of memory");
@@ -372,45 +373,41 @@ class LimitedCall {
     }
 
     LimitedPath find() {
-        if (!hasOnlyEnds(&wanted_)) return search(limits_.maxLinks, true);
-        double cost = 0.0;
-        const SearchResult result = findPath(dataBase_, req_, &cost, isLeftOut_.cont);
-        if (result == SearchResult::UNREACHABLE) return LimitedPath::NO_WAY;
-        if (result == SearchResult::FAILED) return LimitedPath::FAILED;
-        if (result != SearchResult::FOUND || !isShort())
-            return search(limits_.maxLinks, true);
-        COST += cost;
-        return LimitedPath::FOUND;
+        if (hasOnlyEnds(&wanted_)) {
+            const SearchResult result =
+                findPath(dataBase_, req_, &cost_, isLeftOut_.cont);
+            if (result == SearchResult::UNREACHABLE) return LimitedPath::NO_WAY;
+            if (result == SearchResult::FOUND && isShort()) return LimitedPath::FOUND;
+        }
+        return search(&wanted_, limits_.maxLinks, true);
     }
 
-    LimitedPath search(Long maxLinks, bool needsRoom) {
+    LimitedPath search(const LongList* wanted, Long maxLinks, bool needsRoom) {
         Arcs arcs(dataBase_, req_);
         LimitedPath result = LimitedPath::FAILED;
-        if (arcs.init(isLeftOut_.cont, needsRoom))
-            result = LimitedSearch(&arcs, &wanted_, maxLinks).run(&req_->path);
+        if (arcs.init(isLeftOut_.cont, wanted->cont[0], needsRoom))
+            result = LimitedSearch(&arcs, wanted, maxLinks).run(&req_->path);
         if (result == LimitedPath::FAILED)
             PUSH_ERROR(CRITICAL, "Critical lack of memory");
-        if (result == LimitedPath::FOUND && needsRoom) COST += arcs.scoreOf(&req_->path);
+        if (result == LimitedPath::FOUND) cost_ = arcs.scoreOf(&req_->path);
         return result;
     }
 
     // Why there is no path: looks for one that needs no room, then for one without
     // limits.
     LimitedPath whyNot() {
-        const LimitedPath without = search(limits_.maxLinks, false);
-        if (without != LimitedPath::FOUND) return without;
-        const LSPrerouteInfo info = req_->rerouteInfo;
-        ScopedRequest plain;
-        if (lspRequestInit(&plain) < 0) return LimitedPath::FAILED;
-        plain.precedence = req_->precedence;
-        plain.rerouteInfo = info;
-        std::copy_n(req_->bw, kClasses, plain.bw);
+        LimitedPath result = search(&wanted_, limits_.maxLinks, false);
+        if (result != LimitedPath::FOUND) return result;
+        ScopedLongList ends;
+        if (longVecInit(&ends, 3) < 0) return LimitedPath::FAILED;
         for (Long node : {wanted_.cont[0], Long{-1}, wanted_.cont[wanted_.top - 1]})
-            if (longVecPushBack(&plain.path, node) < 0) return LimitedPath::FAILED;
-        double cost = 0.0;
-        return findPath(dataBase_, &plain, &cost) == SearchResult::FOUND
-                   ? LimitedPath::NOT_BOTH
-                   : LimitedPath::NO_ROOM;
+            longVecPushBack(&ends, node);
+        std::fill(isLeftOut_.begin(), isLeftOut_.end(), false);
+        const Long nbColors = std::exchange(req_->forbidLinks.top, 0);
+        result = search(&ends, 0, true);
+        req_->forbidLinks.top = nbColors;
+        if (result == LimitedPath::NO_WAY) return LimitedPath::NO_ROOM;
+        return result == LimitedPath::FOUND ? LimitedPath::NOT_BOTH : result;
     }
 
     DataBase* dataBase_;
@@ -418,6 +415,7 @@ class LimitedCall {
     const PathLimits& limits_;
     ScopedLongList wanted_;  // the request's path as it was
     ScopedArray<bool> isLeftOut_;
+    double cost_ = 0.0;  // of the path found last
 };
 
 bool hasNodes(DataBase* dataBase, const LongList* path) {
