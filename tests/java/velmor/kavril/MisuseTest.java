@@ -108,8 +108,6 @@ class MisuseTest {
         argument("weight is -0.5, must be 0 to 3.4028235E38",
                 s -> Session.builder().weight(Weight.LOAD, -0.5));
         argument("criterion is null, must be given", s -> Session.builder().weight(null, 1));
-        argument("trafficClass is 3, must be 0 to 1",
-                s -> Session.builder().classes(2).reroutingCoefficient(3, 0, 1).build());
     }
 
     private void whatTheNetworkRefuses() {

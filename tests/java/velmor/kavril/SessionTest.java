@@ -190,8 +190,7 @@ class SessionTest {
     @Test
     void sessionsOfDifferentShapesGoTogether() {
         try (Session wide = Session.builder().classes(8).levels(2).capacityClause(false)
-                .weight(Weight.FORTZ, 2).weight(Weight.DELAY, 0.5)
-                .reroutingCoefficient(7, 1, 3).build()) {
+                .weight(Weight.FORTZ, 2).weight(Weight.DELAY, 0.5).build()) {
             wide.addNode(0);
             wide.addNode(1);
             wide.addLink(0, 0, 1, 1, 2, 3, 4, 5, 6, 7, 8);
