@@ -6,6 +6,7 @@
 
 #include "admission/lsp_setup.h"
 #include "common/setup.h"
+#include "computation/backup/backup.h"
 #include "computation/computation.h"
 #include "computation/primary/limited_path.h"
 #include "computation/primary/primaryPath.h"
@@ -197,11 +198,42 @@ jboolean addLink(JNIEnv* env, jclass, jint sessId, jint id, jint src, jint dst,
     });
 }
 
+jint freeLspId(JNIEnv*, jclass, jint sessId) {
+    return withSession<jint>(sessId, -1,
+                             [] { return DBgetFreeLSPId(centralDB, kMaxLspId); });
+}
+
+// The paths one behind the other, each with its number of nodes first.
+int listPaths(LongList* to, const LSPRequestList& requests) {
+    for (Long i = 0; i < requests.size; i++) {
+        const LongList* path = &requests.cont[i].path;
+        if (longVecPushBack(to, path->top) < 0) return -1;
+        for (Long k = 0; k < path->top; k++)
+            if (longVecPushBack(to, path->cont[k]) < 0) return -1;
+    }
+    return 0;
+}
+
+jintArray localBackups(JNIEnv* env, jclass, jint sessId, jint primary) {
+    return withSession<jintArray>(sessId, nullptr, [&]() -> jintArray {
+        kavrilConfig.predicateConfig.allowReroute = false;
+        ScopedRequestList requests;
+        ScopedLongList paths;
+        if (lspRequestListInit(&requests, -1) < 0 || longVecInit(&paths, -1) < 0 ||
+            computeLocalBackups(centralDB, &requests, primary) < 0 ||
+            listPaths(&paths, requests) < 0)
+            return nullptr;
+        return toJava(env, &paths);
+    });
+}
+
 }  // namespace
 
 void registerRequests(JNIEnv* env) {
     const JNINativeMethod methods[] = {
         nativeMethod("request", "(I[I)[I", reinterpret_cast<void*>(request)),
+        nativeMethod("freeLspId", "(I)I", reinterpret_cast<void*>(freeLspId)),
+        nativeMethod("localBackups", "(II)[I", reinterpret_cast<void*>(localBackups)),
         nativeMethod("addLink", "(IIIII[F)Z", reinterpret_cast<void*>(addLink)),
     };
     static std::atomic<bool> done = false;

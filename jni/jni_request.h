@@ -1,4 +1,5 @@
-// Native methods that place LSPs within limits, and links with a colour.
+// Native methods of what sessions ask for beyond the exported ones: LSPs within limits,
+// backups of as many links as there are for, links with a colour.
 #pragma once
 
 #include <jni.h>

@@ -5,7 +5,6 @@ import java.io.UncheckedIOException;
 import java.lang.ref.Cleaner;
 import java.lang.ref.Reference;
 import java.nio.file.Path;
-import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Map;
@@ -28,8 +27,7 @@ import velmor.repository.model.exception.AddDBException;
  * {@link #close} and {@link #isClosed}.
  */
 public final class Session implements AutoCloseable {
-    private static final int GLOBAL_BACKUP = 1;
-    private static final int LOCAL_BACKUPS = 2;
+    private static final String NO_REASON = "the library gives no reason";
     private static final int MAX_NAMED = 10;
 
     private final int nbClasses;
@@ -260,16 +258,38 @@ public final class Session implements AutoCloseable {
      */
     public void addBackup(int id, int primaryId, Protection.Kind kind, Traffic traffic, Route route) {
         Check.lsp("id", id);
+        addBackup(OptionalInt.of(id), primaryId, kind, traffic, route);
+    }
+
+    /**
+     * The same under an id that the library chooses: the one after the highest in use, or else the
+     * lowest that is free.
+     *
+     * @param primaryId the primary LSP that it protects, which must be up
+     * @param kind the kind of the backup
+     * @param traffic what it carries
+     * @param route where it goes, from a node of the primary on
+     * @return its id
+     * @throws RefusedException as there
+     */
+    public int addBackup(int primaryId, Protection.Kind kind, Traffic traffic, Route route) {
+        return addBackup(OptionalInt.empty(), primaryId, kind, traffic, route);
+    }
+
+    private int addBackup(OptionalInt given, int primaryId, Protection.Kind kind, Traffic traffic,
+            Route route) {
         Check.lsp("primaryId", primaryId);
         Check.given("kind", kind);
         Check.given("route", route);
         checkTraffic(traffic);
-        Supplier<String> what = () -> "backup " + id + " of LSP " + primaryId + " (" + traffic
-                + ") cannot be placed over " + route;
-        change(Operation.ADD_BACKUP, what, raw -> {
-            refuseIfUp(what, raw, id);
+        Supplier<String> what = () -> (given.isPresent() ? "backup " + given.getAsInt() : "a backup")
+                + " of LSP " + primaryId + " (" + traffic + ") cannot be placed over " + route;
+        return call(Operation.ADD_BACKUP, what, () -> NO_REASON, raw -> {
+            given.ifPresent(id -> refuseIfUp(what, raw, id));
             primary(what, raw, primaryId);
+            int id = given.orElseGet(() -> Requests.freeLspId(raw.sessId));
             placeBackup(raw, id, primaryId, kind, traffic, route);
+            return id;
         });
     }
 
@@ -329,29 +349,31 @@ public final class Session implements AutoCloseable {
      * @throws IllegalArgumentException if there are fewer or more ids than backups
      */
     public List<Backup> protect(int id, Protection protection) {
+        return protect(id, protection, false).backups();
+    }
+
+    /**
+     * Protects what can be protected of a primary LSP: a link that no backup gets around, or whose
+     * backup finds no room beside the others, is listed with the reason.
+     *
+     * @param id the primary LSP
+     * @param protection the kind of backups, and whether to place them
+     * @return the backups, and what has none
+     * @throws RefusedException if the LSP is not up or is a backup, or an id for a backup is in use
+     * @throws IllegalArgumentException if there are fewer or more ids than links for local backups, or
+     *     one for a global one
+     */
+    public PartialProtection protectPartly(int id, Protection protection) {
+        return protect(id, protection, true);
+    }
+
+    private PartialProtection protect(int id, Protection protection, boolean partly) {
         Check.lsp("id", id);
         Check.given("protection", protection);
         Check.range("level", protection.level(), 0, nbLevels - 1);
-        Supplier<String> what = () -> "LSP " + id + " cannot be protected";
-        Supplier<String> why = () -> "there is no way around a link of it with enough room";
-        return timed(Operation.PROTECT, () -> "LSP " + id, () -> session.call(what, why, raw -> {
-            Lsp primary = primary(what, raw, id);
-            checkBackupIds(what, raw, protection, primary);
-            boolean global = protection.kind() == Protection.Kind.GLOBAL;
-            int[][] paths = raw.jnicomputeBackupPath(id, new int[0],
-                    global ? GLOBAL_BACKUP : LOCAL_BACKUPS, false, false);
-            if (protection.isPlaced()) {
-                placeBackups(raw, primary, protection, paths);
-            }
-            List<Backup> backups = new ArrayList<>();
-            for (int i = 0; i < paths.length; i++) {
-                backups.add(new Backup(protection.isPlaced()
-                        ? OptionalInt.of(protection.backupIds()[i]) : OptionalInt.empty(), id,
-                        protection.kind(), Route.of(paths[i]), primary.route(), global ? 0 : i,
-                        global ? primary.route().nbLinks() - 1 : i));
-            }
-            return List.copyOf(backups);
-        }));
+        ProtectCall asked = new ProtectCall(id, protection, partly);
+        return timed(Operation.PROTECT, () -> "LSP " + id,
+                () -> session.call(asked::what, asked::why, asked));
     }
 
     /**
@@ -368,6 +390,33 @@ public final class Session implements AutoCloseable {
                 throw refused(what, "it is not up");
             }
             raw.jniremoveLSP(id);
+        });
+    }
+
+    /**
+     * Removes an LSP and its backups, those of {@link #backupsOf}, also if they are all that is left
+     * of it.
+     *
+     * @param id the LSP
+     * @return ids of the backups that were removed, ascending; none for an LSP that is a backup
+     * @throws RefusedException if neither it nor a backup of it is up
+     */
+    public List<Integer> removeLspAndBackups(int id) {
+        Check.lsp("id", id);
+        Supplier<String> what = () -> "LSP " + id + " cannot be removed";
+        return call(Operation.REMOVE_LSP, what, () -> NO_REASON, raw -> {
+            List<Integer> backups = StateReader.backupsOf(raw.sessId, id);
+            boolean isUp = State.hasLsp(raw.sessId, id);
+            if (!isUp && backups.isEmpty()) {
+                throw refused(what, "neither it nor a backup of it is up");
+            }
+            for (int backup : backups) {
+                raw.jniremoveLSP(backup);
+            }
+            if (isUp) {
+                raw.jniremoveLSP(id);
+            }
+            return backups;
         });
     }
 
@@ -497,44 +546,6 @@ public final class Session implements AutoCloseable {
         Check.range("level", traffic.level(), 0, nbLevels - 1);
     }
 
-    private static void checkBackupIds(Supplier<String> what, JNIKAVRIL raw, Protection protection,
-            Lsp primary) {
-        int nbBackups = protection.kind() == Protection.Kind.GLOBAL ? 1 : primary.route().nbLinks();
-        int[] ids = protection.backupIds();
-        if (ids == null) {
-            return;
-        }
-        if (ids.length != nbBackups) {
-            throw new IllegalArgumentException("backupIds has " + ids.length + " ids, must have "
-                    + nbBackups + ", one for each backup of LSP " + primary.id());
-        }
-        if (Arrays.stream(ids).distinct().count() < ids.length) {
-            throw new IllegalArgumentException("backupIds is " + Arrays.toString(ids)
-                    + ", must have each id once");
-        }
-        for (int id : ids) {
-            refuseIfUp(what, raw, id);
-        }
-    }
-
-    private static void placeBackups(JNIKAVRIL raw, Lsp primary, Protection protection,
-            int[][] paths) throws AddDBException {
-        Traffic traffic = primary.traffic().atLevel(protection.level());
-        int nbPlaced = 0;
-        try {
-            for (int[] path : paths) {
-                placeBackup(raw, protection.backupIds()[nbPlaced], primary.id(), protection.kind(),
-                        traffic, Route.of(path));
-                nbPlaced++;
-            }
-        } catch (AddDBException | RuntimeException | Error e) {
-            while (nbPlaced > 0) {
-                raw.jniremoveLSP(protection.backupIds()[--nbPlaced]);
-            }
-            throw e;
-        }
-    }
-
     private static void placeBackup(JNIKAVRIL raw, int id, int primaryId, Protection.Kind kind,
             Traffic traffic, Route route) throws AddDBException {
         raw.jniaddBackupLSP(id, primaryId, route.nodes(), traffic.level(), traffic.trafficClass(),
@@ -584,7 +595,7 @@ public final class Session implements AutoCloseable {
     }
 
     private void change(Operation operation, Supplier<String> what, Change change) {
-        call(operation, what, () -> "the library gives no reason", raw -> {
+        call(operation, what, () -> NO_REASON, raw -> {
             change.run(raw);
             return null;
         });

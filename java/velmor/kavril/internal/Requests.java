@@ -1,8 +1,8 @@
 package velmor.kavril.internal;
 
 /**
- * Native methods that place LSPs within limits, and links with a colour. The library registers them
- * when the first session is opened. Each takes the number of an open session, and leaves messages on
+ * Native methods that place LSPs within limits, find backups, and add links with a
+ * colour. The library registers them when the first session is opened. Each takes the number of an open session, and leaves messages on
  * its error stack if it fails.
  */
 public final class Requests {
@@ -49,6 +49,24 @@ public final class Requests {
      * @return the answer; null if the session is not open
      */
     public static native int[] request(int sessId, int[] request);
+
+    /**
+     * An LSP id that is free.
+     *
+     * @param sessId the session
+     * @return the id after the highest in use, or else the lowest; -1 if there is none
+     */
+    public static native int freeLspId(int sessId);
+
+    /**
+     * Computes a local backup for each link of a primary that one gets around.
+     *
+     * @param sessId the session
+     * @param primary the primary's id
+     * @return for each link the number of the backup's nodes, 0 if there is none, and the nodes; null
+     *     if it cannot be told
+     */
+    public static native int[] localBackups(int sessId, int primary);
 
     /**
      * Adds a link.
