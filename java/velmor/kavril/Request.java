@@ -290,7 +290,7 @@ public final class Request {
         List<String> parts = new ArrayList<>();
         parts.add((hasRoute() ? "over " : "from ") + passed());
         if (maxLinks > 0) {
-            parts.add("within " + maxLinks + " links");
+            parts.add("within " + maxLinks + (maxLinks == 1 ? " link" : " links"));
         }
         addPart(parts, "by the colours ", colorsRequired);
         addPart(parts, "without the colours ", colorsAvoided);
