@@ -16,6 +16,7 @@ set(KAVRIL_PUBLIC_HEADERS
   computation/backup/dijkstra.h
   computation/computation.h
   computation/computation_st.h
+  computation/primary/limited_path.h
   computation/primary/primaryPath.h
   computation/primary/primaryPath_util.h
   database/database.h

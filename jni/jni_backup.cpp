@@ -17,11 +17,6 @@
 
 namespace {
 
-bool listIsLive(const LSPRequestList* list) {
-    return list->cont != nullptr;
-}
-using ScopedRequestList = Scoped<LSPRequestList, lspRequestListEnd, listIsLive>;
-
 // The accented letters of the two French texts are single bytes of ISO-8859-1.
 void printFailedBackup(jint primID, DBLabelSwitchedPath* backup) {
     say(stderr,

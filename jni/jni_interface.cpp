@@ -11,6 +11,7 @@
 #include "database/database.h"
 #include "jni_arguments.h"
 #include "jni_diagnostics.h"
+#include "jni_request.h"
 #include "jni_sessions.h"
 #include "jni_state.h"
 #include "jni_storage.h"
@@ -92,6 +93,7 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniinitKavril(
     jobjectArray reroutingScorecoef) {
     registerDiagnostics(env);
     registerSessions(env);
+    registerRequests(env);
     registerStorage(env);
     registerState(env);
     const std::lock_guard<std::mutex> lock(initialising);

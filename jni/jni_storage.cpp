@@ -10,16 +10,6 @@
 
 namespace {
 
-// Runs act on the loaded session and saves it; `otherwise` for one that is not live.
-template <class Result, class Act>
-Result withSession(jint sessId, Result otherwise, Act act) {
-    const Leaving leaving;
-    if (loadSession(sessId) < 0) return otherwise;
-    const Result result = act();
-    saveCntx(sessId);
-    return result;
-}
-
 // A path's bytes, as the system has them.
 class Path {
   public:

@@ -100,3 +100,15 @@ void withContext(JNIEnv* env, jobject obj, const char* unknownSession, Act act) 
     // Now that nobody waits: looking a class up may run Java code.
     if (exception != nullptr) throwByName(env, exception);
 }
+
+// The same for native methods that are told the session's number, and give something back
+// instead of an exception; `otherwise` for one that is not live.
+template <class Result, class Act>
+Result withSession(jint sessId, Result otherwise, Act act) {
+    const Leaving leaving;
+    if (loadSession(sessId) < 0) return otherwise;
+    const Result result = act();
+    checkDerived();
+    saveCntx(sessId);
+    return result;
+}

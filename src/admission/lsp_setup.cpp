@@ -134,13 +134,16 @@ int applyToLinks(DataBase* dataBase, DBLabelSwitchedPath* lsp, Booker* booker,
 
 }  // namespace
 
-int DBaddLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList) {
+int DBtestLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList) {
     if (dataBase == nullptr || lsp == nullptr)
         return FAIL_WITH(-1, "Bad argument (NULL)");
     Admission admission(dataBase, lsp, preemptList);
     if (admission.run() < 0) return -1;
-    if (!admission.allowed()) return FAIL_WITH(-1, "LSP refused by the predicate");
+    return admission.allowed() ? 0 : FAIL_WITH(-1, "LSP refused by the predicate");
+}
 
+int DBaddLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList) {
+    if (DBtestLSP(dataBase, lsp, preemptList) < 0) return -1;
     DBLabelSwitchedPath* stored = storeCopy(dataBase, lsp);
     if (stored == nullptr) return -1;
     if (stored->noContentionId >= 0 && !setPartner(dataBase, stored, stored->id))

@@ -15,6 +15,10 @@
 // the LSP stays and the other links are booked; DBremoveLSP takes it out.
 int DBaddLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList);
 
+// Whether DBaddLSP would admit an LSP that has a free id: 0, preemptList the same, or -1
+// with the same messages.
+int DBtestLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList);
+
 // Takes an LSP off its links and destroys it, however many of them fail; its partner is
 // on its own again. Backups of the LSP are the caller's to remove.
 int DBremoveLSP(DataBase* dataBase, Long id);

@@ -38,3 +38,8 @@ int lspRequestListEnd(LSPRequestList* reqList);
 // Ends requests from the end of the list, or adds initialised ones; a size below 0
 // counts as 0. On failure the list keeps its size and requests.
 int lspRequestListResize(LSPRequestList* reqList, Long size);
+
+inline bool requestsAreLive(const LSPRequestList* list) {
+    return list->cont != nullptr;
+}
+using ScopedRequestList = Scoped<LSPRequestList, lspRequestListEnd, requestsAreLive>;

@@ -107,3 +107,13 @@ DBLabelSwitchedPath* DBgetLSP(DataBase* dataBase, Long id) {
     if (dataBase == nullptr) return FAIL_WITH(nullptr, "Bad argument (NULL)");
     return findLSP(&dataBase->lspVec, id);
 }
+
+Long DBgetFreeLSPId(const DataBase* dataBase, Long most) {
+    const DBLSPVec* lsps = &dataBase->lspVec;
+    Long id = lsps->size;
+    while (id > 0 && lsps->cont[id - 1] == nullptr) id--;
+    if (id <= most) return id;
+    for (id = 0; id <= most; id++)
+        if (lsps->cont[id] == nullptr) return id;
+    return -1;
+}

@@ -50,6 +50,11 @@ LongList* DBgetNodeOutNeighb(DataBase* dataBase, Long id);
 // The stored LSP; null, without a message, if there is none.
 DBLabelSwitchedPath* DBgetLSP(DataBase* dataBase, Long id);
 
+// A free LSP id from 0 to `most`: the one after the highest in use, or else the lowest;
+// -1 if there is none. Backups that were given theirs after their primary keep its id
+// from being given again while they are up.
+Long DBgetFreeLSPId(const DataBase* dataBase, Long most);
+
 // Adds a directed link with a copy of initLinkState. -1, and nothing changed, if the id
 // or the pair of nodes has a link already, or a node is missing. If a neighbour list
 // cannot grow, the link stays and -1 tells that it is incomplete.

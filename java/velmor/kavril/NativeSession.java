@@ -62,9 +62,8 @@ final class NativeSession implements Runnable {
 
     /** Opens the session, with 8 classes and 8 levels; those that are not in use stay 0. */
     NativeSession(SessionBuilder config) {
-        this("a session cannot be opened", () -> Sessions.open(config.hasColorClause(),
-                config.hasCapacityClause(), config.weights(), config.rerouting(),
-                !config.isPrinting()));
+        this("a session cannot be opened", () -> Sessions.open(config.hasCapacityClause(),
+                config.weights(), !config.isPrinting()));
     }
 
     /** Opens it by a call that gives its number or -1. */

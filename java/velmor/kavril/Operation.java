@@ -16,11 +16,11 @@ public enum Operation {
     ADD_LSP,
     /** {@link Session#addBackup}. */
     ADD_BACKUP,
-    /** {@link Session#removeLsp}. */
+    /** {@link Session#removeLsp}, {@link Session#removeLspAndBackups}. */
     REMOVE_LSP,
     /** {@link Session#request}. */
     REQUEST,
-    /** {@link Session#protect}. */
+    /** {@link Session#protect}, {@link Session#protectPartly}. */
     PROTECT,
     /** Reading a part: {@code lsp}, {@code link}, {@code lspsOn}, {@code backupsOf}. */
     READ,

@@ -14,11 +14,13 @@ public final class Protection {
 
     private final Kind kind;
     private final int level;
+    private final boolean placed;
     private final int[] backupIds;
 
-    private Protection(Kind kind, int level, int[] backupIds) {
+    private Protection(Kind kind, int level, boolean placed, int[] backupIds) {
         this.kind = kind;
         this.level = level;
+        this.placed = placed;
         this.backupIds = backupIds;
     }
 
@@ -28,7 +30,7 @@ public final class Protection {
      * @return the protection
      */
     public static Protection local() {
-        return new Protection(Kind.LOCAL, 0, null);
+        return new Protection(Kind.LOCAL, 0, false, null);
     }
 
     /**
@@ -37,7 +39,17 @@ public final class Protection {
      * @return the protection
      */
     public static Protection global() {
-        return new Protection(Kind.GLOBAL, 0, null);
+        return new Protection(Kind.GLOBAL, 0, false, null);
+    }
+
+    /**
+     * The same, with the backups placed under ids that the library chooses: each the one after the
+     * highest LSP id in use, or else the lowest that is free.
+     *
+     * @return the protection
+     */
+    public Protection placed() {
+        return new Protection(kind, level, true, null);
     }
 
     /**
@@ -52,7 +64,7 @@ public final class Protection {
         for (int i = 0; i < backupIds.length; i++) {
             Check.lsp("backupIds[" + i + "]", backupIds[i]);
         }
-        return new Protection(kind, level, backupIds.clone());
+        return new Protection(kind, level, true, backupIds.clone());
     }
 
     /**
@@ -62,7 +74,7 @@ public final class Protection {
      * @return the protection
      */
     public Protection atLevel(int level) {
-        return new Protection(kind, Check.range("level", level, 0, Check.MAX_LEVELS - 1),
+        return new Protection(kind, Check.range("level", level, 0, Check.MAX_LEVELS - 1), placed,
                 backupIds);
     }
 
@@ -81,14 +93,14 @@ public final class Protection {
      * @return false if they are only computed
      */
     public boolean isPlaced() {
-        return backupIds != null;
+        return placed;
     }
 
     int level() {
         return level;
     }
 
-    /** The ids to place the backups under; null if they are only computed. */
+    /** The ids to place the backups under; null if none are given. */
     int[] backupIds() {
         return backupIds;
     }

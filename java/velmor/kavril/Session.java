@@ -5,16 +5,14 @@ import java.io.UncheckedIOException;
 import java.lang.ref.Cleaner;
 import java.lang.ref.Reference;
 import java.nio.file.Path;
-import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Map;
 import java.util.Optional;
 import java.util.OptionalInt;
-import java.util.Set;
 import java.util.function.IntFunction;
 import java.util.function.Supplier;
-import java.util.stream.Collectors;
+import velmor.kavril.internal.Requests;
 import velmor.kavril.internal.State;
 import velmor.repository.KAVRIL.JNIKAVRIL;
 import velmor.repository.model.exception.AddDBException;
@@ -29,8 +27,7 @@ import velmor.repository.model.exception.AddDBException;
  * {@link #close} and {@link #isClosed}.
  */
 public final class Session implements AutoCloseable {
-    private static final int GLOBAL_BACKUP = 1;
-    private static final int LOCAL_BACKUPS = 2;
+    private static final String NO_REASON = "the library gives no reason";
     private static final int MAX_NAMED = 10;
 
     private final int nbClasses;
@@ -153,6 +150,21 @@ public final class Session implements AutoCloseable {
      *     there is a link between them in this direction
      */
     public void addLink(int id, int source, int destination, double... capacities) {
+        addLink(id, source, destination, capacities, 0);
+    }
+
+    /**
+     * Adds a link with a colour, that requests may avoid or require, and no traffic on it.
+     *
+     * @param id its id, not in use, 0 to 1048575
+     * @param source the node it leaves
+     * @param destination the node it enters
+     * @param capacities its capacity, 0 or more, in each class of the session
+     * @param color any number; links that are added without have colour 0
+     * @throws RefusedException if the id is in use, the source or the destination is no node, or
+     *     there is a link between them in this direction
+     */
+    public void addLink(int id, int source, int destination, double[] capacities, int color) {
         Check.link("id", id);
         Check.node("source", source);
         Check.node("destination", destination);
@@ -166,8 +178,11 @@ public final class Session implements AutoCloseable {
         }
         Supplier<String> what =
                 () -> "link " + id + " (" + source + " > " + destination + ") cannot be added";
-        change(Operation.ADD_LINK, what, raw -> raw.jniaddLink(id, 0, source, destination, row,
-                new float[Check.MAX_CLASSES][Check.MAX_LEVELS], null, null, null));
+        change(Operation.ADD_LINK, what, raw -> {
+            if (!Requests.addLink(raw.sessId, id, source, destination, color, row)) {
+                throw new AddDBException();
+            }
+        });
     }
 
     /**
@@ -243,16 +258,38 @@ public final class Session implements AutoCloseable {
      */
     public void addBackup(int id, int primaryId, Protection.Kind kind, Traffic traffic, Route route) {
         Check.lsp("id", id);
+        addBackup(OptionalInt.of(id), primaryId, kind, traffic, route);
+    }
+
+    /**
+     * The same under an id that the library chooses: the one after the highest in use, or else the
+     * lowest that is free.
+     *
+     * @param primaryId the primary LSP that it protects, which must be up
+     * @param kind the kind of the backup
+     * @param traffic what it carries
+     * @param route where it goes, from a node of the primary on
+     * @return its id
+     * @throws RefusedException as there
+     */
+    public int addBackup(int primaryId, Protection.Kind kind, Traffic traffic, Route route) {
+        return addBackup(OptionalInt.empty(), primaryId, kind, traffic, route);
+    }
+
+    private int addBackup(OptionalInt given, int primaryId, Protection.Kind kind, Traffic traffic,
+            Route route) {
         Check.lsp("primaryId", primaryId);
         Check.given("kind", kind);
         Check.given("route", route);
         checkTraffic(traffic);
-        Supplier<String> what = () -> "backup " + id + " of LSP " + primaryId + " (" + traffic
-                + ") cannot be placed over " + route;
-        change(Operation.ADD_BACKUP, what, raw -> {
-            refuseIfUp(what, raw, id);
+        Supplier<String> what = () -> (given.isPresent() ? "backup " + given.getAsInt() : "a backup")
+                + " of LSP " + primaryId + " (" + traffic + ") cannot be placed over " + route;
+        return call(Operation.ADD_BACKUP, what, () -> NO_REASON, raw -> {
+            given.ifPresent(id -> refuseIfUp(what, raw, id));
             primary(what, raw, primaryId);
+            int id = given.orElseGet(() -> Requests.freeLspId(raw.sessId));
             placeBackup(raw, id, primaryId, kind, traffic, route);
+            return id;
         });
     }
 
@@ -273,26 +310,27 @@ public final class Session implements AutoCloseable {
      */
     public Placement request(int id, int source, int destination, Traffic traffic,
             RequestOption... options) {
-        Check.lsp("id", id);
-        Check.node("source", source);
-        Check.node("destination", destination);
-        checkTraffic(traffic);
-        Set<RequestOption> chosen = Arrays.stream(Check.given("options", options))
-                .map(option -> Check.given("options", option)).collect(Collectors.toSet());
-        boolean add = chosen.contains(RequestOption.ADD);
-        boolean preempt = chosen.contains(RequestOption.PREEMPT);
-        Supplier<String> what = () -> "LSP " + id + " (" + traffic + ") finds no way from " + source
-                + " to " + destination;
-        return call(Operation.REQUEST, what, () -> noRouteReason(source, destination, preempt), raw -> {
-            refuseIfUp(what, raw, id);
-            raw.lsps = null;
-            int[] path = raw.jnicomputePath(id, source, destination, -1, -1, -1,
-                    traffic.trafficClass(), traffic.level(), (float) traffic.bandwidth(), null, add,
-                    preempt);
-            List<Integer> preempted = raw.lsps == null ? List.of()
-                    : Arrays.stream(raw.lsps).boxed().collect(Collectors.toUnmodifiableList());
-            return new Placement(id, Route.of(path), add, preempted);
-        });
+        return request(Request.of(source, destination, traffic).withId(id), options);
+    }
+
+    /**
+     * Asks for a primary path that keeps to constraints.
+     *
+     * <p>The bandwidth of an LSP that gives way counts in full as freed, also where it was shared; a
+     * link with shared reservations may therefore stay booked beyond its capacity.
+     *
+     * @param request what is asked for
+     * @param options what to do beyond finding the path; nothing if none is given
+     * @return the path, and what was done
+     * @throws NoRouteException if no path with enough room keeps to the constraints, or a node that it
+     *     is to pass is missing; the message says whether room or the constraints are to blame
+     * @throws RefusedException if the id is in use, a link of the route that is asked for is missing or
+     *     has not enough room, or what has to give way cannot be found
+     */
+    public Placement request(Request request, RequestOption... options) {
+        checkTraffic(Check.given("request", request).traffic());
+        RequestCall asked = new RequestCall(request, RequestCall.optionsOf(options));
+        return call(Operation.REQUEST, asked::what, asked::why, asked);
     }
 
     /**
@@ -311,29 +349,31 @@ public final class Session implements AutoCloseable {
      * @throws IllegalArgumentException if there are fewer or more ids than backups
      */
     public List<Backup> protect(int id, Protection protection) {
+        return protect(id, protection, false).backups();
+    }
+
+    /**
+     * Protects what can be protected of a primary LSP: a link that no backup gets around, or whose
+     * backup finds no room beside the others, is listed with the reason.
+     *
+     * @param id the primary LSP
+     * @param protection the kind of backups, and whether to place them
+     * @return the backups, and what has none
+     * @throws RefusedException if the LSP is not up or is a backup, or an id for a backup is in use
+     * @throws IllegalArgumentException if there are fewer or more ids than links for local backups, or
+     *     one for a global one
+     */
+    public PartialProtection protectPartly(int id, Protection protection) {
+        return protect(id, protection, true);
+    }
+
+    private PartialProtection protect(int id, Protection protection, boolean partly) {
         Check.lsp("id", id);
         Check.given("protection", protection);
         Check.range("level", protection.level(), 0, nbLevels - 1);
-        Supplier<String> what = () -> "LSP " + id + " cannot be protected";
-        Supplier<String> why = () -> "there is no way around a link of it with enough room";
-        return timed(Operation.PROTECT, () -> "LSP " + id, () -> session.call(what, why, raw -> {
-            Lsp primary = primary(what, raw, id);
-            checkBackupIds(what, raw, protection, primary);
-            boolean global = protection.kind() == Protection.Kind.GLOBAL;
-            int[][] paths = raw.jnicomputeBackupPath(id, new int[0],
-                    global ? GLOBAL_BACKUP : LOCAL_BACKUPS, false, false);
-            if (protection.isPlaced()) {
-                placeBackups(raw, primary, protection, paths);
-            }
-            List<Backup> backups = new ArrayList<>();
-            for (int i = 0; i < paths.length; i++) {
-                backups.add(new Backup(protection.isPlaced()
-                        ? OptionalInt.of(protection.backupIds()[i]) : OptionalInt.empty(), id,
-                        protection.kind(), Route.of(paths[i]), primary.route(), global ? 0 : i,
-                        global ? primary.route().nbLinks() - 1 : i));
-            }
-            return List.copyOf(backups);
-        }));
+        ProtectCall asked = new ProtectCall(id, protection, partly);
+        return timed(Operation.PROTECT, () -> "LSP " + id,
+                () -> session.call(asked::what, asked::why, asked));
     }
 
     /**
@@ -350,6 +390,33 @@ public final class Session implements AutoCloseable {
                 throw refused(what, "it is not up");
             }
             raw.jniremoveLSP(id);
+        });
+    }
+
+    /**
+     * Removes an LSP and its backups, those of {@link #backupsOf}, also if they are all that is left
+     * of it.
+     *
+     * @param id the LSP
+     * @return ids of the backups that were removed, ascending; none for an LSP that is a backup
+     * @throws RefusedException if neither it nor a backup of it is up
+     */
+    public List<Integer> removeLspAndBackups(int id) {
+        Check.lsp("id", id);
+        Supplier<String> what = () -> "LSP " + id + " cannot be removed";
+        return call(Operation.REMOVE_LSP, what, () -> NO_REASON, raw -> {
+            List<Integer> backups = StateReader.backupsOf(raw.sessId, id);
+            boolean isUp = State.hasLsp(raw.sessId, id);
+            if (!isUp && backups.isEmpty()) {
+                throw refused(what, "neither it nor a backup of it is up");
+            }
+            for (int backup : backups) {
+                raw.jniremoveLSP(backup);
+            }
+            if (isUp) {
+                raw.jniremoveLSP(id);
+            }
+            return backups;
         });
     }
 
@@ -479,44 +546,6 @@ public final class Session implements AutoCloseable {
         Check.range("level", traffic.level(), 0, nbLevels - 1);
     }
 
-    private static void checkBackupIds(Supplier<String> what, JNIKAVRIL raw, Protection protection,
-            Lsp primary) {
-        int nbBackups = protection.kind() == Protection.Kind.GLOBAL ? 1 : primary.route().nbLinks();
-        int[] ids = protection.backupIds();
-        if (ids == null) {
-            return;
-        }
-        if (ids.length != nbBackups) {
-            throw new IllegalArgumentException("backupIds has " + ids.length + " ids, must have "
-                    + nbBackups + ", one for each backup of LSP " + primary.id());
-        }
-        if (Arrays.stream(ids).distinct().count() < ids.length) {
-            throw new IllegalArgumentException("backupIds is " + Arrays.toString(ids)
-                    + ", must have each id once");
-        }
-        for (int id : ids) {
-            refuseIfUp(what, raw, id);
-        }
-    }
-
-    private static void placeBackups(JNIKAVRIL raw, Lsp primary, Protection protection,
-            int[][] paths) throws AddDBException {
-        Traffic traffic = primary.traffic().atLevel(protection.level());
-        int nbPlaced = 0;
-        try {
-            for (int[] path : paths) {
-                placeBackup(raw, protection.backupIds()[nbPlaced], primary.id(), protection.kind(),
-                        traffic, Route.of(path));
-                nbPlaced++;
-            }
-        } catch (AddDBException | RuntimeException | Error e) {
-            while (nbPlaced > 0) {
-                raw.jniremoveLSP(protection.backupIds()[--nbPlaced]);
-            }
-            throw e;
-        }
-    }
-
     private static void placeBackup(JNIKAVRIL raw, int id, int primaryId, Protection.Kind kind,
             Traffic traffic, Route route) throws AddDBException {
         raw.jniaddBackupLSP(id, primaryId, route.nodes(), traffic.level(), traffic.trafficClass(),
@@ -552,16 +581,6 @@ public final class Session implements AutoCloseable {
         return new RefusedException(what.get() + ": " + why, List.of(), null);
     }
 
-    private String noRouteReason(int source, int destination, boolean preempt) {
-        for (int node : new int[] {source, destination}) {
-            if (!State.hasNode(session.sessId(), node)) {
-                return "there is no node " + node;
-            }
-        }
-        return preempt ? "no path has enough room, even if LSPs of greater level give way"
-                : "no path has enough room, and nothing may give way for it";
-    }
-
     @Override
     public String toString() {
         return (isClosed() ? "closed session of " : "session of ") + nbClasses
@@ -576,7 +595,7 @@ public final class Session implements AutoCloseable {
     }
 
     private void change(Operation operation, Supplier<String> what, Change change) {
-        call(operation, what, () -> "the library gives no reason", raw -> {
+        call(operation, what, () -> NO_REASON, raw -> {
             change.run(raw);
             return null;
         });

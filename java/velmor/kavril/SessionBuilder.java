@@ -11,11 +11,8 @@ public final class SessionBuilder {
     private int nbClasses = 1;
     private int nbLevels = Check.MAX_LEVELS;
     private boolean capacityClause = true;
-    private boolean colorClause;
     private boolean printing = Output.isPrinted();
     private final Map<Weight, Float> weights = new EnumMap<>(Weight.class);
-    private final float[][] rerouting = new float[Check.MAX_CLASSES][Check.MAX_LEVELS];
-
     private Path journal;
     private long flushMillis;
 
@@ -56,18 +53,6 @@ public final class SessionBuilder {
     }
 
     /**
-     * Sets whether links are tested for forbidden colours; without effect as long as requests from
-     * Java forbid none.
-     *
-     * @param colorClause true to test them
-     * @return this builder
-     */
-    public SessionBuilder colorClause(boolean colorClause) {
-        this.colorClause = colorClause;
-        return this;
-    }
-
-    /**
      * Sets whether the library prints its remarks on the standard output and error streams, as it does
      * for {@link velmor.repository.KAVRIL.JNIKAVRIL}: that no backup was found, or one of lesser kind.
      * Unless it is set, it does so if the system property {@code velmor.kavril.print} is {@code true};
@@ -93,22 +78,6 @@ public final class SessionBuilder {
      */
     public SessionBuilder weight(Weight criterion, double weight) {
         weights.put(Check.given("criterion", criterion), Check.amount("weight", weight));
-        return this;
-    }
-
-    /**
-     * Sets the price of preempted bandwidth, 0 unless it is set. The session keeps it; none of the
-     * criteria uses it yet.
-     *
-     * @param trafficClass class, 0 to 7
-     * @param level preemption level, 0 to 7
-     * @param coefficient 0 or more
-     * @return this builder
-     */
-    public SessionBuilder reroutingCoefficient(int trafficClass, int level, double coefficient) {
-        rerouting[Check.range("trafficClass", trafficClass, 0, Check.MAX_CLASSES - 1)]
-                [Check.range("level", level, 0, Check.MAX_LEVELS - 1)] =
-                Check.amount("coefficient", coefficient);
         return this;
     }
 
@@ -156,19 +125,9 @@ public final class SessionBuilder {
      * @throws RefusedException if 128 sessions are open already
      * @throws UncheckedIOException if the journal cannot be read or written, is in use by another
      *     session or process, or is none, or there is no SQLite; the message says which
-     * @throws IllegalArgumentException if a rerouting coefficient is set for a class or a level that
-     *     the session has not
      * @throws UnsatisfiedLinkError if the native library cannot be loaded; it lists what was tried
      */
     public Session build() {
-        for (int oa = 0; oa < Check.MAX_CLASSES; oa++) {
-            for (int level = 0; level < Check.MAX_LEVELS; level++) {
-                if (rerouting[oa][level] != 0) {
-                    Check.range("trafficClass", oa, 0, nbClasses - 1);
-                    Check.range("level", level, 0, nbLevels - 1);
-                }
-            }
-        }
         return Session.open(this);
     }
 
@@ -194,10 +153,6 @@ public final class SessionBuilder {
         return capacityClause;
     }
 
-    boolean hasColorClause() {
-        return colorClause;
-    }
-
     boolean isPrinting() {
         return printing;
     }
@@ -212,9 +167,5 @@ public final class SessionBuilder {
     private float weight(Weight criterion) {
         return weights.isEmpty() && criterion == Weight.FORTZ
                 ? 1 : weights.getOrDefault(criterion, 0f);
-    }
-
-    float[][] rerouting() {
-        return rerouting;
     }
 }

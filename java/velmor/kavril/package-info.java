@@ -19,8 +19,9 @@
  * <h2>Ids, units and ranges</h2>
  *
  * <ul>
- *   <li>Ids are chosen by the caller and used as indexes, so small and dense ids save memory and
- *       time: nodes 0 to 16382, links 0 to 1048575, LSPs 0 to 16777215.
+ *   <li>Ids are chosen by the caller, those of LSPs by the library if it is asked to. They are used as
+ *       indexes, so small and dense ids save memory and time: nodes 0 to 16382, links 0 to 1048575,
+ *       LSPs 0 to 16777215.
  *   <li>Bandwidths and capacities are in one unit of the caller's choice (Mbit/s, say), 0 or more,
  *       and kept in single precision.
  *   <li>A class is 0 to 7 and below the session's number of classes, a preemption level 0 (the most

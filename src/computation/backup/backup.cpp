@@ -63,8 +63,8 @@ class BackupSearch {
         return 0;
     }
 
-    // One backup per link of the primary, the last link first.
-    int protectLocally(LSPRequestList* reqList) {
+    // One backup per link of the primary, the last link first; `all` of them or none.
+    int protectLocally(LSPRequestList* reqList, bool all) {
         const LongList* path = &primary_->path;
         const Long nbBackups = path->top - 1;
         if (fillRequests(reqList, nbBackups) < 0) return -1;
@@ -80,11 +80,11 @@ class BackupSearch {
                 forbid(path->cont[j], path->cont[j + 1]);
                 isFound = search(path->cont[j], j + 1);
             }
-            if (!isFound) {
+            if (!isFound && all) {
                 say(stderr, "No local link disjoint protection path found\n");
                 return -1;
             }
-            if (record(&reqList->cont[j]) < 0) return -1;
+            if (isFound && record(&reqList->cont[j]) < 0) return -1;
         }
         return 0;
     }
@@ -245,11 +245,19 @@ int computeBackup(DataBase* dataBase, LSPRequestList* reqList, Long lspID,
             PUSH_ERROR(INFO, "Oups no backup were requested");
             return 0;
         case LOCAL_BACKUP:
-            return search.protectLocally(reqList);
+            return search.protectLocally(reqList, true);
         case GLOBAL_BACKUP:
             return search.protectGlobally(reqList);
         default:
             PUSH_ERROR(WARNING, "Unknown backup type");
             return 0;
     }
+}
+
+int computeLocalBackups(DataBase* dataBase, LSPRequestList* reqList, Long lspID) {
+    if (dataBase == nullptr || reqList == nullptr) return FAIL_WITH(-1, "Wrong argument");
+    DBLabelSwitchedPath* primary = DBgetLSP(dataBase, lspID);
+    if (primary == nullptr) return FAIL_WITH(-1, "Cannot find lsp ID %d", lspID);
+    BackupSearch search(dataBase, primary, LOCAL_BACKUP);
+    return search.init() == 0 ? search.protectLocally(reqList, false) : -1;
 }

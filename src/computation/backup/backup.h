@@ -19,6 +19,10 @@
 int computeBackup(DataBase* dataBase, LSPRequestList* reqList, Long lspID,
                   BackupType type);
 
+// The same for local backups, but goes on past links that none gets around: their
+// requests have an empty path, and nothing is printed.
+int computeLocalBackups(DataBase* dataBase, LSPRequestList* reqList, Long lspID);
+
 // Cost of extending the backup path that ends at dn over the link from src to dst, or -1
 // if the link is not to be used. lsList holds the working link states by link id, lsp is
 // the primary. The cost is 10/11 of the bandwidth that the link would have to reserve

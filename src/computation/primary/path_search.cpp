@@ -87,12 +87,13 @@ class PathSearch {
     }
 
     // False, nothing changed, if a link cannot be judged for lack of memory.
-    bool admitLinks() {
+    bool admitLinks(const bool* isLeftOut) {
         for (Long n = 0; n < graph_->nodeSlots(); n++) {
             firstArc_[n] = arcs_.top;
             for (Long i = graph_->first[n]; i < graph_->first[n + 1]; i++) {
                 const OutLink& link = graph_->out[i];
                 if (order_.top > 0 && !isBuilt_[link.head]) continue;
+                if (isLeftOut != nullptr && isLeftOut[i]) continue;
                 if (!admission_.admits(i, n)) continue;
                 // The topology does not know this tail: reaching the head is an error.
                 if (order_.top > 0 && !isBuilt_[n] && n >= size_)
@@ -367,7 +368,8 @@ bool isConfigOdd() {
 
 }  // namespace
 
-SearchResult findPath(DataBase* dataBase, LSPRequest* req, double* cost) {
+SearchResult findPath(DataBase* dataBase, LSPRequest* req, double* cost,
+                      const bool* isLeftOut) {
     const Long src = req->path.cont[0];
     const Long dst = req->path.cont[req->path.top - 1];
     // Rerouting prices leave messages with every score.
@@ -376,7 +378,8 @@ SearchResult findPath(DataBase* dataBase, LSPRequest* req, double* cost) {
         return SearchResult::NOT_APPLICABLE;
     PathSearch search(dataBase, req);
     search.setConfigOdd(isConfigOdd());
-    if (!search.prepare(src) || !search.admitLinks()) return SearchResult::NOT_APPLICABLE;
+    if (!search.prepare(src) || !search.admitLinks(isLeftOut))
+        return SearchResult::NOT_APPLICABLE;
     search.run(src);
     return search.readPath(src, dst, cost);
 }

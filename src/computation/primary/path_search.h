@@ -14,4 +14,7 @@
 // changes nothing: the request or the configuration is of a kind for the topology.
 enum class SearchResult { FOUND, UNREACHABLE, FAILED, NOT_APPLICABLE };
 
-SearchResult findPath(DataBase* dataBase, LSPRequest* req, double* cost);
+//
+// Links that are left out, by position in the graph, are not there for the search.
+SearchResult findPath(DataBase* dataBase, LSPRequest* req, double* cost,
+                      const bool* isLeftOut = nullptr);

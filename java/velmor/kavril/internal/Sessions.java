@@ -14,16 +14,13 @@ public final class Sessions {
      * Opens a session with 8 classes and 8 levels and an empty network, whatever the numbers of classes
      * and levels of the process are; those stay.
      *
-     * @param colorClause whether links are tested for forbidden colours
      * @param capacityClause whether links are tested for capacity
      * @param weights of the criteria, in the order of {@code jniinitKavril}
-     * @param reroutingScorecoef 8 rows of 8
      * @param quiet whether what its calls print is left for {@link #takeOutput}
      * @return its number; -1, with messages on the stack of a session that could not be opened, if
      *     there is none
      */
-    public static native int open(boolean colorClause, boolean capacityClause, float[] weights,
-            float[][] reroutingScorecoef, boolean quiet);
+    public static native int open(boolean capacityClause, float[] weights, boolean quiet);
 
     /**
      * What the thread's last call would have printed, if that was on a quiet session.

@@ -85,6 +85,16 @@ class MisuseTest {
                 s -> s.addLsp(9, ONE.inClass(2), Route.of(0, 1)));
         argument("level is 4, must be 0 to 3", s -> s.request(9, 0, 1, ONE.atLevel(4)));
         argument("traffic is null, must be given", s -> s.request(9, 0, 1, null));
+        argument("request is null, must be given", s -> s.request(null, ADD));
+        argument("level is 4, must be 0 to 3", s -> s.request(Request.of(0, 1, ONE.atLevel(4)), ADD));
+        argument("colors is null, must be given",
+                s -> Request.of(0, 1, ONE).avoidingColors((int[]) null));
+        argument("nodes[1] is 16383, must be 0 to 16382",
+                s -> Request.of(0, 1, ONE).avoidingNodes(2, 16383));
+        argument("route is 0 > 2, must lead from 0 to 1",
+                s -> Request.of(0, 1, ONE).over(Route.of(0, 2)));
+        argument("nodes[0] is 1, must not lead to a node twice behind 0",
+                s -> Request.of(0, 1, ONE).through(1));
         argument("options is null, must be given",
                 s -> s.request(9, 0, 1, ONE, (RequestOption) null));
         argument("route is null, must be given", s -> s.addLsp(9, ONE, null));
@@ -108,8 +118,6 @@ class MisuseTest {
         argument("weight is -0.5, must be 0 to 3.4028235E38",
                 s -> Session.builder().weight(Weight.LOAD, -0.5));
         argument("criterion is null, must be given", s -> Session.builder().weight(null, 1));
-        argument("trafficClass is 3, must be 0 to 1",
-                s -> Session.builder().classes(2).reroutingCoefficient(3, 0, 1).build());
     }
 
     private void whatTheNetworkRefuses() {
@@ -143,9 +151,19 @@ class MisuseTest {
         refused("LSP 1 cannot be protected: the LSP id 2 is in use",
                 s -> s.protect(1, Protection.global().placedAs(2)));
         refused("LSP 9 cannot be removed: it is not up", s -> s.removeLsp(9));
+        refused("LSP 9 cannot be removed: neither it nor a backup of it is up",
+                s -> s.removeLspAndBackups(9));
+        refused("LSP 2 cannot be protected: LSP 2 is itself a backup",
+                s -> s.protectPartly(2, Protection.local()));
+        refused("an LSP (9.0 in class 0 at level 0) cannot be placed over 0 > 2: a link that it concerns"
+                + " has not enough room, and nothing may give way for it",
+                s -> s.request(Request.of(0, 2, Traffic.of(9)).over(Route.of(0, 2))));
         noRoute("LSP 9 (3.0 in class 0 at level 1) finds no way from 0 to 2: no path has enough "
                 + "room, and nothing may give way for it",
                 s -> s.request(9, 0, 2, Traffic.of(3).atLevel(1), ADD));
+        noRoute("an LSP (1.0 in class 0 at level 0) finds no way from 0 to 2, within 1 link, without the"
+                + " link 0 > 2: no path keeps to the constraints, however much room there is",
+                s -> s.request(Request.of(0, 2, ONE).avoidingLink(0, 2).withinLinks(1), ADD));
         noRoute("LSP 9 (1.0 in class 0 at level 0) finds no way from 7 to 2: there is no node 7",
                 s -> s.request(9, 7, 2, ONE));
         noRoute("LSP 9 (11.0 in class 0 at level 0) finds no way from 0 to 2: no path has enough "

@@ -10,10 +10,13 @@ import static velmor.kavril.RequestOption.PREEMPT;
 
 import java.util.ArrayList;
 import java.util.List;
+import java.util.Map;
 import java.util.OptionalInt;
+import java.util.Set;
 import java.util.concurrent.ExecutorService;
 import java.util.concurrent.Executors;
 import java.util.concurrent.Future;
+import java.util.stream.Collectors;
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.Test;
 
@@ -114,6 +117,45 @@ class SessionTest {
     }
 
     @Test
+    void whatHasNoBackupIsListed() {
+        session.addNode(6);
+        session.addLink(30, 3, 6, 10);
+        session.addLsp(1, Traffic.of(6), Route.of(0, 1, 2, 3, 6));
+        Protection local = Protection.local().placed();
+        assertThrows(NoRouteException.class, () -> session.protect(1, local));
+        PartialProtection partial = session.protectPartly(1, local);
+        assertEquals(List.of(2, 3, 4), session.backupsOf(1));
+        assertEquals(List.of(2, 3, 4), partial.backups().stream()
+                .map(backup -> backup.lspId().getAsInt()).collect(Collectors.toList()));
+        assertEquals(Map.of(Route.of(3, 6), "there is no way around it with enough room"),
+                partial.unprotected());
+        assertEquals(Set.of(Route.of(0, 1, 2, 3, 6)),
+                session.protectPartly(1, Protection.global()).unprotected().keySet());
+
+        // As protect() where there is a backup for every link.
+        session.addLsp(9, Traffic.of(1), Route.of(0, 1, 2));
+        List<Backup> all = session.protect(9, local);
+        session.backupsOf(9).forEach(session::removeLsp);
+        assertEquals(all.toString(), session.protectPartly(9, local).toString());
+    }
+
+    @Test
+    void anLspGoesWithItsBackups() {
+        session.addLsp(1, Traffic.of(6), Route.of(0, 1, 2));
+        session.protect(1, Protection.local().placedAs(5, 3));
+        assertEquals(6, session.addBackup(1, Protection.Kind.GLOBAL, Traffic.of(4), Route.of(0, 4, 2)));
+        assertEquals(List.of(), session.removeLspAndBackups(6));
+        assertEquals(List.of(3, 5), session.removeLspAndBackups(1));
+        assertEquals(List.of(), session.state().lsps());
+        assertThrows(RefusedException.class, () -> session.removeLspAndBackups(1));
+        session.addLsp(1, Traffic.of(6), Route.of(0, 1, 2));
+        session.protect(1, Protection.global().placed());
+        session.removeLsp(1);
+        assertEquals(List.of(2), session.removeLspAndBackups(1));
+        assertEquals("0.000000", reserved(0, 4));
+    }
+
+    @Test
     void aGlobalBackupGoesAroundAllNodesIfItCan() {
         session.addLsp(1, Traffic.of(6), Route.of(0, 1, 2));
         session.addLsp(2, Traffic.of(6), Route.of(3, 2, 1));
@@ -190,8 +232,7 @@ class SessionTest {
     @Test
     void sessionsOfDifferentShapesGoTogether() {
         try (Session wide = Session.builder().classes(8).levels(2).capacityClause(false)
-                .weight(Weight.FORTZ, 2).weight(Weight.DELAY, 0.5)
-                .reroutingCoefficient(7, 1, 3).build()) {
+                .weight(Weight.FORTZ, 2).weight(Weight.DELAY, 0.5).build()) {
             wide.addNode(0);
             wide.addNode(1);
             wide.addLink(0, 0, 1, 1, 2, 3, 4, 5, 6, 7, 8);
