@@ -132,6 +132,59 @@ int applyToLinks(DataBase* dataBase, DBLabelSwitchedPath* lsp, Booker* booker,
     return ret;
 }
 
+// Books a stored LSP on its links, or takes it off them, as far as that goes.
+template <class Act>
+int bookLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, operation op, Act act) {
+    Booker booker;
+    return booker.init(dataBase, lsp, &lsp->primPath) == 0
+               ? applyToLinks(dataBase, lsp, &booker, op, act)
+               : -1;
+}
+
+int enterInLists(DataBase* dataBase, DBLabelSwitchedPath* lsp) {
+    return bookLSP(dataBase, lsp, SETUP,
+                   [=](DBLSPList* list) { return DBlspListInsert(list, lsp); });
+}
+
+int takeOffLists(DataBase* dataBase, DBLabelSwitchedPath* lsp) {
+    return bookLSP(dataBase, lsp, REMOVE,
+                   [=](DBLSPList* list) { return DBlspListRemove(list, lsp); });
+}
+
+// A copy of the LSP that is the partner of the stored one with its id, at its level.
+int successorOf(const DBLabelSwitchedPath* stored, DBLabelSwitchedPath* lsp,
+                DBLabelSwitchedPath* copy) {
+    if (DBlspCopy(copy, lsp) < 0)
+        return FAIL_WITH(-1, "Unable to create a valid LSP copy");
+    copy->noContentionId = stored->id;
+    copy->precedence = stored->precedence;
+    return 0;
+}
+
+// Takes the old LSP's place under its id, as its partner, and destroys it.
+int replace(DataBase* dataBase, DBLabelSwitchedPath* old, DBLabelSwitchedPath* lsp) {
+    // The lists tell LSPs apart by id, which both have.
+    forEachHop(dataBase, old, [=](DBLink* link, Long, Long, bool) {
+        if (link != nullptr) DBlspListRemove(&link->lspList, old);
+        return true;
+    });
+    int ret = enterInLists(dataBase, lsp);
+    dataBase->lspVec.cont[lsp->id] = lsp;
+    old->noContentionId = lsp->id;
+    if (bookLSP(dataBase, old, REMOVE, [](DBLSPList*) { return 0; }) < 0) ret = -1;
+    lsp->noContentionId = -1;
+    DBlspDestroy(old);
+    return ret;
+}
+
+// The worst failure of a link needs the same over all levels, whatever the level of one
+// LSP is: nobody has to be asked.
+int changeLevel(DataBase* dataBase, DBLabelSwitchedPath* lsp, int precedence) {
+    int ret = takeOffLists(dataBase, lsp);
+    lsp->precedence = precedence;
+    return enterInLists(dataBase, lsp) < 0 ? -1 : ret;
+}
+
 }  // namespace
 
 int DBtestLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList) {
@@ -148,12 +201,30 @@ int DBaddLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList
     if (stored == nullptr) return -1;
     if (stored->noContentionId >= 0 && !setPartner(dataBase, stored, stored->id))
         stored->noContentionId = -1;
-    Booker booker;
-    auto enter = [=](DBLSPList* list) { return DBlspListInsert(list, stored); };
-    if (booker.init(dataBase, stored, &stored->primPath) < 0 ||
-        applyToLinks(dataBase, stored, &booker, SETUP, enter) < 0)
-        return FAIL_WITH(-1, "LSP addition uncomplete");
-    return 0;
+    return enterInLists(dataBase, stored) == 0 ? 0
+                                               : FAIL_WITH(-1, "LSP addition uncomplete");
+}
+
+int DBchangeLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList) {
+    if (dataBase == nullptr || lsp == nullptr)
+        return FAIL_WITH(-1, "Bad argument (NULL)");
+    DBLabelSwitchedPath* old = DBgetLSP(dataBase, lsp->id);
+    if (old == nullptr)
+        return FAIL_WITH(-1, "Trying to change inexistent LSP (id = %d)", lsp->id);
+    if (isBackup(old->type) || isBackup(lsp->type) || old->noContentionId >= 0)
+        return FAIL_WITH(-1,
+                         "Trying to change a backup or an LSP that is being replaced");
+    DBLabelSwitchedPath* changed = DBlspNew();
+    if (changed == nullptr) return FAIL_WITH(-1, "Unable to create LSP");
+    if (successorOf(old, lsp, changed) < 0 || DBtestLSP(dataBase, changed, preemptList) < 0) {
+        DBlspDestroy(changed);
+        return -1;
+    }
+    int ret = replace(dataBase, old, changed);
+    if (lsp->precedence != changed->precedence &&
+        changeLevel(dataBase, changed, lsp->precedence) < 0)
+        ret = -1;
+    return ret == 0 ? 0 : FAIL_WITH(-1, "LSP change uncomplete");
 }
 
 int DBremoveLSP(DataBase* dataBase, Long id) {

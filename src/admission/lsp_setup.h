@@ -23,6 +23,14 @@ int DBtestLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptLis
 // on its own again. Backups of the LSP are the caller's to remove.
 int DBremoveLSP(DataBase* dataBase, Long id);
 
+// Puts an LSP in the place of the stored primary with its id, which keeps its bandwidth
+// until the new one has its own: a link that both cross needs room for the larger one
+// only. Whether there is room is asked at the level that the LSP has now; on the links of
+// a path, going to another level takes none. Backups of the LSP are the caller's to
+// replace. preemptList and the result are those of DBaddLSP; a backup and an LSP that has
+// a partner are refused.
+int DBchangeLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList);
+
 // Adds to preemptList what DBaddLSP would, for an LSP that is not stored. A link that
 // refuses the LSP ends the walk, but the result is 0 all the same.
 int getpreemptList(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList);

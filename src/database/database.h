@@ -76,6 +76,10 @@ DBLinkState* DBgetLinkState(DataBase* dataBase, Long src, Long dst);
 // Replaces the link's state by a copy of newLS; nothing is recomputed.
 int DBsetLinkState(DataBase* dataBase, Long src, Long dst, DBLinkState* newLS);
 
+// Sets the capacities of a link. LSPs stay, also if they no longer fit.
+int DBsetLinkCapacity(DataBase* dataBase, Long src, Long dst,
+                      const double (&cap)[kClasses]);
+
 // Removes a link. LSPs that cross it stay, their paths still naming it.
 int DBremoveLink(DataBase* dataBase, Long src, Long dst);
 

@@ -174,6 +174,15 @@ int DBsetLinkState(DataBase* dataBase, Long src, Long dst, DBLinkState* newLS) {
     return 0;
 }
 
+int DBsetLinkCapacity(DataBase* dataBase, Long src, Long dst,
+                      const double (&cap)[kClasses]) {
+    DBLink* link = existingLink(dataBase, src, dst);
+    if (link == nullptr) return -1;
+    std::copy_n(cap, kClasses, link->state.cap);
+    viewChanged(&dataBase->live->views, link);
+    return 0;
+}
+
 int DBremoveLink(DataBase* dataBase, Long src, Long dst) {
     if (dataBase == nullptr) return FAIL_WITH(-1, "Bad argument (NULL)");
     DBNode* source = findNode(&dataBase->nodeVec, src);

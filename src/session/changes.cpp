@@ -22,7 +22,9 @@ enum Kind : std::uint8_t {
     REMOVE_NODE,
     ADD_LSP,
     REMOVE_LSP,
-    SWITCHES
+    SWITCHES,
+    CHANGE_LSP,
+    SET_CAPACITY
 };
 
 // Whether a message from so many on has a word of these.
@@ -61,6 +63,13 @@ int change(Kind kind, Act act, Write write) {
     return ret;
 }
 
+auto record(const DBLabelSwitchedPath* lsp) {
+    return [=](ByteWriter* out) {
+        out->number(lsp->id);
+        writeLsp(out, lsp);
+    };
+}
+
 auto numbers(std::initializer_list<Long> values) {
     return [=](ByteWriter* out) {
         for (Long value : values) out->number(value);
@@ -77,13 +86,21 @@ int replayAddLink(ByteReader* in) {
     return in->isFine() ? DBaddLink(centralDB, id, src, dst, &state) : -1;
 }
 
-int replayAddLSP(ByteReader* in) {
+int replayLSP(ByteReader* in, int (*make)(DataBase*, DBLabelSwitchedPath*, LongList*)) {
     ScopedLSP lsp;
     ScopedLongList preempted;
     if (DBlspInit(&lsp) < 0 || longVecInit(&preempted, -1) < 0) return -1;
     lsp.id = in->number();
     readLspFields(in, &lsp);
-    return in->isFine() ? DBaddLSP(centralDB, &lsp, &preempted) : -1;
+    return in->isFine() ? make(centralDB, &lsp, &preempted) : -1;
+}
+
+int replaySetCapacity(ByteReader* in) {
+    const Long src = in->number();
+    const Long dst = in->number();
+    double cap[kClasses];
+    in->amounts(cap, kClasses);
+    return in->isFine() ? DBsetLinkCapacity(centralDB, src, dst, cap) : -1;
 }
 
 int replayOne(ByteReader* in) {
@@ -99,7 +116,7 @@ int replayOne(ByteReader* in) {
         case REMOVE_NODE:
             return DBremoveNode(centralDB, in->number());
         case ADD_LSP:
-            return replayAddLSP(in);
+            return replayLSP(in, DBaddLSP);
         case REMOVE_LSP:
             return DBremoveLSP(centralDB, in->number());
         case SWITCHES: {
@@ -109,6 +126,10 @@ int replayOne(ByteReader* in) {
             switches->colorClause = in->byte() != 0;
             return 0;
         }
+        case CHANGE_LSP:
+            return replayLSP(in, DBchangeLSP);
+        case SET_CAPACITY:
+            return replaySetCapacity(in);
         default:
             return FAIL_WITH(-1, "Unknown kind of change");
     }
@@ -152,10 +173,21 @@ int SCremoveNode(Long id) {
 
 int SCaddLSP(DBLabelSwitchedPath* lsp, LongList* preemptList) {
     return change(
-        ADD_LSP, [=] { return DBaddLSP(centralDB, lsp, preemptList); },
-        [=](ByteWriter* out) {
-            out->number(lsp->id);
-            writeLsp(out, lsp);
+        ADD_LSP, [=] { return DBaddLSP(centralDB, lsp, preemptList); }, record(lsp));
+}
+
+int SCchangeLSP(DBLabelSwitchedPath* lsp, LongList* preemptList) {
+    return change(
+        CHANGE_LSP, [=] { return DBchangeLSP(centralDB, lsp, preemptList); },
+        record(lsp));
+}
+
+int SCsetLinkCapacity(Long src, Long dst, const double (&cap)[kClasses]) {
+    return change(
+        SET_CAPACITY, [&] { return DBsetLinkCapacity(centralDB, src, dst, cap); },
+        [&](ByteWriter* out) {
+            numbers({src, dst})(out);
+            out->amounts(cap, kClasses);
         });
 }
 

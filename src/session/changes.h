@@ -12,6 +12,8 @@ int SCremoveLink(Long src, Long dst);
 int SCremoveNode(Long id);
 int SCaddLSP(DBLabelSwitchedPath* lsp, LongList* preemptList);
 int SCremoveLSP(Long id);
+int SCchangeLSP(DBLabelSwitchedPath* lsp, LongList* preemptList);
+int SCsetLinkCapacity(Long src, Long dst, const double (&cap)[kClasses]);
 
 // Records what the switches of the configuration are, if they are others.
 struct Journal;

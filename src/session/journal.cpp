@@ -16,7 +16,9 @@
 namespace {
 
 constexpr std::int64_t kApplication = 0x4B56524C;  // "KVRL"
-constexpr std::int64_t kVersion = 1;
+// Version 2 has changes that version 1 has not: of LSPs and of capacities. A journal of
+// version 1 becomes one of version 2 when it is opened.
+constexpr std::int64_t kVersion = 2;
 // Changes are replaced by a new base once they are larger than it, and than this.
 constexpr std::size_t kLeastLog = std::size_t{1} << 20;
 
@@ -114,6 +116,15 @@ int takeBase(Journal* journal) {
     return 0;
 }
 
+// Last of all that a new journal gets: without its name there is none yet.
+int setName(Journal* journal) {
+    char text[100];
+    std::snprintf(text, sizeof text,
+                  "PRAGMA user_version = %lld; PRAGMA application_id = %lld",
+                  static_cast<long long>(kVersion), static_cast<long long>(kApplication));
+    return run(journal, text);
+}
+
 int begin(Journal* journal) {
     if (run(journal,
             "CREATE TABLE IF NOT EXISTS base (session BLOB NOT NULL);"
@@ -121,12 +132,7 @@ int begin(Journal* journal) {
             "(number INTEGER PRIMARY KEY, records BLOB NOT NULL)") < 0 ||
         takeBase(journal) < 0)
         return -1;
-    // Last: without it there is no journal yet.
-    char text[100];
-    std::snprintf(text, sizeof text,
-                  "PRAGMA user_version = %lld; PRAGMA application_id = %lld",
-                  static_cast<long long>(kVersion), static_cast<long long>(kApplication));
-    return run(journal, text);
+    return setName(journal);
 }
 
 int replayAll(Journal* journal) {
@@ -166,8 +172,7 @@ int recover(Journal* journal) {
     }
     const Long messages = errorManager.top;
     const Long slots = errorManager.size;
-    const int ret = replayAll(journal);
-    if (ret == 0) {
+    if (replayAll(journal) == 0 && setName(journal) == 0) {
         forgetMessages(messages, slots);  // what was said then has been read
         journal->switches = kavrilConfig.predicateConfig;
         DBdestroy(empty);

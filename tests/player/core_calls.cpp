@@ -256,34 +256,48 @@ void Player::coreAddLink() {
 void Player::coreSetState() {
     const Hop hop = anyHop();
     const twin::LinkState state = linkState();
+    const bool onlyCapacity = bytes_.oneIn(2);
     core(
-        say("DBsetLinkState", hop.first, hop.second),
+        say(onlyCapacity ? "DBsetLinkCapacity" : "DBsetLinkState", hop.first, hop.second,
+            state.cap),
         [&](twin::Database& db) {
-            return show(Long{twin::setLinkState(db, hop, state)});
+            return show(Long{onlyCapacity ? twin::setLinkCapacity(db, hop, state.cap)
+                                          : twin::setLinkState(db, hop, state)});
         },
         [&](DataBase* db) {
             RealState real(state);
+            if (onlyCapacity)
+                return show(
+                    Long{SCsetLinkCapacity(hop.first, hop.second, real.cap) == 0});
             changeUnrecorded();
             return show(Long{DBsetLinkState(db, hop.first, hop.second, &real) == 0});
         });
 }
 
 void Player::coreAdd() {
-    const twin::Lsp lsp = this->lsp();
+    twin::Lsp lsp = this->lsp();
     const bool reroute = bytes_.oneIn(2);
+    const bool isChange = bytes_.oneIn(2);
+    if (isChange) {
+        lsp.id = anyLsp();
+        const twin::Lsp* old = twin::find(db().lsps, lsp.id);
+        if (old != nullptr && bytes_.below(3) > 0) lsp.path = old->path;
+        if (bytes_.below(4) > 0) lsp.type = 0;
+    }
     core(
-        say("DBaddLSP", show(lsp)),
+        say(isChange ? "DBchangeLSP" : "DBaddLSP", show(lsp)),
         [&](twin::Database& db) {
             twin::now.config.predicateConfig.allowReroute = reroute;
             Ids preempted = {3};
-            const bool done = twin::addLSP(db, lsp, preempted);
+            const bool done =
+                (isChange ? twin::changeLSP : twin::addLSP)(db, lsp, preempted);
             return say(Long{done}, preempted);
         },
         [&](DataBase*) {
             kavrilConfig.predicateConfig.allowReroute = reroute;
             RealLsp real(lsp);
             RealList preempted({3});
-            const bool done = SCaddLSP(&real, &preempted) == 0;
+            const bool done = (isChange ? SCchangeLSP : SCaddLSP)(&real, &preempted) == 0;
             return say(Long{done}, idsOf(preempted));
         });
 }

@@ -229,7 +229,7 @@ namespace {
 
 // What is changed, and what is said then.
 const std::pair<const char*, const char*> kRefusedJournals[] = {
-    {"PRAGMA user_version = 2", "It has version 2, this library reads up to version 1"},
+    {"PRAGMA user_version = 3", "It has version 3, this library reads up to version 2"},
     {"PRAGMA application_id = 1", "It is a database, but no journal"},
     {"DELETE FROM base", "It is damaged: it has no base"},
     {"UPDATE base SET session = substr(session, 1, 60)", "It is cut off after 60 bytes"},
@@ -260,20 +260,26 @@ TEST_F(SessionFiles, JournalsThatCannotBeReadAreLeftAlone) {
         errorManager.top = 0;
         closeSession();
     };
+    auto edit = [&](const char* sql) {
+        const Sqlite* sqlite = loadSqlite();
+        sqlite3* db = nullptr;
+        sqlite->open(file().c_str(), &db, kSqliteReadWrite, nullptr);
+        EXPECT_EQ(kSqliteOk, sqlite->exec(db, sql, nullptr, nullptr, nullptr));
+        sqlite->close(db);
+    };
+    constexpr std::size_t kUserVersion = 63;  // its low byte in SQLite's header
     for (const auto& [change, why] : kRefusedJournals) {
         std::filesystem::remove(file());
         ASSERT_EQ(0, open("in the base"));
         withFilesUpTo(0, [] { EXPECT_EQ(-2, SCaddNode(3) + 2 * commitJournal()); });
         EXPECT_EQ(0, SCaddNode(4));
         close();
+        edit("PRAGMA user_version = 1");
         EXPECT_EQ(0, open("new"));
         EXPECT_EQ(2, DBgetNbNodes(centralDB));
         close();
-        const Sqlite* sqlite = loadSqlite();
-        sqlite3* db = nullptr;
-        sqlite->open(file().c_str(), &db, kSqliteReadWrite, nullptr);
-        EXPECT_EQ(kSqliteOk, sqlite->exec(db, change, nullptr, nullptr, nullptr));
-        sqlite->close(db);
+        EXPECT_EQ(2, bytesIn(file()).at(kUserVersion));
+        edit(change);
         const Bytes before = bytesIn(file());
         EXPECT_EQ(-1, open("new"));
         const Texts texts = errorTexts();

@@ -151,6 +151,12 @@ bool setLinkState(Database& db, Hop hop, const LinkState& state) {
     return true;
 }
 
+bool setLinkCapacity(Database& db, Hop hop, const Row& cap) {
+    Link* link = getLink(db, hop);
+    if (link != nullptr) link->state.cap = cap;
+    return link != nullptr;
+}
+
 bool removeLink(Database& db, Hop hop) {
     const Link* link = find(db.links, hop);
     if (link == nullptr)

@@ -92,6 +92,7 @@ Long getLinkID(const Database& db, Hop hop);
 Long getLinkEnd(const Database& db, Long id, Long Hop::*end);
 Link* getLink(Database& db, Hop hop);
 bool setLinkState(Database& db, Hop hop, const LinkState& state);
+bool setLinkCapacity(Database& db, Hop hop, const Row& cap);
 bool removeLink(Database& db, Hop hop);
 bool removeNode(Database& db, Long id);
 void print(const Database& db);

@@ -48,8 +48,17 @@ bool admit(Database& db, const Lsp& lsp, Ids& preempted, bool* failed) {
     return allowed;
 }
 
+bool takeOff(std::vector<const Lsp*>& list, const Lsp& lsp) {
+    const auto place = std::find(list.begin(), list.end(), &lsp);
+    if (place == list.end())
+        return push(WARNING, "database/database_util.c", "Removing inexistent LSP"),
+               false;
+    list.erase(place);
+    return true;
+}
+
 // Books the LSP on its links or takes it off them, as far as that goes.
-bool bookLSP(Database& db, const Lsp& lsp, int op) {
+bool bookLSP(Database& db, const Lsp& lsp, int op, bool lists = true) {
     bool complete = true;
     std::set<Hop> processed;
     for (bool prim : {false, true})
@@ -62,15 +71,11 @@ bool bookLSP(Database& db, const Lsp& lsp, int op) {
             }
             processed.insert(hop);
             auto& list = link->lsps;
-            const auto place = std::lower_bound(list.begin(), list.end(), &lsp, isBefore);
-            if (!prim && op == 0)
-                list.insert(place, &lsp);
-            else if (!prim && place != list.end() && *place == &lsp)
-                list.erase(place);
-            else if (!prim) {
-                push(WARNING, "database/database_util.c", "Removing inexistent LSP");
+            if (!prim && lists && op == 0)
+                list.insert(std::lower_bound(list.begin(), list.end(), &lsp, isBefore),
+                            &lsp);
+            else if (!prim && lists && !takeOff(list, lsp))
                 complete = false;
-            }
             if (!updateLS(db, hop, link->state, lsp, op)) complete = false;
         }
     return complete;
@@ -124,6 +129,41 @@ bool removeLSP(Database& db, Long id) {
     db.lsps.erase(id);
     if (partner >= 0) setPartner(db, partner, -1);
     return complete || fail(kHere, "LSP removal uncomplete");
+}
+
+// The two are there side by side, the old one first and the new one in the end under the
+// id, the other one under -1.
+bool changeLSP(Database& db, const Lsp& lsp, Ids& preempted) {
+    Lsp* old = find(db.lsps, lsp.id);
+    if (old == nullptr)
+        return fail(kHere, format("Trying to change inexistent LSP (id = %d)", lsp.id));
+    if (old->isBackup() || lsp.isBackup() || old->partner >= 0)
+        return fail(kHere, "Trying to change a backup or an LSP that is being replaced");
+    Lsp changed = lsp;
+    changed.partner = old->id;
+    changed.precedence = old->precedence;
+    bool failed;
+    if (!admit(db, changed, preempted, &failed))
+        return failed ? false : fail(kHere, "LSP refused by the predicate");
+    for (Hop hop : hopsOf(old->path))
+        if (Link* link = find(db.links, hop)) takeOff(link->lsps, *old);
+    Lsp& stored = db.lsps[-1] = changed;
+    bool complete = bookLSP(db, stored, 0);
+    auto before = db.lsps.extract(lsp.id), after = db.lsps.extract(-1);
+    before.key() = -1;
+    after.key() = lsp.id;
+    db.lsps.insert(std::move(before));
+    db.lsps.insert(std::move(after));
+    old->partner = lsp.id;
+    complete &= bookLSP(db, *old, 1, false);
+    db.lsps.erase(-1);
+    stored.partner = -1;
+    if (lsp.precedence != stored.precedence) {
+        complete &= bookLSP(db, stored, 1);
+        stored.precedence = lsp.precedence;
+        complete &= bookLSP(db, stored, 0);
+    }
+    return complete || fail(kHere, "LSP change uncomplete");
 }
 
 bool getPreemptList(Database& db, const Lsp& lsp, Ids& preempted) {

@@ -7,6 +7,7 @@ namespace twin {
 
 bool addLSP(Database& db, const Lsp& lsp, Ids& preempted);
 bool removeLSP(Database& db, Long id);
+bool changeLSP(Database& db, const Lsp& lsp, Ids& preempted);
 bool getPreemptList(Database& db, const Lsp& lsp, Ids& preempted);
 
 // The union, both lists sorted by it; a value in both once per matched pair.
