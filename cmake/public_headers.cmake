@@ -26,6 +26,7 @@ set(KAVRIL_PUBLIC_HEADERS
   database/link_update.h
   database/lsp.h
   database/lsp_type.h
+  database/outage.h
   database/reserved_bandwidth.h
   error/error.h
   predicate/predicate.h

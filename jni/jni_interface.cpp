@@ -10,6 +10,7 @@
 #include "common/setup.h"
 #include "database/database.h"
 #include "jni_arguments.h"
+#include "jni_change.h"
 #include "jni_diagnostics.h"
 #include "jni_request.h"
 #include "jni_sessions.h"
@@ -96,6 +97,7 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniinitKavril(
     registerRequests(env);
     registerStorage(env);
     registerState(env);
+    registerChanges(env);
     const std::lock_guard<std::mutex> lock(initialising);
     const Leaving leaving;
     jfieldID sessIdField = fieldId(env, obj, "sessId", "I");

@@ -33,6 +33,8 @@ class ByteWriter {
     void mark(std::ptrdiff_t bits, std::size_t at);
 
     void clear();
+    // Drops what was written behind the first bytes.
+    void shorten(std::size_t to) { top_ = top_ < to ? top_ : to; }
     // Says that something cannot be written. The first one counts.
     void refuse(const char* what);
     bool isFine() const { return wrong_ == nullptr; }

@@ -9,6 +9,7 @@
 
 #include "common/memory.h"
 #include "database/database.h"
+#include "session/attempt.h"
 #include "session/journal.h"
 
 #define ERROR_SOURCE "jni_interface.c"
@@ -199,6 +200,7 @@ int openSession() {
 
 void closeSession() {
     if (!own.has) return;
+    endAttempts();
     closeJournal();
     const int sessId = std::exchange(currentSessId, -1);
     SessionItem* item = std::exchange(sessions[sessId], nullptr);

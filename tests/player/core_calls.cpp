@@ -14,6 +14,7 @@
 #include "player/player.h"
 #include "predicate/predicate.h"
 #include "rerouting/rerouting.h"
+#include "session/attempt.h"
 #include "session/changes.h"
 #include "session/journal.h"
 #include "session/session_file.h"
@@ -464,6 +465,7 @@ void Player::coreChoose() {
 void Player::coreLookUp() {
     const Hop hop = anyHop();
     const Long id = bytes_.below(60), nd = node();
+    if (bytes_.oneIn(3)) return coreTakeBack(anyLsp(), hop);
     core(
         say("look up", hop.first, hop.second, id, nd),
         [&](twin::Database& db) {
@@ -482,6 +484,35 @@ void Player::coreLookUp() {
             return say(link, src, dst, DBgetMaxNodeID(db),
                        Long{DBgetLSP(db, id) != nullptr},
                        in != nullptr ? idsOf(*in) : Ids());
+        });
+}
+
+// Changes of which nothing is left.
+void Player::coreTakeBack(Long lsp, Hop hop) {
+    if (failing_ > 0) return;
+    std::erase_if(handedOut_, [&](const HandedOut& held) {
+        return held.session == caller_->plain.sessId;
+    });
+    std::erase_if(topologies_, [&](const HeldTopology& held) {
+        return held.session == caller_->plain.sessId;
+    });
+    core(
+        say("take back", lsp, hop.first, hop.second), [](twin::Database&) { return "1"; },
+        [&](DataBase*) {
+            const ErrorList stack = errorManager;
+            errorInit();
+            const bool begun = beginAttempt() == 0;
+            const double none[kClasses] = {};
+            beginAttempt();
+            SCremoveLSP(lsp);
+            endAttempt(lsp % 2 == 0);
+            SCsetLinkCapacity(hop.first, hop.second, none);
+            SCremoveLink(hop.first, hop.second);
+            kavrilConfig.predicateConfig.allowReroute ^= true;
+            endAttempt(false);
+            errorDestroy();
+            errorManager = stack;
+            return show(Long{begun});
         });
 }
 

@@ -151,6 +151,7 @@ class Player {
     void coreEvaluate();
     void coreChoose();
     void coreLookUp();
+    void coreTakeBack(Long lsp, twin::Hop hop);
     void coreHandOut();
     void coreHoldTopology();
     void coreSearchHeld();
