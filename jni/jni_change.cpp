@@ -18,9 +18,6 @@
 
 namespace {
 
-// LSP ids that Java may use.
-constexpr Long kMaxLspId = (1 << 24) - 1;
-
 jboolean boolean(bool value) {
     return value ? JNI_TRUE : JNI_FALSE;
 }
@@ -32,11 +29,6 @@ jboolean begin(JNIEnv*, jclass, jint sessId) {
 
 void end(JNIEnv*, jclass, jint sessId, jboolean keeps) {
     withSession(sessId, 0, [=] { return endAttempt(keeps != JNI_FALSE), 0; });
-}
-
-jint freeId(JNIEnv*, jclass, jint sessId) {
-    return withSession<jint>(sessId, -1,
-                             [] { return DBgetFreeLSPId(centralDB, kMaxLspId); });
 }
 
 // The ids that list(ids) lists; null if it fails.
@@ -164,7 +156,6 @@ void registerChanges(JNIEnv* env) {
     const JNINativeMethod methods[] = {
         nativeMethod("begin", "(I)Z", reinterpret_cast<void*>(begin)),
         nativeMethod("end", "(IZ)V", reinterpret_cast<void*>(end)),
-        nativeMethod("freeId", "(I)I", reinterpret_cast<void*>(freeId)),
         nativeMethod("concerned", "(I[I)[I", reinterpret_cast<void*>(concerned)),
         nativeMethod("linksAt", "(II)[I", reinterpret_cast<void*>(linksAt)),
         nativeMethod("remove", "(I[I[I)Z", reinterpret_cast<void*>(removeAll)),

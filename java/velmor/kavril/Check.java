@@ -6,7 +6,7 @@ final class Check {
     static final int MAX_LEVELS = 8;
     static final int MAX_NODE = 16382;
     private static final int MAX_LINK = (1 << 20) - 1;
-    private static final int MAX_LSP = (1 << 24) - 1;
+    static final int MAX_LSP = (1 << 24) - 1;
 
     private Check() {
     }

@@ -91,6 +91,11 @@ public final class Lsp {
         return isBackup() ? OptionalInt.of(primaryId) : OptionalInt.empty();
     }
 
+    /** Of a backup, the route that its primary had. */
+    Route primaryRoute() {
+        return primaryRoute;
+    }
+
     /**
      * The links whose failure switches traffic to a backup: of the route that its primary had, the
      * link that leaves the backup's first node, or for a global backup all from that node on.

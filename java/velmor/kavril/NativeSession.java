@@ -12,6 +12,7 @@ import java.util.concurrent.TimeUnit;
 import java.util.function.IntSupplier;
 import java.util.function.Supplier;
 import java.util.stream.Collectors;
+import velmor.kavril.internal.Changes;
 import velmor.kavril.internal.Diagnostics;
 import velmor.kavril.internal.NativeLibrary;
 import velmor.kavril.internal.Sessions;
@@ -54,6 +55,7 @@ final class NativeSession implements Runnable {
     private final Statistics statistics = new Statistics();
     private volatile boolean open = true;
     private Runnable unpublish = () -> { };
+    private int nbTogether;
 
     // Of a session with a journal.
     private volatile Path journal;
@@ -156,8 +158,11 @@ final class NativeSession implements Runnable {
         return numbers;
     }
 
-    /** Writes what a call has changed. */
+    /** Writes what a call has changed, if there is a journal. */
     private void commit() {
+        if (journal == null) {
+            return;
+        }
         if (!Storage.commit(raw.sessId)) {
             throw journalFailure();
         }
@@ -198,11 +203,44 @@ final class NativeSession implements Runnable {
             throw new RefusedException(what.get() + ": " + Reason.of(trace, why.get()), trace, e);
         } finally {
             // Whatever came of it: a call that fails may have changed something.
-            if (journal != null) {
+            if (nbTogether == 0) {
                 commit();
             }
             takeMessages();
         }
+    }
+
+    /** Runs calls that no other thread comes between, and that the journal has all or none of. */
+    synchronized <T> T together(Supplier<T> calls) {
+        nbTogether++;
+        try {
+            return calls.get();
+        } finally {
+            nbTogether--;
+            if (nbTogether == 0 && open) {
+                commit();
+            }
+        }
+    }
+
+    /** Likewise, but takes everything back if they fail, or are not to be kept in any case. */
+    synchronized <T> T attempt(Supplier<String> what, boolean keeps, Supplier<T> calls) {
+        return together(() -> {
+            call(what, () -> "the library gives no reason", session -> {
+                if (!Changes.begin(session.sessId)) {
+                    throw new AddDBException();
+                }
+                return null;
+            });
+            boolean isDone = false;
+            try {
+                T result = calls.get();
+                isDone = true;
+                return result;
+            } finally {
+                Changes.end(raw.sessId, isDone && keeps);
+            }
+        });
     }
 
     /** The text of the session's tables. */

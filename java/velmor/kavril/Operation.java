@@ -26,6 +26,16 @@ public enum Operation {
     READ,
     /** Reading everything: {@code state}, {@code dump}. */
     READ_ALL,
+    /** {@link Session#setCapacity}. */
+    SET_CAPACITY,
+    /** {@link Session#fail}, {@link Session#failLink}, {@link Session#failNode}. */
+    FAIL,
+    /** {@link Session#repair}. */
+    REPAIR,
+    /** {@link Session#update}, {@link Session#reroute}, {@link Session#rerouteAround}. */
+    UPDATE,
+    /** {@link Session#place}; in {@link Session#placeAll} each request, or a dry run as a whole. */
+    PLACE,
     /** {@link Session#copy}. */
     COPY,
     /** {@link Session#save}. */

@@ -37,7 +37,8 @@ public final class Placement {
     /**
      * Whether it is up now.
      *
-     * @return true if the request had {@link RequestOption#ADD}
+     * @return true if the request had {@link RequestOption#ADD}; without it nothing was placed, even if
+     *     LSPs were removed to make room
      */
     public boolean isAdded() {
         return added;
@@ -55,7 +56,8 @@ public final class Placement {
 
     @Override
     public String toString() {
-        return "LSP " + lspId + (added ? " placed over " : " could go over ") + route
-                + (preempted.isEmpty() ? "" : ", preempted " + preempted);
+        return "LSP " + lspId + (added ? " placed over " : " not placed, could go over ") + route
+                + (preempted.isEmpty() ? "" : added ? ", preempted " + preempted
+                        : ", removed " + preempted + " for it");
     }
 }

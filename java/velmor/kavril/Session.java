@@ -10,8 +10,12 @@ import java.util.List;
 import java.util.Map;
 import java.util.Optional;
 import java.util.OptionalInt;
+import java.util.Set;
 import java.util.function.IntFunction;
+import java.util.function.IntPredicate;
 import java.util.function.Supplier;
+import java.util.stream.Collectors;
+import velmor.kavril.internal.Changes;
 import velmor.kavril.internal.Requests;
 import velmor.kavril.internal.State;
 import velmor.repository.KAVRIL.JNIKAVRIL;
@@ -168,21 +172,11 @@ public final class Session implements AutoCloseable {
         Check.link("id", id);
         Check.node("source", source);
         Check.node("destination", destination);
-        if (Check.given("capacities", capacities).length != nbClasses) {
-            throw new IllegalArgumentException("capacities has " + capacities.length
-                    + " values, must have " + nbClasses + ", one for each class");
-        }
-        float[] row = new float[Check.MAX_CLASSES];
-        for (int oa = 0; oa < nbClasses; oa++) {
-            row[oa] = Check.amount("capacities[" + oa + "]", capacities[oa]);
-        }
+        float[] row = capacityRow(capacities);
         Supplier<String> what =
                 () -> "link " + id + " (" + source + " > " + destination + ") cannot be added";
-        change(Operation.ADD_LINK, what, raw -> {
-            if (!Requests.addLink(raw.sessId, id, source, destination, color, row)) {
-                throw new AddDBException();
-            }
-        });
+        make(Operation.ADD_LINK, what,
+                sessId -> Requests.addLink(sessId, id, source, destination, color, row));
     }
 
     /**
@@ -377,6 +371,202 @@ public final class Session implements AutoCloseable {
     }
 
     /**
+     * Sets the capacities of a link. LSPs that cross it stay where they are, also if they no longer fit.
+     *
+     * @param source the node it leaves
+     * @param destination the node it enters
+     * @param capacities its capacity, 0 or more, in each class of the session
+     * @return the LSPs that no longer fit, ids ascending: in each class that is booked beyond its capacity
+     *     now, those that would have to give way, from the greatest level on, for the rest to fit. A
+     *     backup among them counts in full, also where it shares its bandwidth
+     * @throws RefusedException if there is no such link
+     */
+    public List<Lsp> setCapacity(int source, int destination, double... capacities) {
+        Check.node("source", source);
+        Check.node("destination", destination);
+        float[] row = capacityRow(capacities);
+        Supplier<String> what =
+                () -> "the capacity of link " + source + " > " + destination + " cannot be set";
+        return together(Operation.SET_CAPACITY, () -> {
+            make(Operation.SET_CAPACITY, what,
+                    sessId -> Changes.setCapacity(sessId, source, destination, row));
+            return read(sessId -> Arrays.stream(Changes.misfits(sessId, source, destination))
+                    .mapToObj(id -> StateReader.lsp(sessId, id).orElseThrow())
+                    .collect(Collectors.toUnmodifiableList()));
+        });
+    }
+
+    /**
+     * Takes out what fails, and tells whom that hits: who switches to which backups, who is lost, who
+     * stays and is unprotected. The links of the failure are removed with the LSPs that cross them and
+     * the backups of primaries that do; its nodes stay, without links. An LSP over a single node has no
+     * link and stays.
+     *
+     * <p>This is one change, for other threads and for the journal. {@link #repair} takes the report.
+     *
+     * @param failure what fails
+     * @param options what is done beyond that; LSPs that are placed again keep their ids and traffic, not
+     *     the constraints that they were requested with
+     * @return whom it hits, and what was done
+     * @throws RefusedException if a link or a node of the failure does not exist; nothing has changed
+     * @throws IllegalArgumentException if the options are PREEMPT without REPLACE
+     */
+    public FailureReport fail(Failure failure, FailureOption... options) {
+        return new FailureCall(this, Check.given("failure", failure), setOf(options)).run();
+    }
+
+    /**
+     * Takes out a link that fails, in one direction, as {@link #fail} does.
+     *
+     * @param source the node it leaves
+     * @param destination the node it enters
+     * @param options what is done beyond that
+     * @return whom it hits, and what was done
+     * @throws RefusedException if there is no such link
+     */
+    public FailureReport failLink(int source, int destination, FailureOption... options) {
+        return fail(Failure.link(source, destination), options);
+    }
+
+    /**
+     * Takes out the links of a node that fails, as {@link #fail} does.
+     *
+     * @param id the node
+     * @param options what is done beyond that
+     * @return whom it hits, and what was done
+     * @throws RefusedException if there is no such node
+     */
+    public FailureReport failNode(int id, FailureOption... options) {
+        return fail(Failure.node(id), options);
+    }
+
+    /**
+     * Puts back the links that a failure has taken out, and the LSPs that are down since: on their old
+     * routes if these have room, else on others, the most important first. LSPs that go elsewhere by now
+     * stay there. All of it or nothing.
+     *
+     * @param report what the failure has taken out
+     * @return what came of placing the LSPs
+     * @throws RefusedException if a link cannot be put back, as one that is there already
+     */
+    public Restoration repair(FailureReport report) {
+        Check.given("report", report);
+        return new RepairCall(this, report.links(), report.removed()).run();
+    }
+
+    /**
+     * Puts back links without LSPs, with the ids, colours and capacities that they had.
+     *
+     * @param links what they were
+     * @throws RefusedException if one cannot be put back, as one that is there already; none is then
+     */
+    public void repair(List<Link> links) {
+        new RepairCall(this, List.copyOf(Check.given("links", links)), List.of()).run();
+    }
+
+    /**
+     * Gives a primary other traffic on the route that it has, make before break: its links need room for
+     * the larger of old and new bandwidth, not for both. Its backups, if they no longer go with it, are
+     * placed anew as far as there is room. All of it or nothing.
+     *
+     * @param id the LSP
+     * @param traffic what it is to carry; another level alone is never refused
+     * @return what it was and is, and what became of its backups
+     * @throws RefusedException if it is not up or is a backup, or a link of it has not enough room
+     */
+    public UpdateResult update(int id, Traffic traffic) {
+        return update(id, traffic, null, null);
+    }
+
+    /**
+     * Gives a primary other traffic and another route, make before break: links of both routes need room
+     * for the larger of old and new bandwidth, not for both. Its backups are placed anew as far as
+     * there is room. All of it or nothing.
+     *
+     * @param id the LSP
+     * @param traffic what it is to carry
+     * @param route where it is to go
+     * @return what it was and is, and what became of its backups
+     * @throws RefusedException if it is not up or is a backup, or a link of the route is missing or has
+     *     not enough room
+     */
+    public UpdateResult update(int id, Traffic traffic, Route route) {
+        return update(id, traffic, Check.given("route", route), null);
+    }
+
+    /**
+     * Gives a primary other traffic and the best route that there is for that, which may be the one it
+     * has; else as {@link #update(int, Traffic, Route)}.
+     *
+     * @param id the LSP
+     * @param traffic what it is to carry
+     * @return what it was and is, and what became of its backups
+     * @throws NoRouteException if no path has enough room
+     * @throws RefusedException if it is not up or is a backup
+     */
+    public UpdateResult reroute(int id, Traffic traffic) {
+        return update(id, traffic, null, UpdateCall.NO_LINK);
+    }
+
+    /**
+     * Takes a primary off a link: it goes the best way without that, make before break.
+     *
+     * @param id the LSP
+     * @param source the node that the link leaves
+     * @param destination the node it enters
+     * @return what it was and is, and what became of its backups
+     * @throws NoRouteException if no other path has enough room
+     * @throws RefusedException if it is not up or is a backup
+     */
+    public UpdateResult rerouteAround(int id, int source, int destination) {
+        Check.lsp("id", id);
+        Check.node("source", source);
+        Check.node("destination", destination);
+        return new UpdateCall(this, id, null, null, new int[] {source, destination}).run();
+    }
+
+    private UpdateResult update(int id, Traffic traffic, Route route, int[] avoided) {
+        Check.lsp("id", id);
+        checkTraffic(traffic);
+        return new UpdateCall(this, id, traffic, route, avoided).run();
+    }
+
+    /**
+     * Places an LSP, and again those that have to give way for it: the most important first, then their
+     * backups. Nobody gives way as long as there is a path without that. All of it or nothing; this is one
+     * change, for other threads and for the journal.
+     *
+     * @param request what is asked for
+     * @param options whether others may give way, and whether it is only tried
+     * @return whether it is placed, or why not; who gave way, is placed again or finds no place
+     */
+    public PlaceResult place(Request request, PlaceOption... options) {
+        checkTraffic(Check.given("request", request).traffic());
+        return new PlaceCall(this, setOf(options)).run(request);
+    }
+
+    /**
+     * Places many LSPs, one after the other. Each is a change of its own: what other threads do comes
+     * between two of them, and what was placed stays when the listener wants no more. With
+     * {@link PlaceOption#DRY_RUN} the session is held for the whole batch, and all is taken back.
+     *
+     * @param requests what is asked for
+     * @param order which come first
+     * @param listener hears of each, and says whether to go on
+     * @param options whether others may give way, and whether it is only tried
+     * @return what came of each, and which are left
+     */
+    public BatchResult placeAll(List<Request> requests, BatchOrder order, BatchListener listener,
+            PlaceOption... options) {
+        Check.given("order", order);
+        Check.given("listener", listener);
+        for (Request request : Check.given("requests", requests)) {
+            checkTraffic(Check.given("requests", request).traffic());
+        }
+        return new PlaceCall(this, setOf(options)).run(requests, order, listener);
+    }
+
+    /**
      * Removes an LSP, primary or backup. The backups of a primary stay up, see {@link #backupsOf}.
      *
      * @param id the LSP
@@ -540,6 +730,23 @@ public final class Session implements AutoCloseable {
         cleanable.clean();
     }
 
+    private float[] capacityRow(double[] capacities) {
+        if (Check.given("capacities", capacities).length != nbClasses) {
+            throw new IllegalArgumentException("capacities has " + capacities.length
+                    + " values, must have " + nbClasses + ", one for each class");
+        }
+        float[] row = new float[Check.MAX_CLASSES];
+        for (int oa = 0; oa < nbClasses; oa++) {
+            row[oa] = Check.amount("capacities[" + oa + "]", capacities[oa]);
+        }
+        return row;
+    }
+
+    private static <T> Set<T> setOf(T[] options) {
+        return Arrays.stream(Check.given("options", options))
+                .map(option -> Check.given("options", option)).collect(Collectors.toSet());
+    }
+
     private void checkTraffic(Traffic traffic) {
         Check.given("traffic", traffic);
         Check.range("trafficClass", traffic.trafficClass(), 0, nbClasses - 1);
@@ -601,7 +808,30 @@ public final class Session implements AutoCloseable {
         });
     }
 
+    /** Makes a change that says whether it was made; takes the session's number. */
+    void make(Operation operation, Supplier<String> what, IntPredicate change) {
+        change(operation, what, raw -> {
+            if (!change.test(raw.sessId)) {
+                throw new AddDBException();
+            }
+        });
+    }
+
+    /** Runs calls that are one operation, see {@link NativeSession#together}. */
+    <T> T together(Operation operation, Supplier<T> calls) {
+        return timed(operation, operation::toString, () -> session.together(calls));
+    }
+
+    /** Runs calls that are all kept or all taken back, see {@link NativeSession#attempt}. */
+    <T> T attempt(Operation operation, Supplier<String> what, boolean keeps, Supplier<T> calls) {
+        return timed(operation, operation::toString, () -> session.attempt(what, keeps, calls));
+    }
+
     /** Asks for something; takes the session's number. */
+    <T> T read(IntFunction<T> question) {
+        return read(Operation.READ, question);
+    }
+
     private <T> T read(Operation operation, IntFunction<T> question) {
         return call(operation, () -> "", () -> "", raw -> question.apply(raw.sessId));
     }
@@ -622,6 +852,7 @@ public final class Session implements AutoCloseable {
      */
     private <T, E extends Exception> T timed(Operation operation, Supplier<String> about,
             Work<T, E> work) throws E {
+        boolean isPartOfAnother = Thread.holdsLock(session);
         long start = System.nanoTime();
         boolean isMisuse = false;
         boolean isDone = false;
@@ -633,7 +864,7 @@ public final class Session implements AutoCloseable {
             isMisuse = true;
             throw e;
         } finally {
-            if (!isMisuse) {
+            if (!isMisuse && !isPartOfAnother) {
                 session.statistics().add(operation, System.nanoTime() - start, !isDone);
             }
             Output.log(about);

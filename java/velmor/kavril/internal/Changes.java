@@ -28,14 +28,6 @@ public final class Changes {
     public static native void end(int sessId, boolean keeps);
 
     /**
-     * An LSP id that is not in use, above all that are if possible.
-     *
-     * @param sessId the session
-     * @return the id, -1 if there is none
-     */
-    public static native int freeId(int sessId);
-
-    /**
      * The LSPs that have to do with links that go: those that cross one of them, the backups of a
      * primary that does or did, and, of all these, the primaries and their backups.
      *
