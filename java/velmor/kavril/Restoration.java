@@ -37,7 +37,8 @@ public final class Restoration {
     }
 
     /**
-     * The LSPs that find no place, and backups for which there is no way.
+     * The LSPs that find no place, and backups for which there is no way: where the primary has another
+     * route now, one for each of its links that stays without.
      *
      * @return what they were, and why
      */

@@ -36,6 +36,28 @@
  * {@link velmor.kavril.KavrilException} that says why. Nothing has changed then, unless the method
  * says otherwise.
  *
+ * <h2>Changes of what is up</h2>
+ *
+ * <ul>
+ *   <li>{@link velmor.kavril.Session#fail} tells whom a failure hits and takes it out of the network,
+ *       {@link velmor.kavril.Session#repair} puts it back.
+ *   <li>{@link velmor.kavril.Session#update}, {@link velmor.kavril.Session#reroute} and
+ *       {@link velmor.kavril.Session#rerouteAround} change an LSP make before break, under its id;
+ *       {@link velmor.kavril.Session#setCapacity} changes a link under its LSPs.
+ *   <li>{@link velmor.kavril.Session#place} lets others give way and places these again;
+ *       {@link velmor.kavril.Session#placeAll} does so for many requests.
+ * </ul>
+ *
+ * <p>Each is one change, for other threads as for the journal: nobody sees a part of it, and whatever
+ * stops one of several steps, the session is what it was. Where there is an option {@code DRY_RUN} the
+ * result tells what would come of the change, and the session stays as it is. LSPs that are placed again
+ * are the most important ones first, and keep their ids; the constraints of their requests are not kept,
+ * and a backup whose primary has another route now is computed anew.
+ *
+ * <p>To be able to go back, a method that makes several steps copies the network first, which takes time
+ * in proportion to it: {@code fail} with {@code REPLACE}, {@code repair}, {@code place} where others give
+ * way, a dry run of {@code place} or {@code placeAll}, and changes of an LSP that has backups.
+ *
  * <h2>Copies, files and journals</h2>
  *
  * <p>{@link velmor.kavril.Session#copy} opens a session of its own that does what the first one would;

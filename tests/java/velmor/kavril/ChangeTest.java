@@ -277,8 +277,8 @@ class ChangeTest {
         assertEquals(Route.of(0, 1), session.lsp(3).orElseThrow().route());
         assertEquals(Route.of(0, 4, 2, 1), session.lsp(1).orElseThrow().route());
         assertEquals(List.of(1, 11, 2), ids(placed.restoration().preempted()));
-        assertEquals(List.of(1), ids(placed.restoration().placed()));
-        assertEquals(List.of(2, 11), placed.restoration().refused().stream()
+        assertEquals(List.of(1, 11), ids(placed.restoration().placed()));
+        assertEquals(List.of(2, 11, 11), placed.restoration().refused().stream()
                 .map(refusal -> refusal.lsp().id()).collect(Collectors.toList()));
         recount(session);
         Placement room = session.request(4, 0, 1, Traffic.of(9).atLevel(1), PREEMPT);
