@@ -1,6 +1,7 @@
 #include "admission/lsp_setup.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "database/database.h"
 #include "database/link_update.h"
@@ -161,6 +162,14 @@ int successorOf(const DBLabelSwitchedPath* stored, DBLabelSwitchedPath* lsp,
     return 0;
 }
 
+// On the same links, with no more bandwidth in any class: what is freed of the primary is
+// at least what backups may then need in addition.
+bool needsNoRoom(const DBLabelSwitchedPath* old, const DBLabelSwitchedPath* lsp) {
+    return std::equal(old->path.cont, old->path.cont + old->path.top, lsp->path.cont,
+                      lsp->path.cont + lsp->path.top) &&
+           std::equal(lsp->bw, lsp->bw + kClasses, old->bw, std::less_equal<>());
+}
+
 // Takes the old LSP's place under its id, as its partner, and destroys it.
 int replace(DataBase* dataBase, DBLabelSwitchedPath* old, DBLabelSwitchedPath* lsp) {
     // The lists tell LSPs apart by id, which both have.
@@ -216,7 +225,8 @@ int DBchangeLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptL
                          "Trying to change a backup or an LSP that is being replaced");
     DBLabelSwitchedPath* changed = DBlspNew();
     if (changed == nullptr) return FAIL_WITH(-1, "Unable to create LSP");
-    if (successorOf(old, lsp, changed) < 0 || DBtestLSP(dataBase, changed, preemptList) < 0) {
+    if (successorOf(old, lsp, changed) < 0 ||
+        (!needsNoRoom(old, lsp) && DBtestLSP(dataBase, changed, preemptList) < 0)) {
         DBlspDestroy(changed);
         return -1;
     }

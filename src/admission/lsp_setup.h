@@ -25,10 +25,10 @@ int DBremoveLSP(DataBase* dataBase, Long id);
 
 // Puts an LSP in the place of the stored primary with its id, which keeps its bandwidth
 // until the new one has its own: a link that both cross needs room for the larger one
-// only. Whether there is room is asked at the level that the LSP has now; on the links of
-// a path, going to another level takes none. Backups of the LSP are the caller's to
-// replace. preemptList and the result are those of DBaddLSP; a backup and an LSP that has
-// a partner are refused.
+// only. Whether there is room is asked at the level that the LSP has now, unless it stays
+// on its path with no more bandwidth, which is never refused. Backups of the LSP are the
+// caller's to replace. preemptList and the result are those of DBaddLSP; a backup and an
+// LSP that has a partner are refused.
 int DBchangeLSP(DataBase* dataBase, DBLabelSwitchedPath* lsp, LongList* preemptList);
 
 // Adds to preemptList what DBaddLSP would, for an LSP that is not stored. A link that

@@ -142,8 +142,9 @@ bool changeLSP(Database& db, const Lsp& lsp, Ids& preempted) {
     Lsp changed = lsp;
     changed.partner = old->id;
     changed.precedence = old->precedence;
-    bool failed;
-    if (!admit(db, changed, preempted, &failed))
+    bool failed, isLess = lsp.path == old->path;
+    for (std::size_t oa = 0; oa < kClasses; oa++) isLess &= lsp.bw[oa] <= old->bw[oa];
+    if (!isLess && !admit(db, changed, preempted, &failed))
         return failed ? false : fail(kHere, "LSP refused by the predicate");
     for (Hop hop : hopsOf(old->path))
         if (Link* link = find(db.links, hop)) takeOff(link->lsps, *old);

@@ -470,7 +470,7 @@ public final class Session implements AutoCloseable {
      * placed anew as far as there is room. All of it or nothing.
      *
      * @param id the LSP
-     * @param traffic what it is to carry; another level alone is never refused
+     * @param traffic what it is to carry; another level, or less bandwidth, is never refused
      * @return what it was and is, and what became of its backups
      * @throws RefusedException if it is not up or is a backup, or a link of it has not enough room
      */

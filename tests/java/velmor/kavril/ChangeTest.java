@@ -253,6 +253,10 @@ class ChangeTest {
         }
         assertThrows(RefusedException.class, () -> session.setCapacity(0, 2, 1));
         assertThrows(IllegalArgumentException.class, () -> session.setCapacity(0, 1, -1));
+        // To need less is never refused, however much is booked.
+        assertThrows(RefusedException.class, () -> session.update(3, Traffic.of(2.5).atLevel(5)));
+        session.update(3, Traffic.of(1).atLevel(2));
+        assertEquals(-6, session.link(0, 1).orElseThrow().free(0));
         session.rerouteAround(2, 0, 1);
         session.setCapacity(0, 1, 5);
         recount(session);

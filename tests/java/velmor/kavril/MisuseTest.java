@@ -8,6 +8,7 @@ import static org.junit.jupiter.api.DynamicTest.dynamicTest;
 import static velmor.kavril.RequestOption.ADD;
 
 import java.util.ArrayList;
+import java.util.Collections;
 import java.util.List;
 import java.util.function.Consumer;
 import java.util.stream.Stream;
@@ -118,6 +119,14 @@ class MisuseTest {
         argument("weight is -0.5, must be 0 to 3.4028235E38",
                 s -> Session.builder().weight(Weight.LOAD, -0.5));
         argument("criterion is null, must be given", s -> Session.builder().weight(null, 1));
+        argument("failure is null, must be given", s -> s.fail(null));
+        argument("options has PREEMPT, must have REPLACE besides",
+                s -> s.failNode(1, FailureOption.PREEMPT));
+        argument("requests is null, must be given", s -> s.placeAll(
+                Collections.singletonList(null), BatchOrder.AS_GIVEN, (done, total, last) -> true));
+        argument("level is 4, must be 0 to 3", s -> s.place(Request.of(0, 1, ONE.atLevel(4))));
+        argument("capacities has 1 values, must have 2, one for each class",
+                s -> s.setCapacity(0, 1, 5));
     }
 
     private void whatTheNetworkRefuses() {
@@ -158,6 +167,20 @@ class MisuseTest {
         refused("an LSP (9.0 in class 0 at level 0) cannot be placed over 0 > 2: a link that it concerns"
                 + " has not enough room, and nothing may give way for it",
                 s -> s.request(Request.of(0, 2, Traffic.of(9)).over(Route.of(0, 2))));
+        refused("the failure of link 0 > 1, node 9 cannot be handled: there is no node 9",
+                s -> s.fail(Failure.link(0, 1).and(Failure.node(9)), FailureOption.REPLACE));
+        refused("the failure of link 2 > 0 cannot be handled: there is no link 2 > 0",
+                s -> s.failLink(2, 0));
+        refused("the capacity of link 2 > 0 cannot be set: there is no link 2 > 0",
+                s -> s.setCapacity(2, 0, 1, 1));
+        refused("LSP 9 cannot be changed: it is not up", s -> s.update(9, ONE));
+        refused("LSP 2 cannot be changed: it is itself a backup", s -> s.reroute(2, ONE));
+        refused("LSP 1 cannot be changed: a link that it concerns has not enough room, and nothing may "
+                + "give way for it", s -> s.update(1, Traffic.of(10.5)));
+        refused("link 2 (0 > 2) cannot be added: a link with this id is there already",
+                s -> s.repair(List.of(s.link(0, 2).orElseThrow())));
+        noRoute("LSP 1 cannot be changed: no path has enough room, and nothing may give way for it",
+                s -> s.reroute(1, Traffic.of(11)));
         noRoute("LSP 9 (3.0 in class 0 at level 1) finds no way from 0 to 2: no path has enough "
                 + "room, and nothing may give way for it",
                 s -> s.request(9, 0, 2, Traffic.of(3).atLevel(1), ADD));
