@@ -20,7 +20,8 @@ class Concerned {
 
     int find(const LongList* ends) {
         const DBLSPVec& lsps = dataBase_->lspVec;
-        if (!isConcerned_.fill(lsps.size, false) || !primaryOf_.fill(lsps.size, -1) ||
+        if (!crosses_.fill(lsps.size, false) || !isConcerned_.fill(lsps.size, false) ||
+            !primaryOf_.fill(lsps.size, -1) ||
             !isSource_.fill(dataBase_->nodeVec.size, false))
             return FAIL_WITH(-1, "Critical lack of memory");
         markCrossing(ends);
@@ -28,12 +29,12 @@ class Concerned {
             const DBLabelSwitchedPath* lsp = lsps.cont[id];
             if (lsp == nullptr || !isBackup(lsp->type)) continue;
             if (findLSP(&lsps, lsp->primID) != nullptr) primaryOf_[id] = lsp->primID;
-            if (!isConcerned_[id] && !protectsGone(lsp)) continue;
+            if (!crosses_[id] && !protectsGone(lsp)) continue;
             isConcerned_[id] = true;
             if (primaryOf_[id] >= 0) isConcerned_[primaryOf_[id]] = true;
         }
         for (Long id = 0; id < lsps.size; id++)
-            if (primaryOf_[id] >= 0 && isConcerned_[primaryOf_[id]])
+            if (crosses_[id] || (primaryOf_[id] >= 0 && crosses_[primaryOf_[id]]))
                 isConcerned_[id] = true;
         return 0;
     }
@@ -53,7 +54,7 @@ class Concerned {
             isSource_[ends->cont[i]] = true;
             gone_.put(link);
             for (Long j = 0; j < link->lspList.top; j++)
-                isConcerned_[link->lspList.cont[j]->id] = true;
+                crosses_[link->lspList.cont[j]->id] = true;
         }
     }
 
@@ -71,6 +72,7 @@ class Concerned {
 
     const DataBase* dataBase_;
     WalkMarks gone_;
+    ScopedArray<bool> crosses_;      // a link that goes, by LSP
     ScopedArray<bool> isConcerned_;  // by LSP
     ScopedArray<Long> primaryOf_;    // by backup, -1 if it is down
     ScopedArray<bool> isSource_;     // of a link that goes, by node

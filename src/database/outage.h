@@ -4,9 +4,10 @@
 #include "database/database_st.h"
 
 // Lists, ids ascending, what has to do with links that go, given by source and
-// destination one after the other: the LSPs that cross one of them, the backups of a
-// primary that does or did, and, of all these, the primaries and their backups. Links
-// that do not exist concern nobody. -1, with a message, if there is no memory.
+// destination one after the other: the LSPs that cross one of them, all backups of
+// primaries that do, backups whose primary did when they were made, and the primaries of
+// all these. Links that do not exist concern nobody. -1, with a message, if there is no
+// memory.
 int DBlistConcerned(const DataBase* dataBase, const LongList* ends, LongList* ids);
 
 // Lists, ids ascending, the LSPs that would have to give way for what is reserved on a

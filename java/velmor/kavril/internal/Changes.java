@@ -28,8 +28,8 @@ public final class Changes {
     public static native void end(int sessId, boolean keeps);
 
     /**
-     * The LSPs that have to do with links that go: those that cross one of them, the backups of a
-     * primary that does or did, and, of all these, the primaries and their backups.
+     * The LSPs that have to do with links that go: those that cross one of them, all backups of
+     * primaries that do, backups whose primary did when they were made, and the primaries of all these.
      *
      * @param sessId the session
      * @param ends source and destination of each link, one after the other
