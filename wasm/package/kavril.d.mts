@@ -70,7 +70,7 @@ export type BackupKind = "local" | "global";
 export interface RequestOptions {
   /** Places the LSP. */
   add?: boolean;
-  /** Lets LSPs of greater levels give way; they are removed. */
+  /** Lets LSPs of greater levels give way; they are removed, even if the LSP is not placed. */
   preempt?: boolean;
 }
 
