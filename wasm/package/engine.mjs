@@ -62,13 +62,18 @@ export class Engine {
   /** Puts arrays, one after the other, where the next call reads them. */
   put(...arrays) {
     const nb = arrays.reduce((sum, array) => sum + array.byteLength, 0);
-    let at = this.#exports.kavril_input(nb);
+    let at = this.#unsigned("input", nb);
     if (nb > 0 && at === 0) throw new RangeError("there is no memory for the arguments");
     for (const array of arrays) {
       const bytes = new Uint8Array(array.buffer, array.byteOffset, array.byteLength);
       new Uint8Array(this.#exports.memory.buffer).set(bytes, at);
       at += array.byteLength;
     }
+  }
+
+  // Addresses come as signed numbers, and may be above 2 GB.
+  #unsigned(name, ...args) {
+    return this.#exports[`kavril_${name}`](...args) >>> 0;
   }
 
   /** Calls kavril_NAME. */
@@ -78,9 +83,9 @@ export class Engine {
 
   /** The bytes that the last call has answered with, a copy. */
   answerBytes() {
-    const at = this.#exports.kavril_answer();
+    const at = this.#unsigned("answer");
     const { buffer } = this.#exports.memory;
-    return new Uint8Array(buffer.slice(at, at + this.#exports.kavril_answer_size()));
+    return new Uint8Array(buffer.slice(at, at + this.#unsigned("answer_size")));
   }
 
   answer() {
@@ -106,17 +111,17 @@ export class Engine {
       const view = new DataView(buffer);
       let sum = 0;
       for (let i = 0; i < nb; i++) {
-        const at = view.getUint32(texts + 8 * i, true);
-        const length = view.getUint32(texts + 8 * i + 4, true);
+        const at = view.getUint32((texts >>> 0) + 8 * i, true);
+        const length = view.getUint32((texts >>> 0) + 8 * i + 4, true);
         this.#print(new Uint8Array(buffer.slice(at, at + length)), stream);
         sum += length;
       }
-      view.setUint32(written, sum, true);
+      view.setUint32(written >>> 0, sum, true);
       return 0;
     };
     // Standard output is no terminal, and no file either.
     system.fd_fdstat_get = (stream, stat) => {
-      new Uint8Array(this.#exports.memory.buffer, stat, 24).fill(0);
+      new Uint8Array(this.#exports.memory.buffer, stat >>> 0, 24).fill(0);
       return 0;
     };
     return system;

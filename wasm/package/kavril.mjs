@@ -126,7 +126,7 @@ export class Session {
     const weights = weightsOf(options.weights);
     this.#engine = new Engine(library);
     // All classes and levels, as in files; those that are not in use stay 0.
-    this.#engine.put(new Float32Array(MAX_CLASSES * MAX_LEVELS));
+    this.#live.put(new Float32Array(MAX_CLASSES * MAX_LEVELS));
     this.#id = this.#engine.call("open", MAX_CLASSES, MAX_LEVELS, false, false, capacityClause,
       ...weights, MAX_CLASSES);
     if (this.#id < 0) throw this.#refused("a session cannot be opened");
@@ -156,7 +156,7 @@ export class Session {
 
   copy() {
     const copy = new Session({ classes: this.#nbClasses, levels: this.#nbLevels });
-    copy.#engine.assume(this.#engine);
+    copy.#engine.assume(this.#live);
     return copy;
   }
 
@@ -180,7 +180,7 @@ export class Session {
         + ", one for each class");
     const checked = new Float32Array(MAX_CLASSES);
     row.forEach((value, oa) => { checked[oa] = amount(`capacities[${oa}]`, value); });
-    this.#engine.put(checked, new Float32Array(MAX_CLASSES * MAX_LEVELS));
+    this.#live.put(checked, new Float32Array(MAX_CLASSES * MAX_LEVELS));
     this.#ask(`link ${id} (${source} > ${destination}) cannot be added`, "add_link", id, source,
       destination, MAX_CLASSES, MAX_CLASSES);
   }
@@ -206,7 +206,7 @@ export class Session {
     const nodes = route("route", path);
     const what = `LSP ${id} (${describe(checked)}) cannot be placed over ${arrows(nodes)}`;
     this.#refuseIfUp(what, id);
-    this.#engine.put(Int32Array.from(nodes));
+    this.#live.put(Int32Array.from(nodes));
     this.#ask(what, "add_lsp", id, nodes.length, checked.level, checked.trafficClass,
       checked.bandwidth);
   }
@@ -350,7 +350,7 @@ export class Session {
   }
 
   #placeBackup(what, id, primaryId, kind, traffic, nodes) {
-    this.#engine.put(Int32Array.from(nodes));
+    this.#live.put(Int32Array.from(nodes));
     this.#ask(what, "add_backup", id, primaryId, nodes.length, traffic.level, traffic.trafficClass,
       traffic.bandwidth, kind === "local");
   }
@@ -399,13 +399,18 @@ export class Session {
   // Calls the library. It does not end half-way unless it is at fault itself, or its stack or
   // its memory ends; the session is then of no use any more.
   #call(name, ...args) {
-    if (this.#engine === null) throw new KavrilError("the library has failed in this session");
+    const engine = this.#live;
     try {
-      return this.#engine.call(name, this.#id, ...args);
+      return engine.call(name, this.#id, ...args);
     } catch (error) {
       this.#engine = null;
       throw new KavrilError(`the library has failed: ${error.message}`);
     }
+  }
+
+  get #live() {
+    if (this.#engine === null) throw new KavrilError("the library has failed in this session");
+    return this.#engine;
   }
 
   #ask(what, name, ...args) {
