@@ -4,11 +4,13 @@ import { readFileSync } from "node:fs";
 import { test } from "node:test";
 
 const [folder] = process.argv.slice(2);
+const { Engine } = await import(`${folder}/engine.mjs`);
 const { init, NoRouteError, RefusedError, Session } =
   await import(`${folder}/kavril.mjs`);
 
 assert.throws(() => new Session(), /not loaded: await init\(\)/);
-await init(readFileSync(`${folder}/kavril.wasm`));
+const module = await WebAssembly.compile(readFileSync(`${folder}/kavril.wasm`));
+await init(module);
 
 const TRAFFIC = { bandwidth: 40, trafficClass: 1, level: 3 };
 
@@ -99,6 +101,16 @@ test("copies and files do the same as the session, and leave it alone", () => {
   // Memory grows in the copy as it has in the session.
   for (let id = 3; id < 400; id++) session.addNode(id);
   assert.deepStrictEqual(session.copy().state(), session.state());
+});
+
+test("answers are found above 2 GB, too", () => {
+  const engine = new Engine(module);
+  engine.call("input", 2 ** 31 - 2 ** 16);
+  engine.put(new Float32Array(64));
+  const session = engine.call("open", 8, 8, false, false, true, 0, 0, 0, 0, 0, 0, 1, 8);
+  engine.call("add_node", session, 5);
+  engine.call("state", session);
+  assert.deepStrictEqual(engine.answer().numbers(5), [1, 5, 0, 0, 0]);
 });
 
 // Each leaves the session as it is.
