@@ -92,6 +92,7 @@ struct Options {
     std::size_t repeat = 100;
     std::string examples = "examples/data";
     std::string repetita = "../shared/data/repetita";
+    std::string wasm = "build/bench/wasm/package";
 
     bool wants(const std::string& name) const {
         return name.find(only) != std::string::npos;
@@ -113,6 +114,9 @@ void printThreads(const Options& options);
 
 // journal.cpp
 void printJournal(const Options& options);
+
+// wasm.cpp
+void printWasm(const Options& options);
 
 template <class Work>
 double timed(Work work) {

@@ -270,6 +270,7 @@ int main(int argc, char** argv) {
         printThreads(options);
         printJournal(options);
         printJobs(options);
+        printWasm(options);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "%s\n", e.what());
         return 1;

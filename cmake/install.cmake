@@ -36,6 +36,14 @@ install(FILES ${CMAKE_BINARY_DIR}/kavril.pc DESTINATION ${pc_dir} COMPONENT dev)
 
 install(FILES README.md docs/model.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc)
 
+# Where Debian's Node looks for modules.
+if(TARGET kavril_wasm)
+  foreach(file package.json README.md engine.mjs kavril.d.mts kavril.mjs kavril.wasm)
+    install(FILES ${KAVRIL_NPM_PACKAGE}/${file}
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/nodejs/kavril COMPONENT javascript)
+  endforeach()
+endif()
+
 if(KAVRIL_JAVA)
   # The folder jni is on Debian's java.library.path.
   install(TARGETS kavril LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/jni COMPONENT jni)

@@ -105,6 +105,11 @@ This package has the Java classes."
     RECOMMENDS "libkavril-jni (= ${PROJECT_VERSION})"
     SUGGESTS "default-jre-headless (>= 2:1.11)")
 endif()
+if(TARGET kavril_wasm)
+  debian_package(javascript node-kavril all javascript "${about}
+This package has the module for JavaScript, compiled to WebAssembly."
+    SUGGESTS nodejs)
+endif()
 if(TARGET kavril_program)
   debian_package(program kavril any net "${about}
 This package has the program kavril, which plans networks and audits plans.")

@@ -1,25 +1,9 @@
 #include "jni_arguments.h"
 
-#include <algorithm>
-#include <cmath>
-
-#include "common/setup.h"
 #include "error/error.h"
 #include "jni_support.h"
 
 #define ERROR_SOURCE "jni_interface.c"
-
-Long usable(Long nb) {
-    return std::clamp<Long>(nb, 0, kClasses);
-}
-
-Long nbClasses() {
-    return sessionUse.hasAllNumbers ? kClasses : usable(NBOA);
-}
-
-Long nbLevels() {
-    return sessionUse.hasAllNumbers ? kLevels : usable(NBPL);
-}
 
 int checkArray(JNIEnv* env, jarray array, Long length) {
     if (array == nullptr || env->GetArrayLength(array) < length)
@@ -47,16 +31,6 @@ int readRows(JNIEnv* env, jobjectArray rows, double (&table)[kClasses][kLevels],
     return 0;
 }
 
-int checkLevel(jint level) {
-    return level >= 0 && level < kLevels
-               ? 0
-               : FAIL_WITH(-1, "Bad argument (preemption level)");
-}
-
-int checkBandwidth(jfloat bw) {
-    return std::isfinite(bw) ? 0 : FAIL_WITH(-1, "Bad argument (bandwidth)");
-}
-
 int readIds(JNIEnv* env, jintArray array, LongList* to) {
     if (checkArray(env, array, 0) < 0) return -1;
     const Long length = env->GetArrayLength(array);
@@ -65,11 +39,6 @@ int readIds(JNIEnv* env, jintArray array, LongList* to) {
     for (Long i = 0; i < length; i++)
         if (longVecPushBack(to, ids[i]) < 0) return -1;
     return 0;
-}
-
-void setBandwidth(double (&bw)[kClasses], jint oa, jfloat bandwidth) {
-    for (Long i = 0; i < nbClasses(); i++)
-        bw[i] = i == oa ? static_cast<double>(bandwidth) : 0.0;
 }
 
 jintArray toJava(JNIEnv* env, const LongList* list) {

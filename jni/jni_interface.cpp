@@ -4,7 +4,6 @@
 
 #include <mutex>
 
-#include "admission/lsp_setup.h"
 #include "velmor_repository_KAVRIL_JNIKAVRIL.h"
 
 #include "common/setup.h"
@@ -26,62 +25,6 @@ namespace {
 // One initialisation after the other: the classes and levels that the last one sets for
 // all sessions are its own, both of them.
 std::mutex initialising;
-
-// What jniaddLSP and jniaddBackupLSP have in common.
-struct PlacedLSP {
-    jint id;
-    jintArray path;
-    jint level;
-    jint oa;
-    jfloat bw;
-};
-
-int fillLSP(JNIEnv* env, DBLabelSwitchedPath* lsp, const PlacedLSP& args) {
-    if (checkLevel(args.level) < 0 || checkBandwidth(args.bw) < 0 || DBlspInit(lsp) < 0)
-        return -1;
-    lsp->id = args.id;
-    lsp->precedence = args.level;
-    setBandwidth(lsp->bw, args.oa, args.bw);
-    return readIds(env, args.path, &lsp->path);
-}
-
-// Sets the LSP up; who has to give way is not reported.
-int addLSP(DBLabelSwitchedPath* lsp) {
-    ScopedLongList preemptList;
-    if (longVecInit(&preemptList, -1) < 0) return -1;
-    return SCaddLSP(lsp, &preemptList);
-}
-
-const char* refuseLSP(const PlacedLSP& args, const char* message) {
-    PUSH_ERROR(CRITICAL, "%s", message);
-    addError(CRITICAL, "Lsp ID: %d, Request: %f\n", args.id,
-             static_cast<double>(args.bw));
-    return kAddDBException;
-}
-
-const char* addPrimary(JNIEnv* env, const PlacedLSP& args) {
-    kavrilConfig.predicateConfig.allowReroute = false;
-    ScopedLSP lsp;
-    if (fillLSP(env, &lsp, args) < 0 || addLSP(&lsp) < 0)
-        return refuseLSP(args,
-                         "Impossible to add PRIMARY LSP (computed by another algorithm)");
-    return nullptr;
-}
-
-const char* addBackup(JNIEnv* env, const PlacedLSP& args, jint primID, DBLSPType type) {
-    const char* const failure =
-        "Impossible to add BACKUP LSP (computed by another algorithm)";
-    kavrilConfig.predicateConfig.allowReroute = false;
-    ScopedLSP lsp;
-    if (fillLSP(env, &lsp, args) < 0) return refuseLSP(args, failure);
-    lsp.type = type;
-    lsp.primID = primID;
-    DBLabelSwitchedPath* primary = DBgetLSP(centralDB, primID);
-    if (primary == nullptr) return refuseLSP(args, "Impossible to find PRIMARY LSP");
-    if (longVecCopy(&lsp.primPath, &primary->path) < 0 || addLSP(&lsp) < 0)
-        return refuseLSP(args, failure);
-    return nullptr;
-}
 
 }  // namespace
 
@@ -189,7 +132,10 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniremoveNode(
 JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniaddLSP(
     JNIEnv* env, jobject obj, jint lspid, jintArray path, jint PL, jint OA, jfloat bw) {
     withContext(env, obj, kAddDBException, [&] {
-        return addPrimary(env, {lspid, path, PL, OA, bw});
+        return exceptionFor(
+            PlaceCall({lspid, PL, OA, bw}).placePrimary([&](LongList* to) {
+                return readIds(env, path, to);
+            }));
     });
 }
 
@@ -197,8 +143,12 @@ JNIEXPORT void JNICALL Java_velmor_repository_KAVRIL_JNIKAVRIL_jniaddBackupLSP(
     JNIEnv* env, jobject obj, jint lspid, jint plspid, jintArray path, jint PL, jint OA,
     jfloat bw, jboolean type) {
     withContext(env, obj, kAddDBException, [&] {
-        return addBackup(env, {lspid, path, PL, OA, bw}, plspid,
-                         type != JNI_FALSE ? DB_LOCAL_BACKUP_LSP : DB_GLOBAL_BACKUP_LSP);
+        return exceptionFor(
+            PlaceCall({lspid, PL, OA, bw})
+                .placeBackup(
+                    plspid,
+                    type != JNI_FALSE ? DB_LOCAL_BACKUP_LSP : DB_GLOBAL_BACKUP_LSP,
+                    [&](LongList* to) { return readIds(env, path, to); }));
     });
 }
 

@@ -42,21 +42,6 @@ jbyteArray takeOutput(JNIEnv* env, jclass) {
 
 }  // namespace
 
-void setWeights(PrimaryComputationConfig* config, const Weights& weights) {
-    double* const to[] = {config->loadBal, config->load,      config->sqLoad,
-                          config->relLoad, config->sqRelLoad, config->delay};
-    for (std::size_t i = 0; i < std::size(to); i++)
-        *to[i] = static_cast<double>(weights[i]);
-    config->Fortz = static_cast<double>(weights[6]);
-}
-
-int openEmpty(const KAVRILConfig& config) {
-    centralDB = DBnew(0);
-    if (centralDB == nullptr) return FAIL_WITH(-1, "Impossible to init a DataBase");
-    kavrilConfig = config;
-    return openSession();
-}
-
 void registerSessions(JNIEnv* env) {
     const JNINativeMethod methods[] = {
         nativeMethod("open", "(Z[FZ)I", reinterpret_cast<void*>(open)),

@@ -1,5 +1,19 @@
 #include "jni_support.h"
 
+const char* exceptionFor(Refusal refusal) {
+    switch (refusal) {
+        case Refusal::ADD:
+            return kAddDBException;
+        case Refusal::NO_ROUTE:
+            return kNoRouteException;
+        case Refusal::ROUTING:
+            return kRoutingException;
+        case Refusal::NONE:
+            break;
+    }
+    return nullptr;
+}
+
 jfieldID fieldId(JNIEnv* env, jobject obj, const char* name, const char* signature) {
     jclass objClass = env->GetObjectClass(obj);
     jfieldID field = env->GetFieldID(objClass, name, signature);

@@ -10,6 +10,7 @@
 #include "common/print.h"
 #include "common/types.h"
 #include "database/live/live.h"
+#include "session/calls.h"
 #include "session/session.h"
 
 constexpr const char* kAddDBException =
@@ -18,6 +19,9 @@ constexpr const char* kNoRouteException =
     "velmor/repository/model/exception/NoRouteToHostException";
 constexpr const char* kRoutingException =
     "velmor/repository/model/exception/RoutingException";
+
+// Null for none.
+const char* exceptionFor(Refusal refusal);
 
 // Elements of a Java array, handed back however the scope is left.
 template <class Array, class Elem, Elem* (JNIEnv::*get)(Array, jboolean*),
@@ -35,6 +39,7 @@ class Pinned {
     // No elements: the virtual machine had no memory for them, an exception is pending.
     bool isNull() const { return elems_ == nullptr; }
     const Elem& operator[](Long i) const { return elems_[i]; }
+    const Elem* data() const { return elems_; }
 
   private:
     JNIEnv* env_;

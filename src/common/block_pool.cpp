@@ -81,8 +81,10 @@ char* map(std::size_t bytes) {
 }
 
 // The same at a multiple of its size, so that the system may give it in one large page,
-// at a fraction of the time that small ones take.
+// at a fraction of the time that small ones take. Systems without them cannot give back a
+// part of a mapping either.
 char* mapLargePage() {
+#ifdef __linux__
     char* memory = map(2 * kSlabMax);
     if (memory == nullptr) return nullptr;
     const std::size_t before = -reinterpret_cast<std::uintptr_t>(memory) % kSlabMax;
@@ -90,6 +92,9 @@ char* mapLargePage() {
     munmap(memory + before + kSlabMax, kSlabMax - before);
     madvise(memory + before, kSlabMax, MADV_HUGEPAGE);
     return memory + before;
+#else
+    return map(kSlabMax);
+#endif
 }
 
 // So many zeroed bytes.

@@ -50,3 +50,6 @@ extern constinit thread_local KAVRILConfig kavrilConfig;  // of the loaded sessi
 extern std::atomic<int> NBOA;
 extern std::atomic<int> NBPL;
 extern std::atomic<double> COST;
+
+// COST += cost, which not all standard libraries have.
+void addCost(double cost);

@@ -161,9 +161,17 @@ int openBeside(const char* path, Text* name) {
     return -1;
 }
 
+// strerror_r gives the text or, in other systems' libraries, a number.
+[[maybe_unused]] const char* textOf(const char* given, const char*) {
+    return given;
+}
+[[maybe_unused]] const char* textOf(int, const char* written) {
+    return written;
+}
+
 int failed(const char* what) {
-    char text[100];
-    const char* reason = strerror_r(errno, text, sizeof text);
+    char text[100] = "";
+    const char* reason = textOf(strerror_r(errno, text, sizeof text), text);
     return FAIL_WITH(-1, "%s: %s", what, reason);
 }
 

@@ -348,7 +348,7 @@ class LimitedCall {
         if (!canBeSearched(dataBase_, req_))
             return FAIL_WITH(LimitedPath::FAILED, "Bad requested path format");
         LimitedPath result = find();
-        if (result == LimitedPath::FOUND) COST += cost_;
+        if (result == LimitedPath::FOUND) addCost(cost_);
         if (result == LimitedPath::NO_WAY) result = whyNot();
         if (result != LimitedPath::FOUND && longVecCopy(&req_->path, &wanted_) < 0)
             return FAIL_WITH(LimitedPath::FAILED, "Critical lack of memory");

@@ -55,7 +55,7 @@ int computeOnTopology(DataBase* dataBase, LSPRequest* req) {
     const Long dst = req->path.cont[req->path.top - 1];
     const BKNode* egress = bkNodeVecGet(&topo.nodeVec, nodePosition(&topo, dst));
     if (egress == nullptr) return FAIL_WITH(-1, "Unable to get egress node");
-    COST += egress->info.cost;
+    addCost(egress->info.cost);
     return 0;
 }
 
@@ -89,7 +89,7 @@ int computePrimaryPath(DataBase* dataBase, LSPRequest* req) {
     double cost = 0.0;
     switch (findPath(dataBase, req, &cost)) {
         case SearchResult::FOUND:
-            COST += cost;
+            addCost(cost);
             return 0;
         case SearchResult::UNREACHABLE:
             return FAIL_WITH(-1, "Unable to update requested path");

@@ -1,0 +1,205 @@
+/**
+ * Sessions of the KAVRIL library: a network, the label switched paths (LSPs) in it, and the
+ * computation of primary and backup paths.
+ *
+ * Ids are chosen by the caller and used as indexes, so small and dense ids save memory and time:
+ * nodes 0 to 16382, links 0 to 1048575, LSPs 0 to 16777215. Bandwidths and capacities are in one
+ * unit of the caller's choice, 0 or more, and kept in single precision. A class is 0 to 7 and below
+ * the session's number of classes, a preemption level 0 (the most important) to 7 and below its
+ * number of levels. Links are directed; there is at most one from one node to another.
+ *
+ * An argument outside its range gives a RangeError, one that is no such thing a TypeError, and
+ * what the network cannot do a KavrilError. Nothing has changed then.
+ */
+
+/**
+ * Loads the library; to be awaited before the first session is opened.
+ *
+ * @param source kavril.wasm: where it is, its bytes, or the compiled module. The file beside this
+ *     one unless it is given
+ */
+export function init(source?: URL | BufferSource | WebAssembly.Module): Promise<void>;
+
+/** What the network cannot do. */
+export class KavrilError extends Error {
+  /** The library's messages, the newest first. */
+  readonly trace: readonly string[];
+}
+
+/** A change that is refused. */
+export class RefusedError extends KavrilError {}
+
+/** A path that does not exist, or has not enough room. */
+export class NoRouteError extends KavrilError {}
+
+/** Criteria of the paths. Those that are not given do not count. */
+export interface Weights {
+  loadBalance?: number;
+  load?: number;
+  squaredLoad?: number;
+  relativeLoad?: number;
+  squaredRelativeLoad?: number;
+  delay?: number;
+  /** The congestion cost, which has weight 1 if no weights are given. */
+  fortz?: number;
+}
+
+export interface SessionOptions {
+  /** Number of classes, 1 to 8; 1 unless it is given. */
+  classes?: number;
+  /** Number of preemption levels, 1 to 8; 8 unless it is given. */
+  levels?: number;
+  /** False to let links carry any load. */
+  capacityClause?: boolean;
+  weights?: Weights;
+}
+
+export interface Traffic {
+  bandwidth: number;
+  /** 0 unless it is given. */
+  trafficClass?: number;
+  /** 0 unless it is given. */
+  level?: number;
+}
+
+/** Nodes from head to tail. */
+export type Route = readonly number[];
+
+export type BackupKind = "local" | "global";
+
+export interface RequestOptions {
+  /** Places the LSP. */
+  add?: boolean;
+  /** Lets LSPs of greater levels give way; they are removed, even if the LSP is not placed. */
+  preempt?: boolean;
+}
+
+export interface Placement {
+  lspId: number;
+  route: number[];
+  isAdded: boolean;
+  /** Ids of the LSPs that gave way, ascending. */
+  preempted: number[];
+}
+
+export interface Protection {
+  kind: BackupKind;
+  /** Preemption level of the backups, 0 unless it is given. */
+  level?: number;
+  /** Places the backups, under these ids: one for each link of the LSP, or one if global. */
+  backupIds?: readonly number[];
+}
+
+export interface Backup {
+  /** Undefined if it is not placed. */
+  lspId?: number;
+  primaryId: number;
+  kind: BackupKind;
+  route: number[];
+  /** The part of the primary whose links it protects. */
+  protectedRoute: number[];
+}
+
+export interface Lsp {
+  id: number;
+  kind: "primary" | BackupKind;
+  /** The class is -1 if there is bandwidth in several, which only C++ can place. */
+  traffic: Required<Traffic>;
+  route: number[];
+  /** Of a backup: the LSP that it protects, and its route. */
+  primaryId?: number;
+  primaryRoute?: number[];
+}
+
+export interface Link {
+  id: number;
+  source: number;
+  destination: number;
+  color: number;
+  /** By class. */
+  capacity: number[];
+  /** What primaries have, by class and level. */
+  primary: number[][];
+  /** What is reserved for primaries and backups, by class and level. */
+  reserved: number[][];
+}
+
+export interface NetworkState {
+  /** Ids, ascending. */
+  nodes: number[];
+  /** In the order of their ids. */
+  links: Link[];
+  lsps: Lsp[];
+}
+
+/** A network and the LSPs in it. Its memory is freed once nobody has the session any more. */
+export class Session {
+  /** Opens a session with an empty network. */
+  constructor(options?: SessionOptions);
+
+  /** Opens the session that is in a file; save tells of these. */
+  static load(bytes: Uint8Array): Session;
+
+  readonly classes: number;
+  readonly levels: number;
+
+  /** Opens a session that from now on does what this one would, to the last bit and message. */
+  copy(): Session;
+
+  /** The session as the bytes of a file, which the library can load in all its languages. */
+  save(): Uint8Array;
+
+  addNode(id: number): void;
+
+  /**
+   * Adds a link with no traffic on it.
+   *
+   * @param capacities one for each class of the session; a number will do for one class
+   */
+  addLink(id: number, source: number, destination: number,
+    capacities: number | ArrayLike<number>): void;
+
+  /** Removes a link that no LSP uses, nor a backup whose primary does or did. */
+  removeLink(source: number, destination: number): void;
+
+  /** Removes a node that no LSP passes, and its links. */
+  removeNode(id: number): void;
+
+  /** Places a primary LSP along a route found elsewhere, without preempting others. */
+  addLsp(id: number, traffic: Traffic, route: Route): void;
+
+  /**
+   * Places a backup along a route found elsewhere, which starts on the primary. Backups share
+   * bandwidth: a link reserves what its worst single failure brings.
+   */
+  addBackup(id: number, primaryId: number, kind: BackupKind, traffic: Traffic, route: Route): void;
+
+  /** Asks for a primary path; does nothing more unless the options say so. */
+  request(id: number, source: number, destination: number, traffic: Traffic,
+    options?: RequestOptions): Placement;
+
+  /**
+   * Computes backups with the bandwidth and class of a primary, and places them if there are ids
+   * for them: all or none. Local ones come in the order of the primary's links.
+   */
+  protect(id: number, protection: Protection): Backup[];
+
+  /** Removes an LSP, primary or backup. The backups of a primary stay up, see backupsOf. */
+  removeLsp(id: number): void;
+
+  hasNode(id: number): boolean;
+  lsp(id: number): Lsp | undefined;
+  link(source: number, destination: number): Link | undefined;
+
+  /** The LSPs whose own route crosses a link, in the order of their ids. */
+  lspsOn(source: number, destination: number): Lsp[];
+
+  /**
+   * Ids of the backups that go around links of the LSP's present route; if no primary has the id,
+   * of those that are left from one.
+   */
+  backupsOf(id: number): number[];
+
+  /** Everything that is in the session, as of now. */
+  state(): NetworkState;
+}
