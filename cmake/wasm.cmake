@@ -2,7 +2,7 @@
 # its own in the folder wasm. Included by the top CMakeLists.txt.
 #
 # Sets KAVRIL_NPM_PACKAGE, the folder of the package; not without the compiler.
-if(NOT KAVRIL_WASM OR CMAKE_CROSSCOMPILING OR KAVRIL_SANITIZE)
+if(NOT KAVRIL_WASM OR NOT PROJECT_IS_TOP_LEVEL OR CMAKE_CROSSCOMPILING OR KAVRIL_SANITIZE)
   return()
 endif()
 find_program(WASM_CXX clang++)

@@ -22,7 +22,7 @@
 #include "session/session_file.h"
 
 #define ERROR_SOURCE "jni_interface.c"
-#define EXPORT(name) extern "C" [[clang::export_name(#name)]]
+#define EXPORT(result, name) extern "C" [[clang::export_name(#name)]] result name
 
 namespace {
 
@@ -89,17 +89,21 @@ Refusal outcome(int ret, const char* message) {
     return ret < 0 ? FAIL_WITH(Refusal::ADD, "%s", message) : Refusal::NONE;
 }
 
-// What there is to know of a session, written to the answer; whether there is something.
+// Runs write, which writes what there is to know of something in a session; refused
+// without a message if there is no such thing.
 template <class Write>
 int ask(Long session, Write write) {
-    return on(session, Refusal::ADD,
-              [&] { return write() && answer.isFine() ? Refusal::NONE : Refusal::ADD; });
+    return on(session, Refusal::ADD, [&] {
+        if (!write()) return Refusal::ADD;
+        return answer.isFine() ? Refusal::NONE
+                               : FAIL_WITH(Refusal::ADD, "%s", answer.wrong());
+    });
 }
 
 }  // namespace
 
 // Room for so many bytes of arrays; null without memory.
-EXPORT(kavril_input) void* kavril_input(std::size_t nb) {
+EXPORT(void*, kavril_input)(std::size_t nb) {
     if (nb > input.size) {
         void* bytes = std::realloc(input.bytes, nb);
         if (bytes == nullptr) return nullptr;
@@ -109,20 +113,20 @@ EXPORT(kavril_input) void* kavril_input(std::size_t nb) {
     return input.bytes;
 }
 
-EXPORT(kavril_answer) const void* kavril_answer() {
+EXPORT(const void*, kavril_answer)() {
     return answer.data();
 }
 
-EXPORT(kavril_answer_size) std::size_t kavril_answer_size() {
+EXPORT(std::size_t, kavril_answer_size)() {
     return answer.size();
 }
 
 // Opens a session and returns its number, or -1, which is the number to get the messages
 // by. Array: the rows of the rerouting prices.
-EXPORT(kavril_open)
-int kavril_open(Long nbOA, Long nbPL, bool colorClause, bool allowReroute,
-                bool capacityClause, float loadBal, float load, float sqLoad,
-                float relLoad, float sqRelLoad, float delay, float fortz, Long nbRows) {
+EXPORT(int, kavril_open)
+(Long nbOA, Long nbPL, bool colorClause, bool allowReroute, bool capacityClause,
+ float loadBal, float load, float sqLoad, float relLoad, float sqRelLoad, float delay,
+ float fortz, Long nbRows) {
     input.read = 0;
     int session = -1;
     KAVRILConfig config = {};
@@ -140,7 +144,7 @@ int kavril_open(Long nbOA, Long nbPL, bool colorClause, bool allowReroute,
     return session;
 }
 
-EXPORT(kavril_close) void kavril_close(Long session) {
+EXPORT(void, kavril_close)(Long session) {
     const Saying saying;
     if (loadSession(session) >= 0)
         closeSession();
@@ -148,7 +152,7 @@ EXPORT(kavril_close) void kavril_close(Long session) {
         std::fputs("ERROR, call to killKavril before initKavril\n", stderr);
 }
 
-EXPORT(kavril_print) void kavril_print(Long session) {
+EXPORT(void, kavril_print)(Long session) {
     if (loadSession(session) < 0) return;
     DBprintDB(centralDB);
     std::fflush(stdout);
@@ -156,7 +160,7 @@ EXPORT(kavril_print) void kavril_print(Long session) {
 }
 
 // Takes the messages, newest first, a zero behind each.
-EXPORT(kavril_messages) void kavril_messages(Long session) {
+EXPORT(void, kavril_messages)(Long session) {
     answer.clear();
     if (session < 0 ? currentSessId != -1 : loadSession(session) < 0) return;
     while (errorManager.top > 0) {
@@ -166,15 +170,14 @@ EXPORT(kavril_messages) void kavril_messages(Long session) {
     saveCntx(session);
 }
 
-EXPORT(kavril_add_node) int kavril_add_node(Long session, Long id) {
+EXPORT(int, kavril_add_node)(Long session, Long id) {
     return on(session, Refusal::ADD,
               [&] { return outcome(SCaddNode(id), "Impossible to init a Node"); });
 }
 
 // Arrays: capacities, rows of what is reserved (rows of 8).
-EXPORT(kavril_add_link)
-int kavril_add_link(Long session, Long id, Long src, Long dst, Long nbCapacities,
-                    Long nbRows) {
+EXPORT(int, kavril_add_link)
+(Long session, Long id, Long src, Long dst, Long nbCapacities, Long nbRows) {
     return on(session, Refusal::ADD, [&] {
         ScopedLinkState state;
         if (DBlinkStateInit(&state) < 0)
@@ -186,29 +189,29 @@ int kavril_add_link(Long session, Long id, Long src, Long dst, Long nbCapacities
     });
 }
 
-EXPORT(kavril_remove_link) int kavril_remove_link(Long session, Long src, Long dst) {
+EXPORT(int, kavril_remove_link)(Long session, Long src, Long dst) {
     return on(session, Refusal::ADD, [&] {
         return outcome(SCremoveLink(src, dst), "Impossible to remove Link");
     });
 }
 
-EXPORT(kavril_remove_node) int kavril_remove_node(Long session, Long id) {
+EXPORT(int, kavril_remove_node)(Long session, Long id) {
     return on(session, Refusal::ADD,
               [&] { return outcome(SCremoveNode(id), "Impossible to remove Node"); });
 }
 
 // Array: the path.
-EXPORT(kavril_add_lsp)
-int kavril_add_lsp(Long session, Long id, Long nbNodes, Long level, Long oa, float bw) {
+EXPORT(int, kavril_add_lsp)
+(Long session, Long id, Long nbNodes, Long level, Long oa, float bw) {
     return on(session, Refusal::ADD, [&] {
         return PlaceCall({id, level, oa, bw}).placePrimary(ids(nbNodes));
     });
 }
 
 // Array: the path.
-EXPORT(kavril_add_backup)
-int kavril_add_backup(Long session, Long id, Long primary, Long nbNodes, Long level,
-                      Long oa, float bw, bool isLocal) {
+EXPORT(int, kavril_add_backup)
+(Long session, Long id, Long primary, Long nbNodes, Long level, Long oa, float bw,
+ bool isLocal) {
     return on(session, Refusal::ADD, [&] {
         return PlaceCall({id, level, oa, bw})
             .placeBackup(primary, isLocal ? DB_LOCAL_BACKUP_LSP : DB_GLOBAL_BACKUP_LSP,
@@ -216,15 +219,15 @@ int kavril_add_backup(Long session, Long id, Long primary, Long nbNodes, Long le
     });
 }
 
-EXPORT(kavril_remove_lsp) int kavril_remove_lsp(Long session, Long id) {
+EXPORT(int, kavril_remove_lsp)(Long session, Long id) {
     return on(session, Refusal::ADD,
               [&] { return outcome(SCremoveLSP(id), "Impossible to remove LSP"); });
 }
 
 // Answers with the path and the LSPs that gave way, their number before each.
-EXPORT(kavril_compute_path)
-int kavril_compute_path(Long session, Long id, Long src, Long dst, Long oa, Long level,
-                        float bw, bool add, bool preempt) {
+EXPORT(int, kavril_compute_path)
+(Long session, Long id, Long src, Long dst, Long oa, Long level, float bw, bool add,
+ bool preempt) {
     return on(session, Refusal::NO_ROUTE, [&] {
         PrimaryCall call;
         Refusal refusal = call.compute({id, src, dst, oa, level, bw}, preempt);
@@ -244,9 +247,8 @@ int kavril_compute_path(Long session, Long id, Long src, Long dst, Long oa, Long
 
 // Array: ids for the backups. Answers with the number of paths, and each with the number
 // of its nodes before it.
-EXPORT(kavril_compute_backups)
-int kavril_compute_backups(Long session, Long primary, Long nbIds, Long type, bool add,
-                           bool preempt) {
+EXPORT(int, kavril_compute_backups)
+(Long session, Long primary, Long nbIds, Long type, bool add, bool preempt) {
     return on(session, Refusal::NO_ROUTE, [&] {
         kavrilConfig.predicateConfig.allowReroute = preempt;
         BackupCall call({primary, type, add, preempt});
@@ -260,11 +262,11 @@ int kavril_compute_backups(Long session, Long primary, Long nbIds, Long type, bo
 }
 
 // Questions, answered as readout.h says; refused if there is no such thing.
-EXPORT(kavril_state) int kavril_state(Long session) {
+EXPORT(int, kavril_state)(Long session) {
     return ask(session, [] { return readOutAll(&answer, centralDB), true; });
 }
 
-EXPORT(kavril_lsp) int kavril_lsp(Long session, Long id) {
+EXPORT(int, kavril_lsp)(Long session, Long id) {
     return ask(session, [=] {
         const DBLabelSwitchedPath* lsp = findLSP(&centralDB->lspVec, id);
         if (lsp != nullptr) readOutLsp(&answer, lsp);
@@ -272,7 +274,7 @@ EXPORT(kavril_lsp) int kavril_lsp(Long session, Long id) {
     });
 }
 
-EXPORT(kavril_link) int kavril_link(Long session, Long src, Long dst) {
+EXPORT(int, kavril_link)(Long session, Long src, Long dst) {
     return ask(session, [=] {
         const DBLink* link = findLink(&centralDB->linkTab, src, dst);
         if (link != nullptr) readOutLink(&answer, link);
@@ -280,18 +282,18 @@ EXPORT(kavril_link) int kavril_link(Long session, Long src, Long dst) {
     });
 }
 
-EXPORT(kavril_lsps_on) int kavril_lsps_on(Long session, Long src, Long dst) {
+EXPORT(int, kavril_lsps_on)(Long session, Long src, Long dst) {
     return ask(session, [=] { return readOutLspsOn(&answer, centralDB, src, dst); });
 }
 
-EXPORT(kavril_has_node) bool kavril_has_node(Long session, Long id) {
+EXPORT(bool, kavril_has_node)(Long session, Long id) {
     return ask(session, [=] { return findNode(&centralDB->nodeVec, id) != nullptr; }) ==
            0;
 }
 
 // Answered with ids: the backups of a primary; what a link, or a node for dst -1, cannot
 // be taken from.
-EXPORT(kavril_backups_of) int kavril_backups_of(Long session, Long id) {
+EXPORT(int, kavril_backups_of)(Long session, Long id) {
     return ask(session, [=] {
         ScopedLongList list;
         if (longVecInit(&list, -1) < 0 || DBlistBackups(centralDB, id, &list) < 0)
@@ -301,7 +303,7 @@ EXPORT(kavril_backups_of) int kavril_backups_of(Long session, Long id) {
     });
 }
 
-EXPORT(kavril_dependants) int kavril_dependants(Long session, Long src, Long dst) {
+EXPORT(int, kavril_dependants)(Long session, Long src, Long dst) {
     return ask(session, [=] {
         ScopedLongList list;
         if (longVecInit(&list, -1) < 0 ||
@@ -313,7 +315,7 @@ EXPORT(kavril_dependants) int kavril_dependants(Long session, Long src, Long dst
 }
 
 // Answers with the bytes of a session file.
-EXPORT(kavril_save) int kavril_save(Long session, Long classes, Long levels) {
+EXPORT(int, kavril_save)(Long session, Long classes, Long levels) {
     return on(session, Refusal::ADD, [&] {
         writeFile(&answer, centralDB, {classes, levels});
         return answer.isFine() ? Refusal::NONE
@@ -324,7 +326,7 @@ EXPORT(kavril_save) int kavril_save(Long session, Long classes, Long levels) {
 
 // Makes the session what the bytes of a file in the input say, and answers with its
 // numbers of classes and levels.
-EXPORT(kavril_load) int kavril_load(Long session, std::size_t nb) {
+EXPORT(int, kavril_load)(Long session, std::size_t nb) {
     return on(session, Refusal::ADD, [&] {
         UsedNumbers numbers;
         DataBase* loaded = readFile(input.bytes, nb, &numbers);

@@ -429,7 +429,10 @@ export class Session {
   }
 
   #find(read, name, ...args) {
-    return this.#call(name, ...args) === 0 ? read(this.#engine.answer()) : undefined;
+    if (this.#call(name, ...args) === 0) return read(this.#engine.answer());
+    const trace = this.#engine.messages(this.#id);
+    if (trace.length > 0) throw new RefusedError(`${name} cannot be read: ${reason(trace)}`, trace);
+    return undefined;
   }
 
   #ids(name, ...args) {
