@@ -22,11 +22,6 @@ final class RequestCall implements NativeSession.Call<Placement> {
         preempt = options.contains(RequestOption.PREEMPT);
     }
 
-    static Set<RequestOption> optionsOf(RequestOption... options) {
-        return Arrays.stream(Check.given("options", options))
-                .map(option -> Check.given("options", option)).collect(Collectors.toSet());
-    }
-
     String what() {
         return request.subject() + (request.hasRoute() ? " cannot be placed " : " finds no way ")
                 + request.way();
