@@ -281,6 +281,9 @@ public final class Session implements AutoCloseable {
             given.ifPresent(id -> refuseIfUp(what, raw, id));
             primary(what, raw, primaryId);
             int id = given.orElseGet(() -> Requests.freeLspId(raw.sessId));
+            if (id < 0) {
+                throw refused(what, "all LSP ids are in use");
+            }
             placeBackup(raw, id, primaryId, kind, traffic, route);
             return id;
         });
