@@ -65,7 +65,7 @@ final class RequestCall implements NativeSession.Call<Placement> {
             case Requests.NOT_BOTH:
                 return "no path that keeps to the constraints has enough room, others have";
             case Requests.GIVEN_UP:
-                return "there are too many ways to pass these nodes to try them all";
+                return "the search was given up after too many tries; there may be a path";
             default:
                 return preempt ? "no path has enough room, even if LSPs of greater level give way"
                         : "no path has enough room, and nothing may give way for it";
