@@ -78,10 +78,6 @@ jboolean test(jint sessId, Test isSo) {
     return loadSession(sessId) >= 0 && isSo() ? JNI_TRUE : JNI_FALSE;
 }
 
-jboolean hasNode(JNIEnv*, jclass, jint sessId, jint id) {
-    return test(sessId, [=] { return findNode(&centralDB->nodeVec, id) != nullptr; });
-}
-
 jboolean hasLsp(JNIEnv*, jclass, jint sessId, jint id) {
     return test(sessId, [=] { return findLSP(&centralDB->lspVec, id) != nullptr; });
 }
@@ -120,7 +116,6 @@ void registerState(JNIEnv* env) {
         nativeMethod("lspsOn", "(III)[I", reinterpret_cast<void*>(lspsOn)),
         nativeMethod("backupsOf", "(II)[I", reinterpret_cast<void*>(backupsOf)),
         nativeMethod("dependants", "(III)[I", reinterpret_cast<void*>(dependants)),
-        nativeMethod("hasNode", "(II)Z", reinterpret_cast<void*>(hasNode)),
         nativeMethod("hasLsp", "(II)Z", reinterpret_cast<void*>(hasLsp)),
     };
     static std::atomic<bool> done = false;

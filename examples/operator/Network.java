@@ -1,33 +1,20 @@
 package operator;
 
 import java.util.ArrayList;
-import java.util.HashSet;
 import java.util.List;
-import java.util.Set;
+import velmor.kavril.Link;
 import velmor.kavril.Route;
+import velmor.kavril.Session;
+import velmor.kavril.Weight;
 
-/** Nodes, directed links with their capacity, and the traffic between the nodes, in Mbit/s. */
+/** What the file says: nodes with names, cables with their capacity, traffic in Mbit/s. */
 final class Network {
-
-    /** A directed link; ids count up from 0. */
-    static final class Link {
-        final int id;
-        final int src;
-        final int dst;
-        final int capacity;
-
-        Link(int id, int src, int dst, int capacity) {
-            this.id = id;
-            this.src = src;
-            this.dst = dst;
-            this.capacity = capacity;
-        }
-    }
-
     String name = "network";
     final List<String> nodes = new ArrayList<>();
     final List<String> places = new ArrayList<>();
-    final List<Link> links = new ArrayList<>();
+
+    /** Node, node and capacity of each; a link each way. */
+    final List<int[]> cables = new ArrayList<>();
 
     /** Per node, the traffic from it to every node; null until it is known. */
     final List<int[]> traffic = new ArrayList<>();
@@ -38,50 +25,29 @@ final class Network {
         traffic.add(null);
     }
 
-    void addLink(int src, int dst, int capacity) {
-        links.add(new Link(links.size(), src, dst, capacity));
+    boolean hasCable(int a, int b) {
+        return cables.stream().anyMatch(cable -> cable[0] == a && cable[1] == b
+                || cable[0] == b && cable[1] == a);
     }
 
-    /** The link from src to dst, null if there is none. */
-    Link link(int src, int dst) {
-        for (Link link : links) {
-            if (link.src == src && link.dst == dst) {
-                return link;
-            }
+    /** Opens a session and describes the network to it. */
+    Session open() {
+        Session session = Session.builder().classes(Service.NB_CLASSES).levels(Service.NB_LEVELS)
+                .weight(Weight.FORTZ, 1).build();
+        for (int node = 0; node < nodes.size(); node++) {
+            session.addNode(node);
         }
-        return null;
-    }
-
-    /** The links along a route; there must be such links. */
-    List<Link> hops(Route route) {
-        int[] path = route.nodes();
-        List<Link> hops = new ArrayList<>();
-        for (int i = 0; i + 1 < path.length; i++) {
-            Link link = link(path[i], path[i + 1]);
-            if (link == null) {
-                throw new CheckFailedException("path over a link that is not there: "
-                        + path[i] + " > " + path[i + 1]);
-            }
-            hops.add(link);
+        int id = 0;
+        for (int[] cable : cables) {
+            double[] capacities = Service.capacities(cable[2]);
+            session.addLink(id++, cable[0], cable[1], capacities);
+            session.addLink(id++, cable[1], cable[0], capacities);
         }
-        return hops;
-    }
-
-    /** Whether the link's end can be reached from its head in another way. */
-    boolean hasDetour(Link avoided) {
-        Set<Integer> reached = new HashSet<>(Set.of(avoided.src));
-        boolean grown = true;
-        while (grown) {
-            grown = false;
-            for (Link link : links) {
-                grown |= link != avoided && reached.contains(link.src) && reached.add(link.dst);
-            }
-        }
-        return reached.contains(avoided.dst);
+        return session;
     }
 
     String text(Link link) {
-        return nodes.get(link.src) + " > " + nodes.get(link.dst);
+        return text(Route.of(link.source(), link.destination()));
     }
 
     String text(Route route) {

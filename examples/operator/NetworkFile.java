@@ -37,7 +37,7 @@ final class NetworkFile {
                 parseItem(item.split("\\s+"));
             }
         }
-        expect(!network.links.isEmpty(), "the file ends without a cable");
+        expect(!network.cables.isEmpty(), "the file ends without a cable");
         int silent = network.traffic.indexOf(null);
         expect(silent < 0, "the file ends without traffic for node " + silent);
         return network;
@@ -74,9 +74,8 @@ final class NetworkFile {
     private void parseCable(int a, int b, int capacity) throws FormatException {
         expect(a != b, "both ends of the cable are one node");
         expect(capacity >= 10, "cable of less than 10 Mbit/s");
-        expect(network.link(a, b) == null, "second cable between these nodes");
-        network.addLink(a, b, capacity);
-        network.addLink(b, a, capacity);
+        expect(!network.hasCable(a, b), "second cable between these nodes");
+        network.cables.add(new int[] {a, b, capacity});
     }
 
     private void parseTraffic(int src, String[] fields) throws FormatException {

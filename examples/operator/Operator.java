@@ -5,10 +5,19 @@ import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.Comparator;
 import java.util.List;
+import java.util.Optional;
 import java.util.stream.Collectors;
-import operator.Lsp.Demand;
-import operator.Network.Link;
+import velmor.kavril.BatchOrder;
+import velmor.kavril.Failure;
 import velmor.kavril.KavrilException;
+import velmor.kavril.Link;
+import velmor.kavril.Lsp;
+import velmor.kavril.NetworkState;
+import velmor.kavril.PartialProtection;
+import velmor.kavril.PlaceOption;
+import velmor.kavril.PlaceResult;
+import velmor.kavril.Request;
+import velmor.kavril.Session;
 
 /** A day of a network operator: fills a network, protects it, and tries its failures. */
 public final class Operator {
@@ -24,20 +33,18 @@ public final class Operator {
     private final Network network;
     private final int scale;
     private final Report report;
-    private final Controller controller;
-
-    /** Demands whose LSP was taken down for another one, in the order of their fall. */
-    private final List<Demand> fallen = new ArrayList<>();
+    private final Session session;
 
     private int nbPlaced;
     private int nbPreempted;
+    private int nbPlacedAgain;
     private int nbWithdrawn;
 
-    private Operator(Network network, Controller controller, int scale, boolean verbose) {
+    private Operator(Network network, Session session, int scale, boolean verbose) {
         this.network = network;
+        this.session = session;
         this.scale = scale;
         report = new Report(System.out, network, verbose);
-        this.controller = controller;
     }
 
     /**
@@ -77,8 +84,8 @@ public final class Operator {
         }
         try {
             Network network = NetworkFile.read(Path.of(file));
-            try (Controller controller = new Controller(network)) {
-                new Operator(network, controller, scale, verbose).work(printDatabase);
+            try (Session session = network.open()) {
+                new Operator(network, session, scale, verbose).work(printDatabase);
             }
             return 0;
         } catch (NetworkFile.FormatException | CheckFailedException e) {
@@ -100,41 +107,36 @@ public final class Operator {
     private void work(boolean printDatabase) {
         report.network();
         placeAll("Evening traffic: bulk and video, nobody preempts",
-                demands(Service.BULK, Service.VIDEO), false);
+                demands(Service.BULK, Service.VIDEO));
         placeAll("Working day: business and voice take precedence",
-                demands(Service.BUSINESS, Service.VOICE), true);
+                demands(Service.BUSINESS, Service.VOICE), PlaceOption.PREEMPT);
         protectAll("Protection, the important first");
         placeAll("Late orders: the " + NB_LATE_PAIRS + " largest pairs want more",
-                lateOrders(), true);
-        List<Demand> again = new ArrayList<>(fallen);
-        again.sort(Comparator.comparingInt(demand -> demand.service.level));
-        placeAll("What went down is asked again, nobody preempts", again, false);
-        protectAll("Protection for what has none, yet or again");
+                lateOrders(), PlaceOption.PREEMPT);
+        protectAll("Protection for what has a gap in it, yet or again");
         showReservations();
         if (printDatabase) {
             report.section("The library's own tables");
-            report.text(controller.tables());
+            report.text(session.dump());
         }
         drill();
-        List<Lsp> primaries = controller.ledger.primaries();
+        NetworkState state = session.state();
         report.section("Summary");
-        report.line("  %d LSPs placed; for them the library preempted %d, and the operator "
-                + "withdrew %d with these", nbPlaced, nbPreempted, nbWithdrawn);
-        report.line("  %d primaries and %d backups are up; every link has room for them, also when "
-                + "another fails", primaries.size(),
-                controller.ledger.all().size() - primaries.size());
+        report.line("  %d LSPs placed; for them %d gave way and %d found another place, %d were withdrawn",
+                nbPlaced, nbPreempted, nbPlacedAgain, nbWithdrawn);
+        report.line("  %s are up; every link has room when another fails", state);
     }
 
-    private List<Demand> demands(Service... services) {
-        List<Demand> demands = new ArrayList<>();
+    private List<Request> demands(Service... services) {
+        List<Request> demands = new ArrayList<>();
         for (Service service : services) {
             for (int src = 0; src < network.nodes.size(); src++) {
                 for (int dst = 0; dst < network.nodes.size(); dst++) {
                     long traffic = (long) network.traffic.get(src)[dst] * scale;
                     if (traffic > 0) {
                         long bandwidth = (traffic * service.trafficPercent + 5_000) / 10_000;
-                        demands.add(new Demand(service, src, dst,
-                                (int) Math.min(Math.max(bandwidth, 1), 10_000_000)));
+                        demands.add(Request.of(src, dst,
+                                service.traffic(Math.min(Math.max(bandwidth, 1), 10_000_000))));
                     }
                 }
             }
@@ -142,96 +144,120 @@ public final class Operator {
         return demands;
     }
 
-    private List<Demand> lateOrders() {
-        List<Demand> orders = new ArrayList<>();
+    private List<Request> lateOrders() {
+        List<Request> orders = new ArrayList<>();
         for (Service service : List.of(Service.BUSINESS, Service.VOICE)) {
             demands(service).stream()
-                    .sorted(Comparator.comparingInt((Demand demand) -> -demand.bandwidth))
+                    .sorted(Comparator.comparing(request -> -request.traffic().bandwidth()))
                     .limit(NB_LATE_PAIRS)
                     .forEach(orders::add);
         }
         return orders;
     }
 
-    private void placeAll(String title, List<Demand> demands, boolean preempt) {
+    private void placeAll(String title, List<Request> demands, PlaceOption... options) {
         report.section(title);
-        int nbRefused = 0;
+        int nbBefore = nbPlaced;
         int nbGone = nbPreempted + nbWithdrawn;
-        for (Demand demand : demands) {
-            Controller.Placement placement = controller.place(demand, preempt);
-            if (placement.lsp == null) {
-                nbRefused++;
-                report.refused(demand, placement.refusal);
-                continue;
-            }
-            report.lsp("LSP", placement.lsp);
-            placement.preempted.forEach(lsp -> report.lsp("    preempted", lsp));
-            placement.withdrawn.forEach(lsp -> report.lsp("    withdrawn", lsp));
-            nbPlaced++;
-            nbPreempted += placement.preempted.size();
-            nbWithdrawn += placement.withdrawn.size();
-            List<Lsp> gone = new ArrayList<>(placement.preempted);
-            gone.addAll(placement.withdrawn);
-            gone.stream().filter(Lsp::isPrimary).forEach(lsp -> fallen.add(lsp.demand));
-        }
+        session.placeAll(demands, BatchOrder.AS_GIVEN, (done, total, result) -> {
+            tell(result);
+            relieve();
+            return true;
+        }, options);
         report.total("%d of %d placed, %d refused; %d LSPs went down for them",
-                demands.size() - nbRefused, demands.size(), nbRefused,
+                nbPlaced - nbBefore, demands.size(), demands.size() - nbPlaced + nbBefore,
                 nbPreempted + nbWithdrawn - nbGone);
     }
 
-    /** Gives every primary that wants protection and has none its backups, if there is room. */
+    private void tell(PlaceResult result) {
+        Service service = Service.of(result.request().traffic());
+        if (!result.isPlaced()) {
+            report.refused(result, service);
+            return;
+        }
+        nbPlaced++;
+        report.lsp("LSP", result.placed().get());
+        nbPreempted += result.restoration().preempted().size();
+        nbPlacedAgain += result.restoration().placed().size();
+        result.restoration().preempted().forEach(lsp -> report.lsp("    preempted", lsp));
+        result.restoration().placed().forEach(lsp -> report.lsp("    again", lsp));
+    }
+
+    /**
+     * Takes down LSPs until no link is booked beyond its capacity. The library counts a preempted
+     * LSP's bandwidth as freed in full, which is too much for one that shared it.
+     */
+    private void relieve() {
+        for (Optional<Lsp> lsp = mostExpendable(); lsp.isPresent(); lsp = mostExpendable()) {
+            report.lsp("    withdrawn", lsp.get());
+            nbWithdrawn += 1 + session.removeLspAndBackups(lsp.get().id()).size();
+        }
+    }
+
+    /** Of those on links without room: a backup rather than a primary, the least important first. */
+    private Optional<Lsp> mostExpendable() {
+        NetworkState state = session.state();
+        return state.links().stream().flatMap(link -> state.lspsOn(link.source(), link.destination())
+                .stream().filter(lsp -> link.free(lsp.traffic().trafficClass()) < 0))
+                .max(Comparator.comparing(Lsp::isBackup)
+                        .thenComparing(lsp -> lsp.traffic().level())
+                        .thenComparing(lsp -> lsp.traffic().bandwidth()));
+    }
+
+    /** Gives every primary that wants protection and has gaps in it all backups that there is room for. */
     private void protectAll(String title) {
         report.section(title);
-        List<Lsp> open = controller.ledger.primaries().stream()
-                .filter(lsp -> lsp.service().protection != null)
-                .filter(lsp -> controller.ledger.backupsOf(lsp).isEmpty())
-                .sorted(Comparator.comparingInt(lsp -> lsp.service().level))
+        NetworkState state = session.state();
+        List<Lsp> open = state.lsps().stream()
+                .filter(lsp -> !lsp.isBackup() && Service.of(lsp.traffic()).protection != null)
+                .filter(lsp -> state.backupsOf(lsp.id()).size() < Service.of(lsp.traffic()).nbBackups(lsp))
+                .sorted(Comparator.comparing(lsp -> lsp.traffic().level()))
                 .collect(Collectors.toList());
         int nbProtected = 0;
         int nbBackups = 0;
         for (Lsp primary : open) {
-            List<Lsp> backups = controller.protect(primary);
-            if (!backups.isEmpty()) {
-                report.lsp("LSP", primary);
-                backups.forEach(backup -> report.lsp("    protected by", backup));
-                nbProtected++;
-                nbBackups += backups.size();
-            }
+            session.backupsOf(primary.id()).forEach(session::removeLsp);
+            PartialProtection protection =
+                    session.protectPartly(primary.id(), Service.of(primary.traffic()).backups());
+            report.lsp("LSP", primary);
+            protection.backups().forEach(backup -> report.item("    protected by %d: %s",
+                    backup.lspId().getAsInt(), network.text(backup.route())));
+            protection.unprotected().forEach((part, reason) ->
+                    report.item("    not %s: %s", network.text(part), reason));
+            nbProtected += protection.isComplete() ? 1 : 0;
+            nbBackups += protection.backups().size();
         }
-        report.total("%d of %d protected, by %d backups; no second way or no room for the others",
-                nbProtected, open.size(), nbBackups);
+        report.total("%d of %d protected in full, all by %d backups; no second way or no room for the "
+                + "others", nbProtected, open.size(), nbBackups);
     }
 
     private void showReservations() {
-        Reservations reservations = controller.reservations();
+        NetworkState state = session.state();
         report.section("Bandwidth on the links, Mbit/s");
-        report.loads(reservations);
+        report.loads(state);
         report.section("What sharing saves, Mbit/s of backups over all links");
-        report.sharing(reservations);
-        for (Link link : network.links) {
-            for (int oa = 0; oa < Service.NB_CLASSES; oa++) {
-                if (reservations.exceedCapacity(link, oa)) {
-                    throw new CheckFailedException("link " + network.text(link)
-                            + " is booked beyond its capacity");
-                }
-            }
+        report.sharing(state);
+        if (mostExpendable().isPresent()) {
+            throw new CheckFailedException("a link is booked beyond its capacity");
         }
     }
 
     private void drill() {
-        FailureDrill drill = new FailureDrill(network, controller.ledger);
+        NetworkState state = session.state();
         report.section("Failure drill: each link in turn, LSPs switched to their backups");
         report.drillHeader();
         int nbOverloads = 0;
         int nbFitting = 0;
-        for (Link link : network.links) {
-            FailureDrill.Outcome outcome = drill.failLink(link);
-            report.drillLine(link, outcome);
-            nbOverloads += outcome.fits() ? 0 : 1;
-            nbFitting += link.src < link.dst && drill.failCable(link).fits() ? 1 : 0;
+        for (Link link : state.links()) {
+            FailureDrill drill = new FailureDrill(session, state,
+                    Failure.link(link.source(), link.destination()));
+            report.drillLine(link, drill);
+            nbOverloads += drill.fits() ? 0 : 1;
+            nbFitting += link.source() < link.destination() && new FailureDrill(session, state,
+                    Failure.cable(link.source(), link.destination())).fits() ? 1 : 0;
         }
         report.line("  Both directions of a cable at once, which nobody promised: %d of %d fit",
-                nbFitting, network.links.size() / 2);
+                nbFitting, network.cables.size());
         if (nbOverloads > 0) {
             throw new CheckFailedException(nbOverloads + " link failures overload the network");
         }

@@ -2,7 +2,11 @@ package operator;
 
 import java.io.PrintStream;
 import java.util.Locale;
-import operator.Network.Link;
+import velmor.kavril.Link;
+import velmor.kavril.Lsp;
+import velmor.kavril.NetworkState;
+import velmor.kavril.PlaceResult;
+import velmor.kavril.Request;
 
 /** Writes what the operator wants to see, in at most 100 columns. */
 final class Report {
@@ -57,7 +61,8 @@ final class Report {
     }
 
     void network() {
-        line("%s: %d nodes, %d links", network.name, network.nodes.size(), network.links.size());
+        line("%s: %d nodes, %d links", network.name, network.nodes.size(),
+                2 * network.cables.size());
         for (int node = 0; node < network.nodes.size(); node++) {
             line("  %-9s%s", network.nodes.get(node), network.places.get(node));
         }
@@ -71,51 +76,51 @@ final class Report {
 
     /** An LSP of a list, with a word on what happens to it. */
     void lsp(String what, Lsp lsp) {
-        String kind = lsp.isPrimary() ? "" : lsp.kind == Lsp.Kind.LOCAL_BACKUP
-                ? ", local backup of " + lsp.primary.id : ", global backup of " + lsp.primary.id;
-        item("%s %d (%s, %d%s): %s", what, lsp.id, lsp.service(), lsp.bandwidth(), kind,
-                network.text(lsp.route));
+        item("%s %d (%s, %.0f): %s", what, lsp.id(), lsp.isBackup()
+                ? "backup of " + lsp.primaryId().getAsInt() : Service.of(lsp.traffic()),
+                lsp.traffic().bandwidth(), network.text(lsp.route()));
     }
 
-    void refused(Lsp.Demand demand, String refusal) {
-        item("refused: %s from %s to %s, %d%s", demand.service, network.nodes.get(demand.src),
-                network.nodes.get(demand.dst), demand.bandwidth,
-                verbose ? "; " + refusal : "");
+    void refused(PlaceResult result, Service service) {
+        Request request = result.request();
+        item("refused: %s from %s to %s, %.0f%s", service, network.nodes.get(request.source()),
+                network.nodes.get(request.destination()), request.traffic().bandwidth(),
+                verbose ? "; " + result.refusal().orElse("") : "");
     }
 
     /** Primary and reserved bandwidth against the capacity of every link. */
-    void loads(Reservations reservations) {
+    void loads(NetworkState state) {
         line("  %-16s%13s%37s", "", Service.CLASS_NAMES[0], Service.CLASS_NAMES[1]);
         line("  %-16s%2$13s%3$9s%4$9s%2$19s%3$9s%4$9s", "link", "primary", "reserved", "capacity");
-        for (Link link : network.links) {
+        for (Link link : state.links()) {
             StringBuilder text = new StringBuilder();
             for (int oa = 0; oa < Service.NB_CLASSES; oa++) {
-                int reserved = reservations.reserved[oa][link.id];
-                int capacity = Service.capacity(link, oa);
-                text.append(String.format(Locale.ROOT, "%13d%9d%9d %3d %%",
-                        reservations.primary[oa][link.id], reserved, capacity,
-                        100L * reserved / capacity));
+                text.append(String.format(Locale.ROOT, "%13.0f%9.0f%9.0f %3.0f %%", link.primary(oa),
+                        link.reserved(oa), link.capacity(oa),
+                        Math.floor(100 * link.reserved(oa) / link.capacity(oa))));
             }
             line("  %-16s%s", network.text(link), text);
         }
     }
 
     /** What the backups reserve on all links together, and would if they shared nothing. */
-    void sharing(Reservations reservations) {
+    void sharing(NetworkState state) {
         for (int oa = 0; oa < Service.NB_CLASSES; oa++) {
-            int shared = 0;
-            int dedicated = 0;
+            double shared = 0;
+            double dedicated = 0;
             int nbOverflows = 0;
-            for (Link link : network.links) {
-                int primary = reservations.primary[oa][link.id];
-                int alone = reservations.dedicated[oa][link.id];
-                shared += reservations.reserved[oa][link.id] - primary;
+            for (Link link : state.links()) {
+                int trafficClass = oa;
+                double alone = state.lspsOn(link.source(), link.destination()).stream()
+                        .filter(lsp -> lsp.isBackup() && lsp.traffic().trafficClass() == trafficClass)
+                        .mapToDouble(lsp -> lsp.traffic().bandwidth()).sum();
+                shared += link.reservedForBackups(oa);
                 dedicated += alone;
-                nbOverflows += primary + alone > Service.capacity(link, oa) ? 1 : 0;
+                nbOverflows += link.primary(oa) + alone > link.capacity(oa) ? 1 : 0;
             }
-            line("  %-10s%7d reserved, %7d if dedicated: %2d %% saved (dedicated ones overflow %d "
+            line("  %-10s%7.0f reserved, %7.0f if dedicated: %2.0f %% saved (dedicated ones overflow %d "
                     + "links)", Service.CLASS_NAMES[oa], shared, dedicated,
-                    dedicated == 0 ? 0 : 100 - 100L * shared / dedicated, nbOverflows);
+                    dedicated == 0 ? 0 : 100 - 100 * shared / dedicated, nbOverflows);
         }
     }
 
@@ -124,11 +129,13 @@ final class Report {
                 "fullest link after it");
     }
 
-    void drillLine(Link failed, FailureDrill.Outcome outcome) {
-        line("  %-16s%5d, %6d%5d, %6d    %-16s%-10s%4.0f %% %s", network.text(failed),
-                outcome.nbSwitched, outcome.switchedBandwidth, outcome.nbLost,
-                outcome.lostBandwidth, network.text(outcome.fullestLink),
-                Service.CLASS_NAMES[outcome.fullestClass], Math.floor(100 * outcome.fullest),
-                outcome.fits() ? "fits" : "OVERLOAD");
+    void drillLine(Link failed, FailureDrill drill) {
+        line("  %-16s%5d, %6.0f%5d, %6.0f    %-16s%-10s%4.0f %% %s", network.text(failed),
+                drill.report.switched().size(), drill.report.switched().stream()
+                        .mapToDouble(switched -> switched.lsp().traffic().bandwidth()).sum(),
+                drill.report.lost().size(), drill.report.lost().stream()
+                        .mapToDouble(lost -> lost.lsp().traffic().bandwidth()).sum(),
+                network.text(drill.fullestLink), Service.CLASS_NAMES[drill.fullestClass],
+                Math.floor(100 * drill.fullest), drill.fits() ? "fits" : "OVERLOAD");
     }
 }

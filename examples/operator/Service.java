@@ -1,5 +1,11 @@
 package operator;
 
+import java.util.Arrays;
+import java.util.Locale;
+import velmor.kavril.Lsp;
+import velmor.kavril.Protection;
+import velmor.kavril.Traffic;
+
 /**
  * What the operator sells. The traffic of every pair of nodes is divided over the services.
  *
@@ -38,19 +44,36 @@ enum Service {
         this.globalBackup = globalBackup;
     }
 
-    /** Level of the service's backups; nobody can preempt at level 0. */
-    int backupLevel() {
-        return this == VIDEO ? 5 : 0;
+    /** What an LSP of the service with this bandwidth carries. */
+    Traffic traffic(double bandwidth) {
+        return Traffic.of(bandwidth).inClass(trafficClass).atLevel(level);
     }
 
-    /** The part of a link's capacity that belongs to a class. */
-    static int capacity(Network.Link link, int trafficClass) {
-        int realTime = link.capacity * REAL_TIME_PERCENT / 100;
-        return trafficClass == REAL_TIME ? realTime : link.capacity - realTime;
+    /** The service of a primary's traffic. */
+    static Service of(Traffic traffic) {
+        return Arrays.stream(values()).filter(service -> service.level == traffic.level()).findFirst()
+                .orElseThrow();
+    }
+
+    /** How many backups protect a primary in full. */
+    int nbBackups(Lsp primary) {
+        return globalBackup ? 1 : primary.route().nbLinks();
+    }
+
+    /** Backups as customers of the service want them; those of level 0 give way to nobody. */
+    Protection backups() {
+        return (globalBackup ? Protection.global() : Protection.local())
+                .atLevel(this == VIDEO ? 5 : 0).placed();
+    }
+
+    /** The parts of a link's capacity that belong to the classes. */
+    static double[] capacities(int capacity) {
+        int realTime = capacity * REAL_TIME_PERCENT / 100;
+        return new double[] {capacity - realTime, realTime};
     }
 
     @Override
     public String toString() {
-        return name().toLowerCase(java.util.Locale.ROOT);
+        return name().toLowerCase(Locale.ROOT);
     }
 }

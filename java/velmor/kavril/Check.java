@@ -1,5 +1,9 @@
 package velmor.kavril;
 
+import java.util.Arrays;
+import java.util.Set;
+import java.util.stream.Collectors;
+
 /** Checks of arguments; each failure names the argument, its value and its range. */
 final class Check {
     static final int MAX_CLASSES = 8;
@@ -50,6 +54,12 @@ final class Check {
                     name + " is " + value + ", must be 0 to " + Float.MAX_VALUE);
         }
         return (float) value;
+    }
+
+    /** Options of a call, none of them null. */
+    static <T> Set<T> options(T[] options) {
+        return Arrays.stream(given("options", options)).map(option -> given("options", option))
+                .collect(Collectors.toSet());
     }
 
     static <T> T given(String name, T value) {

@@ -28,7 +28,8 @@ public final class PartialProtection {
      * What no backup protects, and why.
      *
      * @return links of the primary in its order, each as a route, or the whole of it for a global
-     *     backup; with the reason
+     *     backup; with the reason: there is no way around it, or none with enough room, or no room for
+     *     its backup beside the others
      */
     public Map<Route, String> unprotected() {
         return unprotected;

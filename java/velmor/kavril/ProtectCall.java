@@ -127,7 +127,8 @@ final class ProtectCall implements NativeSession.Call<PartialProtection> {
         int lastLink = isGlobal() ? primary.route().nbLinks() - 1 : index;
         Route concerned = primary.route().part(index, lastLink + 1);
         if (route == null) {
-            unprotected.put(concerned, "there is no way around it with enough room");
+            unprotected.put(concerned, hasWayAround(concerned)
+                    ? "no way around it has enough room" : "there is no way around it");
             return;
         }
         OptionalInt backupId = OptionalInt.empty();
@@ -145,6 +146,15 @@ final class ProtectCall implements NativeSession.Call<PartialProtection> {
         }
         backups.add(new Backup(backupId, id, protection.kind(), route, primary.route(), index,
                 lastLink));
+    }
+
+    /** Whether the primary's last node can be reached without the links of a part of it. */
+    private boolean hasWayAround(Route part) {
+        Request way = Request.of(part.head(), primary.route().tail(), Traffic.of(0));
+        for (int i = 0; i < part.nbLinks(); i++) {
+            way = way.avoidingLink(part.node(i), part.node(i + 1));
+        }
+        return Requests.request(raw.sessId, way.numbers(false, false))[0] != Requests.NO_WAY;
     }
 
     private int place(int index, Route route) throws AddDBException {

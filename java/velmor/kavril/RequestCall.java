@@ -22,11 +22,6 @@ final class RequestCall implements NativeSession.Call<Placement> {
         preempt = options.contains(RequestOption.PREEMPT);
     }
 
-    static Set<RequestOption> optionsOf(RequestOption... options) {
-        return Arrays.stream(Check.given("options", options))
-                .map(option -> Check.given("options", option)).collect(Collectors.toSet());
-    }
-
     String what() {
         return request.subject() + (request.hasRoute() ? " cannot be placed " : " finds no way ")
                 + request.way();
@@ -70,7 +65,7 @@ final class RequestCall implements NativeSession.Call<Placement> {
             case Requests.NOT_BOTH:
                 return "no path that keeps to the constraints has enough room, others have";
             case Requests.GIVEN_UP:
-                return "there are too many ways to pass these nodes to try them all";
+                return "the search was given up after too many tries; there may be a path";
             default:
                 return preempt ? "no path has enough room, even if LSPs of greater level give way"
                         : "no path has enough room, and nothing may give way for it";

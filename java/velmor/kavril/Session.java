@@ -10,7 +10,6 @@ import java.util.List;
 import java.util.Map;
 import java.util.Optional;
 import java.util.OptionalInt;
-import java.util.Set;
 import java.util.function.IntFunction;
 import java.util.function.IntPredicate;
 import java.util.function.Supplier;
@@ -282,6 +281,9 @@ public final class Session implements AutoCloseable {
             given.ifPresent(id -> refuseIfUp(what, raw, id));
             primary(what, raw, primaryId);
             int id = given.orElseGet(() -> Requests.freeLspId(raw.sessId));
+            if (id < 0) {
+                throw refused(what, "all LSP ids are in use");
+            }
             placeBackup(raw, id, primaryId, kind, traffic, route);
             return id;
         });
@@ -323,7 +325,7 @@ public final class Session implements AutoCloseable {
      */
     public Placement request(Request request, RequestOption... options) {
         checkTraffic(Check.given("request", request).traffic());
-        RequestCall asked = new RequestCall(request, RequestCall.optionsOf(options));
+        RequestCall asked = new RequestCall(request, Check.options(options));
         return call(Operation.REQUEST, asked::what, asked::why, asked);
     }
 
@@ -412,7 +414,7 @@ public final class Session implements AutoCloseable {
      * @throws IllegalArgumentException if the options are PREEMPT without REPLACE
      */
     public FailureReport fail(Failure failure, FailureOption... options) {
-        return new FailureCall(this, Check.given("failure", failure), setOf(options)).run();
+        return new FailureCall(this, Check.given("failure", failure), Check.options(options)).run();
     }
 
     /**
@@ -542,7 +544,7 @@ public final class Session implements AutoCloseable {
      */
     public PlaceResult place(Request request, PlaceOption... options) {
         checkTraffic(Check.given("request", request).traffic());
-        return new PlaceCall(this, setOf(options)).run(request);
+        return new PlaceCall(this, Check.options(options)).run(request);
     }
 
     /**
@@ -563,7 +565,7 @@ public final class Session implements AutoCloseable {
         for (Request request : Check.given("requests", requests)) {
             checkTraffic(Check.given("requests", request).traffic());
         }
-        return new PlaceCall(this, setOf(options)).run(requests, order, listener);
+        return new PlaceCall(this, Check.options(options)).run(requests, order, listener);
     }
 
     /**
@@ -740,11 +742,6 @@ public final class Session implements AutoCloseable {
             row[oa] = Check.amount("capacities[" + oa + "]", capacities[oa]);
         }
         return row;
-    }
-
-    private static <T> Set<T> setOf(T[] options) {
-        return Arrays.stream(Check.given("options", options))
-                .map(option -> Check.given("options", option)).collect(Collectors.toSet());
     }
 
     private void checkTraffic(Traffic traffic) {

@@ -5,7 +5,9 @@
 //
 // The nodes of the request's path are passed in this order, with whatever it takes where
 // a negative entry stands and by the link between them where none does. Colours that the
-// request forbids are avoided whether or not the session has the colour clause.
+// request forbids are avoided whether or not the session has the colour clause. A path
+// with nothing to be found is only held against the limits: whether it has room, or is
+// there at all, is for DBaddLSP to say.
 //
 // Without nodes between the ends and with paths short enough, the answer is what
 // computePrimaryPath gives in the network without the links that the limits exclude.
@@ -41,7 +43,8 @@ enum class LimitedPath {
     NO_ROOM,   // no path has room for the request, even without the limits
     NO_WAY,    // no path is within the limits, even without a need of room
     NOT_BOTH,  // paths have room, others are within the limits
-    GIVEN_UP,  // too many were tried that passed a node twice: there may be one
+    GIVEN_UP,  // there may be one: too many were tried that would pass a node twice, or
+               // maxLinks is too large for a network as large as this
     FAILED     // out of memory, or a request that is none; a message says which
 };
 

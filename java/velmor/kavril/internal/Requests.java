@@ -22,7 +22,7 @@ public final class Requests {
     /** Paths have enough room, and others are within the limits. */
     public static final int NOT_BOTH = 4;
 
-    /** There may be a path; too many were tried that passed a node twice. */
+    /** There may be a path; the search for it was given up. */
     public static final int GIVEN_UP = 5;
 
     /** The path is refused; messages say why. */

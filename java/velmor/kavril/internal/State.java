@@ -76,15 +76,6 @@ public final class State {
     public static native int[] dependants(int sessId, int source, int destination);
 
     /**
-     * Whether there is a node.
-     *
-     * @param sessId the session
-     * @param id the node
-     * @return whether the id is in use
-     */
-    public static native boolean hasNode(int sessId, int id);
-
-    /**
      * Whether an LSP is up.
      *
      * @param sessId the session

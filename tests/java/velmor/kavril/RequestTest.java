@@ -6,11 +6,13 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 import static velmor.kavril.RequestOption.ADD;
 import static velmor.kavril.RequestOption.PREEMPT;
 
+import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.Random;
 import java.util.function.Predicate;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
 
 /** Requests with constraints, against all paths there are. */
 class RequestTest {
@@ -224,6 +226,28 @@ class RequestTest {
     private static String refusal(Session session, Request request) {
         Request named = request.id().isPresent() ? request : request.withId(3);
         return assertThrows(KavrilException.class, () -> session.request(named)).getMessage();
+    }
+
+    @Test
+    void journalsKeepColoursAndTheLspsThatAvoidThem(@TempDir Path folder) {
+        Path journal = folder.resolve("journal");
+        Request request = Request.of(0, 1, Traffic.of(6)).avoidingColors(7);
+        String before;
+        try (Session session = Session.builder().journal(journal).build()) {
+            for (int node = 0; node < 3; node++) {
+                session.addNode(node);
+            }
+            session.addLink(0, 0, 1, new double[] {10}, 7);
+            session.addLink(1, 0, 2, 10);
+            session.addLink(2, 2, 1, 10);
+            assertEquals(Route.of(0, 2, 1), session.request(request, ADD).route());
+            before = session.dump();
+        }
+        try (Session session = Session.builder().journal(journal).build()) {
+            assertEquals(before, session.dump());
+            assertEquals(7, session.link(0, 1).get().color());
+            assertThrows(NoRouteException.class, () -> session.request(request));
+        }
     }
 
     @Test

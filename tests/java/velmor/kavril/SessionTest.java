@@ -127,8 +127,7 @@ class SessionTest {
         assertEquals(List.of(2, 3, 4), session.backupsOf(1));
         assertEquals(List.of(2, 3, 4), partial.backups().stream()
                 .map(backup -> backup.lspId().getAsInt()).collect(Collectors.toList()));
-        assertEquals(Map.of(Route.of(3, 6), "there is no way around it with enough room"),
-                partial.unprotected());
+        assertEquals(Map.of(Route.of(3, 6), "there is no way around it"), partial.unprotected());
         assertEquals(Set.of(Route.of(0, 1, 2, 3, 6)),
                 session.protectPartly(1, Protection.global()).unprotected().keySet());
 
@@ -137,6 +136,11 @@ class SessionTest {
         List<Backup> all = session.protect(9, local);
         session.backupsOf(9).forEach(session::removeLsp);
         assertEquals(all.toString(), session.protectPartly(9, local).toString());
+
+        session.addLsp(20, Traffic.of(3), Route.of(3, 2));
+        session.addLsp(21, Traffic.of(9), Route.of(5, 1));
+        assertEquals(Map.of(Route.of(3, 2), "no way around it has enough room"),
+                session.protectPartly(20, local).unprotected());
     }
 
     @Test

@@ -38,9 +38,8 @@ class OperatorTest {
         return Files.write(folder.resolve("network"), List.of(lines)).toString();
     }
 
-    // The example works reservations out from the paths alone, the library by trial and booking.
     @Test
-    void reservationsAreThoseOfTheLibrary() throws IOException {
+    void reservationsAreThoseOfTheTables() throws IOException {
         for (int scale : new int[] {50, 200}) {
             ChildJvm run = operator("--scale", "" + scale, "--print-db", file(NETWORK));
             assertEquals(0, run.exit, run.out);
