@@ -1,0 +1,27 @@
+// Names for contents: the same on every machine, today and in a year.
+#pragma once
+
+#include <fmt/format.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace workbench {
+
+// FNV-1a with 64 bits. `state` is the hash of what stands in front.
+constexpr std::uint64_t hashOf(std::string_view text,
+                               std::uint64_t state = 0xcbf29ce484222325U) {
+    for (const char letter : text) {
+        state ^= static_cast<unsigned char>(letter);
+        state *= 0x100000001b3U;
+    }
+    return state;
+}
+
+// 16 hexadecimal digits.
+inline std::string hashText(std::uint64_t hash) {
+    return fmt::format("{:016x}", hash);
+}
+
+}  // namespace workbench
