@@ -12,7 +12,7 @@
 #include "formats/write.h"
 #include "formats/writers.h"
 #include "plan_json.h"
-#include "sweep/database.h"
+#include "sweep/results.h"
 
 namespace workbench {
 
@@ -80,9 +80,9 @@ Value tableNamed(const std::string& name, const char* usual,
 }
 
 Table sweepTable(const ExportOptions& options) {
-    Database database(options.plan, Database::Mode::READ);
-    Statement rows = database.prepare(
-        "SELECT * FROM " + tableNamed(options.table, "cases", kSweepTables));
+    Database database = openResults(options.plan);
+    Statement rows = database.prepare("SELECT * FROM " +
+                                      tableNamed(options.table, "cases", kSweepTables));
     Table table;
     for (int column = 0; column < rows.columns(); column++)
         table.columns.push_back(rows.name(column));

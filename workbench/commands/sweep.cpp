@@ -14,6 +14,7 @@
 #include "sweep/compute.h"
 #include "sweep/database.h"
 #include "sweep/results.h"
+#include "sweep/rows_json.h"
 #include "sweep/sweep.h"
 
 namespace workbench {
@@ -112,34 +113,11 @@ int dryRun(const Grid& grid, const Options& options, const Shared& shared) {
     return 0;
 }
 
-json rowsJson(Statement statement) {
-    json rows = json::array();
-    while (statement.next()) {
-        json row = json::object();
-        for (int column = 0; column < statement.columns(); column++)
-            switch (statement.type(column)) {
-                case SQLITE_INTEGER:
-                    row[statement.name(column)] = statement.whole(column);
-                    break;
-                case SQLITE_FLOAT:
-                    row[statement.name(column)] = statement.number(column);
-                    break;
-                case SQLITE_NULL:
-                    row[statement.name(column)] = nullptr;
-                    break;
-                default:
-                    row[statement.name(column)] = statement.text(column);
-            }
-        rows.push_back(std::move(row));
-    }
-    return rows;
-}
-
 constexpr const char* kWorst =
-    "SELECT * FROM all_cases WHERE lost > 0 ORDER BY lost DESC, id LIMIT 10";
+    "SELECT * FROM all_cases WHERE lost > 0 ORDER BY lost_share DESC, id LIMIT 10";
 
 void printJson(const SweepOutcome& outcome, const std::string& results) {
-    Database database(results, Database::Mode::READ);
+    Database database = openResults(results);
     const json out = {{"results", results},
                       {"cases", outcome.cases},
                       {"before", outcome.before},
@@ -155,7 +133,7 @@ void printSummary(const SweepOutcome& outcome, const std::string& results) {
     fmt::print("{}: {} cases", results, outcome.cases);
     if (outcome.before > 0) fmt::print(", {} of them there before", outcome.before);
     fmt::print("; {} done in {}\n", outcome.done, durationText(outcome.seconds));
-    Database database(results, Database::Mode::READ);
+    Database database = openResults(results);
     if (outcome.failed > 0) {
         fmt::print("  {:<14} {} cases, to be tried again with --retry\n", "failed",
                    outcome.failed);

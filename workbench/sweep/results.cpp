@@ -86,9 +86,14 @@ struct Results::Inserts {
     Statement link;
 };
 
+Database openResults(const std::string& file) {
+    Database database(file, Database::Mode::READ);
+    checkFormat(file, &database);
+    return database;
+}
+
 Study studyIn(const std::string& results) {
-    Database database(results, Database::Mode::READ);
-    checkFormat(results, &database);
+    Database database = openResults(results);
     Statement sweep = database.prepare("SELECT study, folder FROM sweep");
     sweep.next();
     return studyFrom(nlohmann::json::parse(sweep.text(0)), sweep.text(1));

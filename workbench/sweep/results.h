@@ -22,6 +22,9 @@ inline constexpr const char* kResultFormat = "kavril-sweep";
 inline constexpr int kResultVersion = 1;
 extern const char* const kResultTables;
 
+// To be read. UserError if the file is something else.
+Database openResults(const std::string& file);
+
 // A study out of results.
 Study studyIn(const std::string& results);
 
