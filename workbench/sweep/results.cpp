@@ -324,16 +324,24 @@ void Results::write(const BatchResult& result) {
 
 // The lock is open while rows are written: only one thread does that at a time.
 void Results::writeAll(std::unique_lock<std::mutex>* lock) {
+    using Clock = std::chrono::steady_clock;
+    const auto seconds = [](Clock::duration time) {
+        return std::chrono::duration<double>(time).count();
+    };
     isWriting_ = true;
-    const auto start = std::chrono::steady_clock::now();
     try {
         while (!waiting_.empty()) {
             std::vector<BatchResult> batches;
             batches.swap(waiting_);
             lock->unlock();
+            const auto start = Clock::now();
             database_->run("BEGIN IMMEDIATE");
             for (const BatchResult& batch : batches) write(batch);
+            const auto written = Clock::now();
             database_->run("COMMIT");
+            times_.writing += seconds(written - start);
+            times_.committing += seconds(Clock::now() - written);
+            times_.commits++;
             lock->lock();
             written_.notify_all();
         }
@@ -344,15 +352,13 @@ void Results::writeAll(std::unique_lock<std::mutex>* lock) {
         throw;
     }
     isWriting_ = false;
-    const std::chrono::duration<double> past = std::chrono::steady_clock::now() - start;
-    writing_ += past.count();
     written_.notify_all();
 }
 
-void Results::put(BatchResult result) {
+void Results::put(std::vector<BatchResult> results) {
     std::unique_lock lock(mutex_);
     written_.wait(lock, [this] { return !isWriting_ || waiting_.size() < kMostWaiting; });
-    waiting_.push_back(std::move(result));
+    std::ranges::move(results, std::back_inserter(waiting_));
     if (!isWriting_) writeAll(&lock);
 }
 

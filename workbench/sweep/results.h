@@ -47,10 +47,16 @@ class Results {
 
     // By any thread. What comes while another thread writes is written by that one; it is
     // there when flush() comes back.
-    void put(BatchResult result);
+    void put(std::vector<BatchResult> results);
     void flush();
 
-    double writing() const { return writing_; }  // seconds so far
+    // What that took so far, once all is written.
+    struct Times {
+        std::size_t commits = 0;
+        double committing = 0.0;  // seconds
+        double writing = 0.0;     // of rows
+    };
+    const Times& times() const { return times_; }
 
   private:
     struct Inserts;
@@ -78,7 +84,7 @@ class Results {
     std::vector<BatchResult> waiting_;
     bool isWriting_ = false;
     std::atomic<std::size_t> nbDone_ = 0;
-    double writing_ = 0.0;
+    Times times_;
 };
 
 }  // namespace workbench

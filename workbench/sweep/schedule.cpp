@@ -10,8 +10,8 @@ namespace {
 constexpr double kBatchSeconds = 0.5;
 // As long as nothing is known.
 constexpr std::size_t kFirstBatch = 64;
-// Worker and process hold so many batches at most; the rest is kept for the end, when
-// all are to finish at once.
+// Batches get smaller towards the end, so that all finish at once: a worker gets at most
+// this part of its share of what is left.
 constexpr std::size_t kShares = 3;
 
 }  // namespace
@@ -33,16 +33,18 @@ double Schedule::secondsLeft(int setting, const Open& open) const {
     return perCase(setting) * static_cast<double>(open.left());
 }
 
-// Making a plan anew costs another process as much as it did the first.
+// Of those where help comes in time the one that lasts longest. As long as nobody knows
+// what cases cost, help is welcome.
 int Schedule::toHelp(int process) const {
     int best = -1;
-    double most = 0.0;
+    double longest = 0.0;
     for (const auto& [setting, open] : open_) {
-        double gain = secondsLeft(setting, open);
-        if (!open.processes.contains(process)) gain -= 2.0 * plans_.mean(0.0);
-        if (gain > most || (best < 0 && open.processes.contains(process))) {
+        const double lasts = secondsLeft(setting, open) / std::max(open.workers, 1);
+        const bool isReady = open.processes.contains(process) || cases_.count == 0.0;
+        if (!isReady && lasts < plans_.mean(0.0)) continue;
+        if (best < 0 || lasts > longest) {
             best = setting;
-            most = gain;
+            longest = lasts;
         }
     }
     return best;
@@ -70,6 +72,7 @@ std::optional<Batch> Schedule::next(int worker) {
     const int setting = choose(worker);
     if (setting < 0) return std::nullopt;
     Open& open = open_[setting];
+    if (settingOf_[worker] != setting) open.workers++;
     settingOf_[worker] = setting;
     open.processes.insert(processOf_[worker]);
     const auto from = open.cases.begin() + static_cast<std::ptrdiff_t>(open.next);

@@ -1,9 +1,9 @@
 // Who works on what: cases in batches that take about half a second.
 //
 // Workers are threads of some process. A worker stays with its plan while cases of that
-// are left, then takes the next plan, and helps others when all are taken: first where
-// its own process has the plan already, else where that is worth making the plan once
-// more.
+// are left, then takes the next plan, and helps others when all are taken: where its own
+// process has the plan already, or where so much is left that making the plan once more
+// comes in time.
 #pragma once
 
 #include <functional>
@@ -47,6 +47,7 @@ class Schedule {
     struct Open {
         std::vector<int> cases;
         std::size_t next = 0;
+        int workers = 0;
         std::set<int> processes;
         std::size_t left() const { return cases.size() - next; }
     };

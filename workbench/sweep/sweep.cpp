@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cmath>
 #include <deque>
 #include <fstream>
 #include <map>
@@ -39,21 +40,16 @@ class CostLog {
                               result.failing);
         cases_ += result.size();
     }
-    void addReceiving(double seconds) { receiving_ += seconds; }
-
-    std::string text(double writing) const {
+    std::string text(const Results::Times& times) const {
         return "what,setting,count,seconds\n" + lines_ +
-               fmt::format("writing,,{},{:.6f}\nreceiving,,{},{:.6f}\n", cases_, writing,
-                           received_, receiving_);
+               fmt::format("writing,,{},{:.6f}\ncommitting,,{},{:.6f}\n", cases_,
+                           times.writing, times.commits, times.committing);
     }
-    void countReceived(std::size_t cases) { received_ += cases; }
 
   private:
     std::mutex mutex_;
     std::string lines_;
     std::size_t cases_ = 0;
-    std::size_t received_ = 0;
-    double receiving_ = 0.0;
 };
 
 // The first process's side of the others.
@@ -266,7 +262,9 @@ SweepOutcome runSweep(const Grid& grid, const SweepOptions& options, Ranks* rank
         [&](int, BatchResult result) {
             schedule.note(result.setting, result.size(), result.placing, result.failing);
             costs.add(result);
-            results.put(std::move(result));
+            std::vector<BatchResult> one;
+            one.push_back(std::move(result));
+            results.put(std::move(one));
         });
     const auto look = [&] {
         outcome.done = results.nbDone();
@@ -275,18 +273,17 @@ SweepOutcome runSweep(const Grid& grid, const SweepOptions& options, Ranks* rank
     };
     try {
         for (bool isOver = false; !isOver || helpers.areBusy();) {
-            const auto received = Clock::now();
-            if (auto result = helpers.receive()) {
-                const std::chrono::duration<double> past = Clock::now() - received;
-                costs.addReceiving(past.count());
-                costs.countReceived(result->size());
+            // All that has come in is one transaction.
+            std::vector<BatchResult> received;
+            while (auto result = helpers.receive()) {
                 costs.add(*result);
-                results.put(std::move(*result));
-            } else {
-                isOver = crew.wait(milliseconds(ranks == nullptr ? 50 : 1));
-                if (isOver && helpers.areBusy())
-                    std::this_thread::sleep_for(milliseconds(1));
+                received.push_back(std::move(*result));
             }
+            if (!received.empty())
+                results.put(std::move(received));
+            else if (isOver)
+                std::this_thread::sleep_for(milliseconds(1));
+            isOver = isOver || crew.wait(milliseconds(ranks == nullptr ? 50 : 1));
             look();
         }
     } catch (...) {
@@ -298,7 +295,7 @@ SweepOutcome runSweep(const Grid& grid, const SweepOptions& options, Ranks* rank
     look();
     helpers.end();
     outcome.failed = results.nbFailed();
-    if (!options.costs.empty()) writeFile(options.costs, costs.text(results.writing()));
+    if (!options.costs.empty()) writeFile(options.costs, costs.text(results.times()));
     return outcome;
 }
 
@@ -332,7 +329,8 @@ void helpSweep(Ranks* ranks, int jobs) {
 
 SweepEstimate estimateSweep(const Grid& grid, int jobs,
                             const std::function<void()>& check) {
-    constexpr std::size_t kPlans = 3;
+    constexpr std::size_t kPlans = 8;
+    constexpr double kPatience = 20.0;  // seconds of work
     constexpr std::size_t kCases = 200;
     constexpr double kRowBytes = 250.0;
     constexpr double kCache = 64e6;
@@ -341,10 +339,16 @@ SweepEstimate estimateSweep(const Grid& grid, int jobs,
     double failing = 0.0;
     double planBytes = 0.0;
     std::size_t plans = 0;
-    const std::size_t step = std::max<std::size_t>(1, estimate.plans / kPlans);
-    for (std::size_t i = 0; i < estimate.plans; i += step) {
-        Batch batch = {.setting = static_cast<int>(i), .cases = {}};
-        const std::size_t all = grid.casesOf(grid.settings()[i]).size();
+    const std::size_t tried = std::min(kPlans, estimate.plans);
+    for (std::size_t i = 0; i < tried && placing + failing < kPatience; i++) {
+        // By the golden section, in step with no axis.
+        const double place = estimate.plans == tried
+                                 ? static_cast<double>(i) / static_cast<double>(tried)
+                                 : std::fmod(0.618034 * static_cast<double>(i), 1.0);
+        const auto setting =
+            static_cast<std::size_t>(place * static_cast<double>(estimate.plans) + 1e-9);
+        Batch batch = {.setting = static_cast<int>(setting), .cases = {}};
+        const std::size_t all = grid.casesOf(grid.settings()[setting]).size();
         const std::size_t stride = std::max<std::size_t>(1, all / kCases);
         for (std::size_t index = 0; index < all; index += stride)
             batch.cases.push_back(static_cast<int>(index));

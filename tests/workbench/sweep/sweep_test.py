@@ -21,6 +21,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[3]
 PROGRAM = os.environ.get("KAVRIL", ROOT / "build/release/bin/kavril")
 KILLS = int(os.environ.get("KAVRIL_KILLS", 6))
 HAS_RANKS = os.environ.get("KAVRIL_RANKS") == "1" and shutil.which("mpirun")
+SCALING = os.environ.get("KAVRIL_SCALING")
 MPIRUN = ["mpirun", "--allow-run-as-root", "--oversubscribe", "--mca", "plm", "isolated"]
 ABILENE = str(ROOT / "examples/data/abilene.json")
 DEMANDS = str(ROOT / "examples/data/abilene-demands.json")
@@ -230,6 +231,20 @@ class Sweep(unittest.TestCase):
         said = self.kavril("sweep", self.study(), "--dry-run", "--jobs", 2, "--json")
         self.assertEqual((60, 60 * 88), (said["plans"], said["cases"]))
         self.assertTrue(0 < said["seconds"] < 600 and 1e6 < said["memory"] < 1e9, said)
+
+    @unittest.skipUnless(SCALING, "not built")
+    def test_costs_tell_how_far_it_would_scale(self):
+        self.kavril("sweep", self.study(), "-o", self.name("r.db"), "--jobs", 1, "--costs", self.name("costs.csv"))
+        with open(self.name("costs.csv"), encoding="utf-8") as stream:
+            costs = list(csv.DictReader(stream))
+        self.assertEqual(60 * 88, sum(int(row["count"]) for row in costs if row["what"] == "failing"))
+        work = sum(float(row["seconds"]) for row in costs if row["what"] in ("placing", "failing"))
+        said = subprocess.run([SCALING, self.name("costs.csv"), "--repeat", "50", "1", "8"],
+                              capture_output=True, text=True, check=True).stdout.splitlines()
+        one, eight = ([cell.strip() for cell in line.strip("|").split("|")] for line in said[2:])
+        self.assertGreaterEqual(float(one[1].split()[0]) * (60 if "min" in one[1] else 1), 0.95 * 50 * work)
+        self.assertEqual(("1", "1.0", "8"), (one[0], one[2], eight[0]))
+        self.assertTrue(1 < float(eight[2]) <= 8.01, eight)
 
     def test_tables_for_a_spreadsheet(self):
         self.kavril("sweep", self.study(scales=[0.5]), "-o", self.name("r.db"))
