@@ -13,6 +13,7 @@
 #include "plan_json.h"
 #include "sweep/compute.h"
 #include "sweep/database.h"
+#include "sweep/hash.h"
 #include "sweep/results.h"
 #include "sweep/rows_json.h"
 #include "sweep/sweep.h"
@@ -166,7 +167,7 @@ int writeCase(const Grid& grid, const Options& options, const Shared& shared) {
         const Setting& setting = grid.settings()[i];
         const GridNetwork& network = grid.networkOf(setting);
         for (const FailedSets failed : network.cases) {
-            if (grid.caseId(ids[i], network, failed) != options.caseId) continue;
+            if (hashText(caseHash(ids[i], network, failed)) != options.caseId) continue;
             Computer computer(grid);
             const SharedPlan swept = computer.planOf(i, nullptr, checkInterrupt);
             if (!swept->error.empty()) throw UserError(swept->error);

@@ -2,6 +2,7 @@
 // classes and failures are numbers as in the grid.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,7 +14,8 @@ namespace workbench {
 struct Batch {
     int thread = 0;  // of its process, that it is for
     int setting = 0;
-    std::vector<int> cases;  // of the setting, ascending
+    std::string settingId = {};
+    std::vector<int> cases = {};  // of the setting, ascending
     // The file of its demands, where another process has read it; else it is read.
     std::shared_ptr<const std::string> matrix = {};
 };
@@ -38,6 +40,7 @@ struct PlanFigures {
 
 struct CaseFigures {
     int index = 0;
+    std::uint64_t id = 0;
     Tally tally;
     Count again;  // of the lost, placed again
     Load fullest;
@@ -64,6 +67,7 @@ struct LinkFigures {
 
 struct CaseError {
     int index = 0;
+    std::uint64_t id = 0;
     std::string reason;
 };
 

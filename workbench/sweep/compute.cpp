@@ -1,7 +1,6 @@
 #include "sweep/compute.h"
 
 #include <condition_variable>
-#include <ctime>
 #include <new>
 
 #include "class_summary.h"
@@ -10,17 +9,11 @@
 #include "engine/place.h"
 #include "engine/promises.h"
 #include "engine/replan.h"
+#include "sweep/work_seconds.h"
 
 namespace workbench {
 
 namespace {
-
-// Of work of this thread, which others on the machine do not make longer.
-double workSeconds() {
-    timespec time = {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
-}
 
 // Engines work side by side only on plans with as many classes: those of another number
 // wait here.
@@ -123,9 +116,10 @@ std::vector<PlanLsp> placeAgain(const Effects& effects, FailedSets failed) {
     return placedAgain(planAfter(effects, failed, false), effects.of(failed));
 }
 
-void addCase(int index, const Toll& toll, const std::vector<PlanLsp>& again,
-             BatchResult* result) {
+void addCase(int index, std::uint64_t id, const Toll& toll,
+             const std::vector<PlanLsp>& again, BatchResult* result) {
     CaseFigures figures = {.index = index,
+                           .id = id,
                            .tally = toll.all,
                            .again = {},
                            .fullest = toll.fullest,
@@ -199,6 +193,8 @@ void Computer::tryCases(const Batch& batch, const SweptPlan& swept,
     WorstLoads worst(effects.loads());
     for (const int index : batch.cases) {
         const FailedSets failed = grid_.casesOf(setting)[index];
+        const std::uint64_t id =
+            caseHash(batch.settingId, grid_.networkOf(setting), failed);
         const auto note = [&](std::size_t cell, double load) {
             worst.note(cell, load, index);
         };
@@ -207,11 +203,21 @@ void Computer::tryCases(const Batch& batch, const SweptPlan& swept,
             std::vector<PlanLsp> again;
             if (replans && keeper.fail(failed).all.lost.lsps > 0)
                 again = placeAgain(effects, failed);
-            addCase(index, keeper.fail(failed, again, note), again, result);
+            addCase(index, id, keeper.fail(failed, again, note), again, result);
         });
-        if (!reason.empty()) result->errors.push_back({index, reason});
+        if (!reason.empty()) result->errors.push_back({index, id, reason});
     }
     result->links = worst.figures();
+}
+
+void Computer::failAll(const Batch& batch, const std::string& reason,
+                       BatchResult* result) const {
+    const Setting& setting = grid_.settings()[batch.setting];
+    for (const int index : batch.cases)
+        result->errors.push_back({index,
+                                  caseHash(batch.settingId, grid_.networkOf(setting),
+                                           grid_.casesOf(setting)[index]),
+                                  reason});
 }
 
 BatchResult Computer::compute(const Batch& batch, Worker* worker,
@@ -237,7 +243,7 @@ BatchResult Computer::compute(const Batch& batch, Worker* worker,
     if (plan.error.empty())
         tryCases(batch, plan, check, &result);
     else
-        for (const int index : batch.cases) result.errors.push_back({index, plan.error});
+        failAll(batch, plan.error, &result);
     result.failing = workSeconds() - start;
     return result;
 }

@@ -54,6 +54,8 @@ class Computer {
                   SweptPlan* swept) const;
     void tryCases(const Batch& batch, const SweptPlan& plan, const CheckStop& check,
                   BatchResult* result) const;
+    void failAll(const Batch& batch, const std::string& reason,
+                 BatchResult* result) const;
 
     const Grid& grid_;
     std::mutex mutex_;

@@ -15,7 +15,8 @@ class Statement {
   public:
     Statement(sqlite3* database, std::string_view sql);
 
-    // Values for its question marks, in their order; then it is run anew.
+    // Values for its question marks, in their order; then it is run anew. Texts must last
+    // until it has run.
     template <class... Values>
     Statement& operator()(const Values&... values) {
         sqlite3_reset(statement_.get());
@@ -57,7 +58,7 @@ class Statement {
     }
     void bind(int place, std::string_view value) {
         check(sqlite3_bind_text(statement_.get(), place, value.data(),
-                                static_cast<int>(value.size()), SQLITE_TRANSIENT));
+                                static_cast<int>(value.size()), SQLITE_STATIC));
     }
     void bind(int place, std::nullptr_t) {
         check(sqlite3_bind_null(statement_.get(), place));

@@ -97,6 +97,7 @@ void addCases(const Study& study, GridNetwork* network) {
     std::ranges::sort(network->cases);
     network->cases.erase(std::unique(network->cases.begin(), network->cases.end()),
                          network->cases.end());
+    for (const FailureSet& set : network->failures) network->keys.push_back(keyOf(set));
 }
 
 json readingJson(const ReadOptions& reading) {
@@ -211,15 +212,17 @@ std::string Grid::idOf(const Setting& setting, const std::string& matrix) const 
                                .dump()));
 }
 
-std::string Grid::caseId(const std::string& settingId, const GridNetwork& network,
-                         FailedSets failed) const {
-    std::vector<std::string> keys;
-    for (const int place : {failed.first, failed.second})
-        if (place >= 0) keys.push_back(keyOf(network.failures[place]));
-    std::ranges::sort(keys);
+// The same for a pair whichever half comes first.
+std::uint64_t caseHash(const std::string& settingId, const GridNetwork& network,
+                       FailedSets failed) {
     std::uint64_t hash = hashOf(settingId);
-    for (const std::string& key : keys) hash = hashOf(key, hashOf("\n", hash));
-    return hashText(hash);
+    if (failed.first < 0) return hash;
+    const std::string& first = network.keys[failed.first];
+    if (failed.second < 0) return hashOf(first, hashOf("\n", hash));
+    const std::string& second = network.keys[failed.second];
+    for (const std::string* key : {&std::min(first, second), &std::max(first, second)})
+        hash = hashOf(*key, hashOf("\n", hash));
+    return hash;
 }
 
 std::string nameOf(const GridNetwork& network, FailedSets failed) {

@@ -32,6 +32,7 @@ struct GridNetwork {
     Network network;
     std::vector<FailureSet> named;      // of its file of sets
     std::vector<FailureSet> failures;   // that cases are made of
+    std::vector<std::string> keys;      // of the failures, for ids
     std::vector<FailedSets> cases;      // ascending
     std::vector<std::string> matrices;  // files, as the study names them
 };
@@ -72,8 +73,6 @@ class Grid {
 
     // `matrix` is the hash of its demands' file.
     std::string idOf(const Setting& setting, const std::string& matrix) const;
-    std::string caseId(const std::string& settingId, const GridNetwork& network,
-                       FailedSets failed) const;
 
   private:
     Study study_;
@@ -81,6 +80,10 @@ class Grid {
     std::vector<GridNetwork> networks_;
     std::vector<Setting> settings_;
 };
+
+// Of a case, as a number; hashText makes the id of it.
+std::uint64_t caseHash(const std::string& settingId, const GridNetwork& network,
+                       FailedSets failed);
 
 // "cable Aix - Bonn + node Cork", "nothing".
 std::string nameOf(const GridNetwork& network, FailedSets failed);

@@ -1,8 +1,6 @@
 // Names for contents: the same on every machine, today and in a year.
 #pragma once
 
-#include <fmt/format.h>
-
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -21,7 +19,10 @@ constexpr std::uint64_t hashOf(std::string_view text,
 
 // 16 hexadecimal digits.
 inline std::string hashText(std::uint64_t hash) {
-    return fmt::format("{:016x}", hash);
+    std::string text(16, '0');
+    for (auto digit = text.rbegin(); hash != 0; ++digit, hash >>= 4U)
+        *digit = "0123456789abcdef"[hash & 15U];
+    return text;
 }
 
 }  // namespace workbench

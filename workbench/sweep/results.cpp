@@ -11,6 +11,8 @@
 #include <map>
 
 #include "cli/error.h"
+#include "sweep/hash.h"
+#include "sweep/work_seconds.h"
 
 namespace workbench {
 
@@ -267,8 +269,6 @@ void Results::writePlan(const BatchResult& result, int plan) {
 
 void Results::write(const BatchResult& result) {
     const int plan = plans_[result.setting];
-    const Setting& setting = grid_.settings()[result.setting];
-    const GridNetwork& network = grid_.networkOf(setting);
     const auto& classes = result.plan.classes;
     if (result.planError.empty())
         writePlan(result, plan);
@@ -276,16 +276,13 @@ void Results::write(const BatchResult& result) {
         inserts_->planError(result.planError, plan).run();
     double carried = 0.0;
     for (const PlanLevel& level : result.plan.levels) carried += level.carried;
-    const auto idOf = [&](int index) {
-        return grid_.caseId(ids_[result.setting], network, grid_.casesOf(setting)[index]);
-    };
     for (const CaseFigures& one : result.cases) {
         const auto [first, second] = numbersOf(result.setting, one.index);
         const Tally& tally = one.tally;
         const Count lost = stillLost(tally.lost, one.again);
         const bool isLoaded = one.fullest.link >= 0;
         inserts_
-            ->one(plan, first, second, idOf(one.index),
+            ->one(plan, first, second, hashText(one.id),
                   carried - lost.bandwidth - tally.ended.bandwidth,
                   tally.restored.bandwidth, one.again.bandwidth, lost.bandwidth,
                   tally.ended.bandwidth, tally.restored.lsps, one.again.lsps, lost.lsps,
@@ -298,7 +295,7 @@ void Results::write(const BatchResult& result) {
     }
     for (const CaseError& one : result.errors) {
         const auto [first, second] = numbersOf(result.setting, one.index);
-        inserts_->failed(plan, first, second, idOf(one.index), one.reason).run();
+        inserts_->failed(plan, first, second, hashText(one.id), one.reason).run();
     }
     for (const LevelFigures& one : result.levels) {
         const auto [first, second] = numbersOf(result.setting, one.index);
@@ -325,22 +322,20 @@ void Results::write(const BatchResult& result) {
 // The lock is open while rows are written: only one thread does that at a time.
 void Results::writeAll(std::unique_lock<std::mutex>* lock) {
     using Clock = std::chrono::steady_clock;
-    const auto seconds = [](Clock::duration time) {
-        return std::chrono::duration<double>(time).count();
-    };
     isWriting_ = true;
     try {
         while (!waiting_.empty()) {
             std::vector<BatchResult> batches;
             batches.swap(waiting_);
             lock->unlock();
-            const auto start = Clock::now();
+            const double start = workSeconds();
             database_->run("BEGIN IMMEDIATE");
             for (const BatchResult& batch : batches) write(batch);
+            times_.writing += workSeconds() - start;
             const auto written = Clock::now();
             database_->run("COMMIT");
-            times_.writing += seconds(written - start);
-            times_.committing += seconds(Clock::now() - written);
+            times_.committing +=
+                std::chrono::duration<double>(Clock::now() - written).count();
             times_.commits++;
             lock->lock();
             written_.notify_all();

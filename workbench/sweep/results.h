@@ -37,6 +37,8 @@ class Results {
     Results(const Results&) = delete;
     Results& operator=(const Results&) = delete;
 
+    const std::string& idOf(int setting) const { return ids_[setting]; }
+
     // Forgets cases that have failed, so that they are tried again.
     void forgetFailed();
 
@@ -54,7 +56,7 @@ class Results {
     struct Times {
         std::size_t commits = 0;
         double committing = 0.0;  // seconds
-        double writing = 0.0;     // of rows
+        double writing = 0.0;     // of work on rows
     };
     const Times& times() const { return times_; }
 

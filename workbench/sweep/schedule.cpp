@@ -77,8 +77,8 @@ std::optional<Batch> Schedule::next(int worker) {
     open.processes.insert(processOf_[worker]);
     const auto from = open.cases.begin() + static_cast<std::ptrdiff_t>(open.next);
     const std::size_t size = batchSize(setting, open);
-    Batch batch = {.setting = setting,
-                   .cases = {from, from + static_cast<std::ptrdiff_t>(size)}};
+    Batch batch = {.setting = setting};
+    batch.cases.assign(from, from + static_cast<std::ptrdiff_t>(size));
     open.next += size;
     left_ -= size;
     if (open.left() == 0) {

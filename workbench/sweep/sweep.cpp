@@ -55,6 +55,8 @@ class CostLog {
 // The first process's side of the others.
 class Helpers {
   public:
+    using Take = std::function<std::optional<Batch>(int worker)>;
+
     Helpers(Ranks* ranks, const Grid& grid) : ranks_(ranks), grid_(grid) {
         if (ranks == nullptr) return;
         const Study& study = grid.study();
@@ -87,8 +89,9 @@ class Helpers {
         return processOf;
     }
 
-    void begin(Schedule* schedule) {
+    void begin(Schedule* schedule, Take take) {
         schedule_ = schedule;
+        take_ = std::move(take);
         for (int ahead = 0; ahead < kBatchesAhead; ahead++)
             for (int rank = 0; rank < std::ssize(threads_); rank++)
                 for (int i = 0; i < std::ssize(threads_[rank]); i++) sendNext(rank, i);
@@ -122,7 +125,7 @@ class Helpers {
 
     void sendNext(int rank, int index) {
         Thread& thread = threads_[rank][index];
-        std::optional<Batch> batch = schedule_->next(thread.worker);
+        std::optional<Batch> batch = take_(thread.worker);
         if (!batch) return;
         batch->thread = index;
         if (batch->setting != thread.setting) batch->matrix = matrixOf(batch->setting);
@@ -148,6 +151,7 @@ class Helpers {
     Ranks* ranks_;
     const Grid& grid_;
     Schedule* schedule_ = nullptr;
+    Take take_;
     std::vector<std::vector<Thread>> threads_;  // by rank
     int busy_ = 0;                              // batches that are out
     std::string matrixFile_;
@@ -256,16 +260,19 @@ SweepOutcome runSweep(const Grid& grid, const SweepOptions& options, Ranks* rank
                       [&](int setting) { return results.missing(setting); });
     CostLog costs;
     Computer computer(grid);
-    helpers.begin(&schedule);
-    Crew crew(
-        options.jobs, &computer, [&](int thread) { return schedule.next(thread); },
-        [&](int, BatchResult result) {
-            schedule.note(result.setting, result.size(), result.placing, result.failing);
-            costs.add(result);
-            std::vector<BatchResult> one;
-            one.push_back(std::move(result));
-            results.put(std::move(one));
-        });
+    const auto take = [&](int worker) {
+        std::optional<Batch> batch = schedule.next(worker);
+        if (batch) batch->settingId = results.idOf(batch->setting);
+        return batch;
+    };
+    helpers.begin(&schedule, take);
+    Crew crew(options.jobs, &computer, take, [&](int, BatchResult result) {
+        schedule.note(result.setting, result.size(), result.placing, result.failing);
+        costs.add(result);
+        std::vector<BatchResult> one;
+        one.push_back(std::move(result));
+        results.put(std::move(one));
+    });
     const auto look = [&] {
         outcome.done = results.nbDone();
         outcome.seconds = std::chrono::duration<double>(Clock::now() - start).count();
@@ -347,7 +354,7 @@ SweepEstimate estimateSweep(const Grid& grid, int jobs,
                                  : std::fmod(0.618034 * static_cast<double>(i), 1.0);
         const auto setting =
             static_cast<std::size_t>(place * static_cast<double>(estimate.plans) + 1e-9);
-        Batch batch = {.setting = static_cast<int>(setting), .cases = {}};
+        Batch batch = {.setting = static_cast<int>(setting)};
         const std::size_t all = grid.casesOf(grid.settings()[setting]).size();
         const std::size_t stride = std::max<std::size_t>(1, all / kCases);
         for (std::size_t index = 0; index < all; index += stride)

@@ -27,7 +27,7 @@ class Writer {
         put(text.size());
         bytes_ += text;
     }
-    void put(const CaseError& error) { (*this)(error.index, error.reason); }
+    void put(const CaseError& error) { (*this)(error.index, error.id, error.reason); }
     template <class Value>
     void put(const std::vector<Value>& values) {
         put(values.size());
@@ -62,7 +62,7 @@ class Reader {
         const char* start = take(size);
         text->assign(start, size);
     }
-    void get(CaseError* error) { (*this)(error->index, error->reason); }
+    void get(CaseError* error) { (*this)(error->index, error->id, error->reason); }
     template <class Value>
     void get(std::vector<Value>* values) {
         std::size_t size = 0;
@@ -87,7 +87,8 @@ void walk(Archive& archive, Result& result) {
 
 std::string packed(const Batch& batch) {
     Writer writer;
-    writer(batch.thread, batch.setting, batch.cases, batch.matrix != nullptr,
+    writer(batch.thread, batch.setting, batch.settingId, batch.cases,
+           batch.matrix != nullptr,
            batch.matrix != nullptr ? *batch.matrix : std::string());
     return writer.take();
 }
@@ -97,7 +98,7 @@ Batch batchFrom(const std::string& bytes) {
     bool hasMatrix = false;
     std::string matrix;
     Reader reader(bytes);
-    reader(batch.thread, batch.setting, batch.cases, hasMatrix, matrix);
+    reader(batch.thread, batch.setting, batch.settingId, batch.cases, hasMatrix, matrix);
     if (hasMatrix) batch.matrix = std::make_shared<const std::string>(std::move(matrix));
     return batch;
 }
