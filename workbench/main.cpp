@@ -33,6 +33,7 @@ static void describe(CLI::App& app, Shared& shared) {
     addChange(app, shared);
     addDiff(app, shared);
     addUpgrade(app, shared);
+    addSweep(app, shared);
     addReport(app, shared);
     addExport(app, shared);
     addGravity(app, shared);

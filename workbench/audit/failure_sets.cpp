@@ -232,8 +232,13 @@ FailureSet failureNamed(const Plan& plan, const std::vector<std::string>& names)
 }
 
 std::vector<FailureSet> readFailureSets(const std::string& file, const Plan& plan) {
+    return failureSetsFrom(file, readFile(file), plan);
+}
+
+std::vector<FailureSet> failureSetsFrom(const std::string& file, const std::string& text,
+                                        const Plan& plan) {
     try {
-        const json root = json::parse(readFile(file));
+        const json root = json::parse(text);
         if (!root.is_object() || root.value("format", "") != "kavril-failures")
             throw UserError("an object with \"format\": \"kavril-failures\" expected");
         std::vector<FailureSet> all;

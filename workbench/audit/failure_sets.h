@@ -39,6 +39,9 @@ FailureSet failureNamed(const Plan& plan, const std::vector<std::string>& names)
 
 // Failures from a JSON file (schema/failures.schema.json).
 std::vector<FailureSet> readFailureSets(const std::string& file, const Plan& plan);
+// From the text of a file of that name.
+std::vector<FailureSet> failureSetsFrom(const std::string& file, const std::string& text,
+                                        const Plan& plan);
 
 // Part of the time that something is down, from hours between failures and hours to
 // repair.

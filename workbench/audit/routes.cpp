@@ -26,6 +26,13 @@ int Routes::linkBetween(int src, int dst) const {
     return at == linkOf_.end() ? -1 : at->second;
 }
 
+std::vector<int> Routes::linksOf(const std::vector<int>& path) const {
+    std::vector<int> links;
+    for (std::size_t i = 0; i + 1 < path.size(); i++)
+        links.push_back(linkBetween(path[i], path[i + 1]));
+    return links;
+}
+
 const Route* Routes::find(int lsp) const {
     const auto at = position_.find(lsp);
     return at == position_.end() ? nullptr : &routes_[at->second];

@@ -31,6 +31,7 @@ class Routes {
     const std::vector<const Route*>& atNode(int node) const { return atNode_[node]; }
 
     int linkBetween(int src, int dst) const;  // -1 if there is none
+    std::vector<int> linksOf(const std::vector<int>& path) const;
 
   private:
     std::string addRoute(const Plan& plan, const PlanLsp& lsp);

@@ -27,9 +27,7 @@ const Choices<Protection> kProtections = {{"none", Protection::NONE},
                                           {"local", Protection::LOCAL},
                                           {"global", Protection::GLOBAL}};
 
-namespace {
-
-// Fields of an option's value, "a:b:c".
+// "a:b:c"
 std::vector<std::string> fieldsOf(const std::string& text, char separator) {
     std::vector<std::string> fields(1);
     for (const char letter : text)
@@ -39,6 +37,8 @@ std::vector<std::string> fieldsOf(const std::string& text, char separator) {
             fields.back() += letter;
     return fields;
 }
+
+namespace {
 
 void setWeight(const std::string& text, Weights* weights) {
     const auto fields = fieldsOf(text, '=');
@@ -54,11 +54,15 @@ void setWeight(const std::string& text, Weights* weights) {
         "--weights", fmt::format("'{}' is not NAME=WEIGHT with one of {}", text, names));
 }
 
-// The weights on the command line replace the usual ones as a whole.
+}  // namespace
+
+// Those given replace the usual ones as a whole.
 void setWeights(const std::vector<std::string>& texts, Weights* weights) {
     *weights = {.fortz = 0};
     for (const std::string& text : texts) setWeight(text, weights);
 }
+
+namespace {
 
 int classNumber(std::vector<TrafficClass>* classes, const std::string& name) {
     const auto found =
@@ -85,6 +89,8 @@ void addPart(const std::string& text, Configuration* configuration) {
     configuration->classes[number].capacityShare += share;
 }
 
+}  // namespace
+
 void setClasses(const std::vector<std::string>& texts, Configuration* configuration) {
     configuration->classes.clear();
     configuration->parts.clear();
@@ -98,6 +104,8 @@ void setClasses(const std::vector<std::string>& texts, Configuration* configurat
     if (configuration->classes.size() > kPlanClasses)
         throw CLI::ValidationError("--class", "more than 8 classes");
 }
+
+namespace {
 
 void setCapacityShares(const std::vector<std::string>& texts,
                        Configuration* configuration) {

@@ -45,14 +45,21 @@ void Progress::startStage(std::size_t number) {
     if (shown_) draw();
 }
 
-void Progress::advance() {
+void Progress::sayEachMinute(const Shared& shared) {
+    byLine_ = !shown_ && !shared.quiet && !shared.json;
+    next_ = started_ + std::chrono::minutes(1);
+}
+
+void Progress::reach(std::size_t done) {
     checkInterrupt();
-    done_++;
+    done_ = done;
     const bool isOver = done_ == stages_[stage_].total && stage_ + 1 < stages_.size();
     if (isOver && stages_[stage_ + 1].total > 0)
         startStage(stage_ + 1);
     else if (shown_ && Clock::now() >= next_)
         draw();
+    else if (byLine_ && Clock::now() >= next_)
+        say();
 }
 
 // As if the steps to come took as long as those done; empty in the first second, when
@@ -66,6 +73,12 @@ std::string Progress::timeLeft() const {
     if (seconds < 90.0) return fmt::format(", {:.0f} s left", seconds);
     if (seconds < 5400.0) return fmt::format(", {:.0f} min left", seconds / 60.0);
     return fmt::format(", {:.1f} h left", seconds / 3600.0);
+}
+
+void Progress::say() {
+    const auto& [what, total] = stages_[stage_];
+    fmt::print(stderr, "{}: {} of {}{}\n", what, done_, total, timeLeft());
+    next_ = Clock::now() + std::chrono::minutes(1);
 }
 
 void Progress::draw() {

@@ -46,13 +46,20 @@ class Progress {
     void start(Stages stages);
 
     // Counts a step. Throws Interrupted after Ctrl-C.
-    void advance();
+    void advance() { reach(done_ + 1); }
+
+    // So many steps of the stage are done. Throws as advance() does.
+    void reach(std::size_t done);
+
+    // For work of hours: a line each minute where there is no terminal to draw on.
+    void sayEachMinute(const Shared& shared);
 
   private:
     using Clock = std::chrono::steady_clock;
 
     void startStage(std::size_t number);
     void draw();
+    void say();
     std::string timeLeft() const;
 
     Stages stages_;
@@ -60,6 +67,7 @@ class Progress {
     std::size_t done_ = 0;  // of the stage
     bool shown_;
     bool drawn_ = false;
+    bool byLine_ = false;
     Clock::time_point started_;
     Clock::time_point next_;
 };

@@ -114,6 +114,13 @@ void onRun(CLI::App& cmd, Shared& shared, std::function<int()> run);
 // with --findings every one of them too.
 void printFindings(const Findings& findings, const Shared& shared);
 
+// Fields of an option's value, "a:b:c".
+std::vector<std::string> fieldsOf(const std::string& text, char separator);
+
+// Values of --weights, NAME=WEIGHT, and of --class, NAME:LEVEL:SHARE.
+void setWeights(const std::vector<std::string>& texts, Weights* weights);
+void setClasses(const std::vector<std::string>& texts, Configuration* configuration);
+
 // A number of at least 0, or above it, in an option's value; a CLI error otherwise.
 double numberFrom(const std::string& text, const std::string& option,
                   bool positive = false);

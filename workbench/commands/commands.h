@@ -15,6 +15,7 @@ void addExplain(CLI::App& app, Shared& shared);
 void addChange(CLI::App& app, Shared& shared);
 void addDiff(CLI::App& app, Shared& shared);
 void addUpgrade(CLI::App& app, Shared& shared);
+void addSweep(CLI::App& app, Shared& shared);
 void addReport(CLI::App& app, Shared& shared);
 void addExport(CLI::App& app, Shared& shared);
 void addGravity(CLI::App& app, Shared& shared);

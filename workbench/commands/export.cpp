@@ -12,6 +12,7 @@
 #include "formats/write.h"
 #include "formats/writers.h"
 #include "plan_json.h"
+#include "sweep/results.h"
 
 namespace workbench {
 
@@ -22,7 +23,7 @@ using TableOf = Table (*)(const Plan& plan, const Shared& shared);
 struct ExportOptions {
     std::string plan;
     std::string output = "-";
-    TableOf table = nullptr;
+    std::string table;
     std::string format;
 };
 
@@ -65,6 +66,36 @@ const std::vector<std::pair<std::string, TableOf>> kTables = {
     {"failures", planFailures},
     {"classes", atOnce<planClasses>}};
 
+// Of a sweep: what the views of its results say.
+const Choices<std::string> kSweepTables = {{"cases", "all_cases"},
+                                           {"levels", "all_levels"},
+                                           {"links", "all_links"},
+                                           {"plans", "all_plans"}};
+
+// A name is looked up once the file has told whether it is a plan's or a sweep's table.
+template <class Value>
+Value tableNamed(const std::string& name, const char* usual,
+                 const Choices<Value>& tables) {
+    return chosen("--table", name.empty() ? usual : name, tables);
+}
+
+Table sweepTable(const ExportOptions& options) {
+    Database database = openResults(options.plan);
+    Statement rows = database.prepare("SELECT * FROM " +
+                                      tableNamed(options.table, "cases", kSweepTables));
+    Table table;
+    for (int column = 0; column < rows.columns(); column++)
+        table.columns.push_back(rows.name(column));
+    while (rows.next()) {
+        auto& row = table.rows.emplace_back();
+        for (int column = 0; column < rows.columns(); column++)
+            row.push_back(rows.type(column) == SQLITE_FLOAT
+                              ? numberText(rows.number(column))
+                              : rows.text(column));
+    }
+    return table;
+}
+
 std::string formatOf(const ExportOptions& options) {
     if (!options.format.empty()) return options.format;
     for (const char* format : {"csv", "tsv", "graphml", "dot"})
@@ -90,15 +121,20 @@ std::string graphText(const Plan& plan, const std::string& format, Findings& fin
                : graphmlText(plan.network, findings, {primary, reserved, share});
 }
 
+Table tableOf(const ExportOptions& options, const Shared& shared) {
+    if (isDatabase(options.plan)) return sweepTable(options);
+    const TableOf of = tableNamed(options.table, "lsps", kTables);
+    return of(readPlan(options.plan), shared);
+}
+
 int exportPlan(const ExportOptions& options, const Shared& shared) {
     const std::string format = formatOf(options);
-    const Plan plan = readPlan(options.plan);
     Findings findings;
     std::string text;
     if (format == "graphml" || format == "dot") {
-        text = graphText(plan, format, findings);
+        text = graphText(readPlan(options.plan), format, findings);
     } else {
-        const Table table = options.table(plan, shared);
+        const Table table = tableOf(options, shared);
         text = format == "csv" ? csvText(table) : tsvText(table);
     }
     writeFile(options.output, text);
@@ -117,15 +153,15 @@ int exportPlan(const ExportOptions& options, const Shared& shared) {
 
 void addExport(CLI::App& app, Shared& shared) {
     CLI::App* cmd = app.add_subcommand(
-        "export", "Tables of a plan for spreadsheets, or the plan as a graph");
+        "export", "Tables of a plan or sweep for spreadsheets, or the plan as a graph");
     const auto options = std::make_shared<ExportOptions>();
-    options->table = atOnce<planLsps>;
-    cmd->add_option("PLAN", options->plan, "Plan written by place")->required();
+    cmd->add_option("PLAN", options->plan, "Plan written by place, or results of a sweep")
+        ->required();
     addOutputFile(*cmd, &options->output,
                   "File to write, - for standard output [standard output]");
-    addChoice<TableOf>(
-        *cmd, "--table", &options->table, kTables,
-        "links, lsps (primaries and backups), demands, failures or classes [lsps]")
+    cmd->add_option("--table", options->table,
+                    "links, lsps (primaries and backups), demands, failures or classes "
+                    "[lsps]; of a sweep: cases, levels, links or plans [cases]")
         ->type_name("TABLE");
     addChoice<std::string>(
         *cmd, "--to", &options->format,
@@ -141,6 +177,7 @@ void addExport(CLI::App& app, Shared& shared) {
         "Examples:\n"
         "  kavril export plan.json -o lsps.csv\n"
         "  kavril export plan.json --table links --to tsv | sort -k10 -n\n"
+        "  kavril export results.db --table cases -o cases.csv\n"
         "  kavril export plan.json --to dot | neato -n -Tsvg > plan.svg");
     onRun(*cmd, shared, [&shared, options] { return exportPlan(*options, shared); });
 }

@@ -1,4 +1,4 @@
-// kavril report: a plan as a page to look at.
+// kavril report: a plan or a sweep as a page to look at.
 #include <fmt/format.h>
 
 #include <filesystem>
@@ -12,6 +12,8 @@
 #include "plan_json.h"
 #include "report/page.h"
 #include "report/page_data.h"
+#include "report/sweep_data.h"
+#include "sweep/database.h"
 
 namespace workbench {
 
@@ -31,11 +33,11 @@ void checkPageIsThere() {
             "(on Debian: apt-get install nodejs npm) and build again");
 }
 
-std::string pageWith(const std::string& data) {
-    const std::size_t mark = kReportPage.find(kDataMark);
-    std::string page(kReportPage.substr(0, mark));
+std::string filled(std::string_view empty, const std::string& data) {
+    const std::size_t mark = empty.find(kDataMark);
+    std::string page(empty.substr(0, mark));
     page += data;
-    page += kReportPage.substr(mark + kDataMark.size());
+    page += empty.substr(mark + kDataMark.size());
     return page;
 }
 
@@ -48,12 +50,29 @@ Audited audited(const std::string& file, const ReportOptions& options,
     return one;
 }
 
+int reportSweep(const ReportOptions& options, const Shared& shared) {
+    if (!options.before.empty()) throw UserError("--before goes with a plan");
+    const std::string page = filled(kSweepPage, sweepPageData(options.plan));
+    writeFile(options.output, page);
+    if (options.output == "-") return 0;
+    if (shared.json)
+        fmt::print(
+            "{}\n",
+            nlohmann::json({{"report", options.output}, {"bytes", page.size()}}).dump(2));
+    else
+        fmt::print("{}: {:.1f} MB; open it in a browser\n", options.output,
+                   page.size() / 1e6);
+    return 0;
+}
+
 int report(const ReportOptions& options, const Shared& shared) {
     checkPageIsThere();
+    if (isDatabase(options.plan)) return reportSweep(options, shared);
     const Audited now = audited(options.plan, options, shared);
     std::optional<Audited> before;
     if (!options.before.empty()) before = audited(options.before, options, shared);
-    const std::string page = pageWith(pageData(now, before ? &*before : nullptr));
+    const std::string page =
+        filled(kReportPage, pageData(now, before ? &*before : nullptr));
     writeFile(options.output, page);
     if (options.output == "-") return 0;
     if (shared.json)
@@ -72,9 +91,11 @@ int report(const ReportOptions& options, const Shared& shared) {
 }  // namespace
 
 void addReport(CLI::App& app, Shared& shared) {
-    CLI::App* cmd = app.add_subcommand("report", "A plan as a page to look at");
+    CLI::App* cmd =
+        app.add_subcommand("report", "A plan, or a sweep, as a page to look at");
     auto options = std::make_shared<ReportOptions>();
-    cmd->add_option("PLAN", options->plan, "Plan, as written by kavril place")
+    cmd->add_option("PLAN", options->plan,
+                    "Plan written by kavril place, or results of kavril sweep")
         ->required();
     cmd->add_option("--before", options->before,
                     "An earlier plan: the page shows what has changed since");
@@ -89,9 +110,13 @@ void addReport(CLI::App& app, Shared& shared) {
         "come or gone, and what that does to every link and in the worst failure. With\n"
         "probabilities of failures it tells how much of the time traffic is up.\n"
         "\n"
+        "Of a sweep the page has a heat map over any two of its axes, how much is lost\n"
+        "in how many cases, and the worst ones with the command that writes their plan.\n"
+        "\n"
         "Examples:\n"
         "  kavril report plan.json -o report.html\n"
         "  kavril report better.json --before plan.json -o report.html\n"
+        "  kavril report results.db -o sweep.html\n"
         "  kavril report plan.json --mtbf cable=8000 --mttr cable=6 -o report.html");
     onRun(*cmd, shared, [&shared, options] { return report(*options, shared); });
 }

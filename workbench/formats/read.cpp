@@ -99,16 +99,20 @@ Draft parse(const Source& source) {
     return parseText(source);
 }
 
-Draft readDraft(const std::string& path) {
-    Draft draft = parse(sourceOf(path, readFile(path)));
+static Draft draftFrom(const std::string& path, const std::string& bytes) {
+    Draft draft = parse(sourceOf(path, bytes));
     if (draft.name.empty() && path != "-")
         draft.name = std::filesystem::path(path).stem().string();
     return draft;
 }
 
-Network readNetwork(const std::string& path, const ReadOptions& options,
-                    Findings& findings) {
-    const Draft draft = readDraft(path);
+Draft readDraft(const std::string& path) {
+    return draftFrom(path, readFile(path));
+}
+
+Network networkFrom(const std::string& path, const std::string& bytes,
+                    const ReadOptions& options, Findings& findings) {
+    const Draft draft = draftFrom(path, bytes);
     if (draft.nodes.empty())
         throw InputError(path, 0,
                          draft.hasDemands ? "expected a network, got demands without one"
@@ -119,11 +123,21 @@ Network readNetwork(const std::string& path, const ReadOptions& options,
     return tidyNetwork(draft, options, findings);
 }
 
-Demands readDemands(const std::string& path, const Network& network, Findings& findings) {
-    const Draft draft = readDraft(path);
+Network readNetwork(const std::string& path, const ReadOptions& options,
+                    Findings& findings) {
+    return networkFrom(path, readFile(path), options, findings);
+}
+
+Demands demandsFrom(const std::string& path, const std::string& bytes,
+                    const Network& network, Findings& findings) {
+    const Draft draft = draftFrom(path, bytes);
     if (!draft.hasDemands)
         throw InputError(path, 0, "expected demands, got a network without any");
     return tidyDemands(draft, network, findings);
+}
+
+Demands readDemands(const std::string& path, const Network& network, Findings& findings) {
+    return demandsFrom(path, readFile(path), network, findings);
 }
 
 }  // namespace workbench

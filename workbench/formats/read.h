@@ -29,10 +29,15 @@ struct ReadOptions {
 
 Network readNetwork(const std::string& path, const ReadOptions& options,
                     Findings& findings);
+// From the bytes of a file of that name.
+Network networkFrom(const std::string& path, const std::string& bytes,
+                    const ReadOptions& options, Findings& findings);
 
 // Nodes are looked up in the network by name, or by number where the format has numbers.
 // Bandwidths come in the network's unit. A matrix of which no demand joins two nodes of
 // the network is an error.
 Demands readDemands(const std::string& path, const Network& network, Findings& findings);
+Demands demandsFrom(const std::string& path, const std::string& bytes,
+                    const Network& network, Findings& findings);
 
 }  // namespace workbench

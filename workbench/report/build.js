@@ -1,8 +1,8 @@
-// Bundles the page into one file and writes it as a C++ source.
+// Bundles each page into one file and writes them as a C++ source.
 //
-//     node build.js OUT_DIR    writes OUT_DIR/page.html and OUT_DIR/page.cpp
+//     node build.js OUT_DIR    writes OUT_DIR/page.html, OUT_DIR/sweep.html and OUT_DIR/page.cpp
 //
-// The page ends with the notices of the packages in it, as their licences ask for. They are
+// Each page ends with the notices of the packages in it, as their licences ask for. They are
 // in OUT_DIR/notices.txt, too, and the packages' names in OUT_DIR/bundled.json.
 //
 // Run it where the packages are installed, so that the source folder stays clean.
@@ -51,11 +51,19 @@ function notices(bundled) {
     return [...texts].map(([text, names]) => `${names.join(", ")}:\n\n${text}\n`).join("\n\n");
 }
 
+const PAGES = [
+    {name: "kReportPage", file: "page.html", body: "index.html", script: "main.js"},
+    {name: "kSweepPage", file: "sweep.html", body: "sweep.html", script: "sweep.js"},
+];
+
 // The replacements are functions, for a bundle may hold "$&".
-const script = bundle("main.js").replaceAll("</script", "<\\/script");
-const body = readFileSync(join(page, "index.html"), "utf8")
-    .replace("/*STYLE*/", () => bundle("style.css"))
-    .replace("/*SCRIPT*/", () => script);
+function bodyOf({body, script}) {
+    const code = bundle(script).replaceAll("</script", "<\\/script");
+    return readFileSync(join(page, body), "utf8")
+        .replace("/*STYLE*/", () => bundle("style.css"))
+        .replace("/*SCRIPT*/", () => code);
+}
+const bodies = PAGES.map(bodyOf);
 
 const bundled = [...packages].sort().map((name) => {
     const {version, license} = JSON.parse(
@@ -65,17 +73,19 @@ const bundled = [...packages].sort().map((name) => {
 });
 const notice = `This page contains these packages.\n\n${notices(bundled)}`;
 if (/--!?>/.test(notice)) throw new Error("a licence holds the end of a comment");
-const html = `${body.trimEnd()}\n<!--\n${notice}-->\n`;
 
 // In pieces, for editors that open the source. No piece may hold the end of a literal.
-const chunks = html.match(/[^]{1,8000}/g).map((chunk) => `R"page(${chunk})page"`);
-if (html.includes(')page"')) throw new Error("the page holds the end of its own literal");
+function literal(html) {
+    if (html.includes(')page"')) throw new Error("a page holds the end of its own literal");
+    return html.match(/[^]{1,8000}/g).map((chunk) => `R"page(${chunk})page"`).join("\n");
+}
 
 mkdirSync(out, {recursive: true});
-writeFileSync(join(out, "page.html"), html);
+const literals = PAGES.map(({name, file}, ind) => {
+    const html = `${bodies[ind].trimEnd()}\n<!--\n${notice}-->\n`;
+    writeFileSync(join(out, file), html);
+    return `const std::string_view workbench::${name} =\n${literal(html)};\n`;
+});
 writeFileSync(join(out, "notices.txt"), notice);
 writeFileSync(join(out, "bundled.json"), JSON.stringify(bundled, null, 2) + "\n");
-writeFileSync(
-    join(out, "page.cpp"),
-    `#include "report/page.h"\n\nconst std::string_view workbench::kReportPage =\n${chunks.join("\n")};\n`,
-);
+writeFileSync(join(out, "page.cpp"), `#include "report/page.h"\n\n${literals.join("\n")}`);

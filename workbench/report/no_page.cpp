@@ -2,3 +2,4 @@
 #include "report/page.h"
 
 const std::string_view workbench::kReportPage;
+const std::string_view workbench::kSweepPage;

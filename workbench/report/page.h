@@ -1,14 +1,15 @@
-// The report's page with everything but its data, bundled when this program is built.
+// The reports' pages with everything but their data, bundled when this program is built.
 #pragma once
 
 #include <string_view>
 
 namespace workbench {
 
-// Empty where the page was left out of the build.
+// Of a plan and of a sweep. Empty where the pages were left out of the build.
 extern const std::string_view kReportPage;
+extern const std::string_view kSweepPage;
 
-// Stands in the page once, where the data belongs.
+// Stands in a page once, where the data belongs.
 constexpr std::string_view kDataMark = "/*DATA*/";
 
 }  // namespace workbench

@@ -11,6 +11,7 @@
 #include "graph/shortest.h"
 #include "plan_json.h"
 #include "report/layout.h"
+#include "report/markup.h"
 #include "report/reach.h"
 
 namespace workbench {
@@ -247,19 +248,6 @@ json notPlacedOf(const Plan& plan) {
                                {"outcome", toText(demand.outcome)},
                                {"reason", demand.reason}});
     return demands;
-}
-
-// A name may hold the end of a script element.
-std::string withoutMarkup(const json& data) {
-    const std::string plain = data.dump(-1, ' ', false, json::error_handler_t::replace);
-    std::string text;
-    text.reserve(plain.size());
-    for (char c : plain)
-        if (c == '<')
-            text += "\\u003c";
-        else
-            text += c;
-    return text;
 }
 
 // What has become of each LSP, by its position in both plans, null where it is not up.

@@ -301,6 +301,33 @@ test("a bridge is cut off, not preventable", async () => {
     assert.ok(Number(cells[4]) > 0 && Number(cells[5]) === 0 && Number(cells[6]) > 0, cells.join());
 });
 
+test("a sweep shows what is in its results", async () => {
+    writeFileSync(join(folder, "network.json"), JSON.stringify(ringNetwork(8)));
+    writeFileSync(join(folder, "demands.json"), JSON.stringify(demandsOf(ringNetwork(8), 40, 30)));
+    const said = JSON.parse(kavril("sweep", "--network", "network.json", "--matrix", "demands.json", "--scales", "1:5:1",
+        "--protections", "none,local", "--failures", "none,cables,nodes", "-o", "sweep.db", "--json"));
+    kavril("report", "sweep.db", "-o", "sweep.html", "--quiet");
+    await openReport("sweep");
+    const losing = said.plans.filter((plan) => plan.worst_lost > 0);
+    assert.match(await text("#subtitle"), new RegExp(`^${said.cases} cases of 10 plans`));
+    assert.equal(await page.locator("#heat svg[aria-label] rect").count(), 10);
+    assert.equal(await text("#tab-plans"), "Plans (10)");
+    const [worst] = said.worst;
+    const percent = `${(100 * worst.lost_share).toFixed(1)}\u00a0%`;
+    assert.ok((await text("#figures")).includes(percent));
+    assert.ok(losing.some((plan) => plan.worst_lost / plan.carried >= worst.lost_share - 1e-12));
+    await page.locator("#worst-cases tbody button").first().click();
+    const command = (await text("#case code")).split(" && ")[0].split(" ");
+    kavril(...command.slice(1));
+    const failure = JSON.parse(kavril("audit", "plan.json", "--json")).failures.find((one) => one.name === worst.failure);
+    assert.equal(failure.bandwidthLost, worst.lost);
+    await page.locator("#across").selectOption("failure");
+    assert.ok(await page.locator("#heat svg[aria-label] rect").count() > 20);
+    await page.locator("#measure").selectOption("carried");
+    assert.match(await text("#heat .plot"), /figure of whole plans/);
+    assert.deepEqual([errors, requests.filter((url) => !/^(file|data):/.test(url))], [[], []]);
+});
+
 describe("other plans", () => {
     test("paper is light in a dark room, and shows every table", async () => {
         const network = ringNetwork(6);
