@@ -56,7 +56,9 @@
  *
  * <p>To be able to go back, a method that makes several steps copies the network first, which takes time
  * in proportion to it: {@code fail} with {@code REPLACE}, {@code repair}, {@code place} where others give
- * way, a dry run of {@code place} or {@code placeAll}, and changes of an LSP that has backups.
+ * way, a dry run of {@code place} or {@code placeAll}, and changes of an LSP that has backups. {@code fail}
+ * without {@code REPLACE} only takes out, and does not: should the library's memory end in the middle, some
+ * of the LSPs and links that it names may still be there.
  *
  * <h2>Copies, files and journals</h2>
  *
