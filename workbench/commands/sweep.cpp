@@ -32,6 +32,7 @@ struct Options {
     bool dryRun = false;
     bool retry = false;
     int jobs = 1;
+    bool hasJobs = false;  // else a process among others has one
     json changes = json::object();  // of the study
     std::vector<std::string> failures;
     std::size_t random = 0;
@@ -248,8 +249,9 @@ void checkOptions(const Options& options) {
 
 // All processes are given the same command line; what only the first can know, whether
 // files are there, only that one checks.
-int sweep(const Options& options, const Shared& shared) {
+int sweep(Options options, const Shared& shared) {
     const std::unique_ptr<Ranks> ranks = Ranks::join();
+    if (ranks != nullptr && ranks->size() > 1 && !options.hasJobs) options.jobs = 1;
     if (ranks == nullptr || ranks->size() == 1) {
         checkOptions(options);
         const int status = sweepFirst(options, shared, nullptr);
@@ -411,7 +413,7 @@ void addSweep(CLI::App& app, Shared& shared) {
         "protection and of replanning is a plan; every failure of every plan is a case.\n"
         "Rows appear as cases end. After Ctrl-C, or a crash, the same command does the\n"
         "rest. Options replace what the study says. Under mpirun the processes share\n"
-        "the cases; each has --jobs threads. docs/sweeps.md has the tables.\n"
+        "the cases; each has --jobs threads, or one. docs/sweeps.md has the tables.\n"
         "\n"
         "Examples:\n"
         "  kavril sweep study.json -o results.db\n"
@@ -421,7 +423,10 @@ void addSweep(CLI::App& app, Shared& shared) {
         "  mpirun -n 8 kavril sweep study.json --jobs 4 -o results.db\n"
         "  kavril sweep results.db --case 3f2a90c1d4e5b677 -o plan.json\n"
         "  kavril report results.db -o sweep.html");
-    onRun(*cmd, shared, [&shared, options] { return sweep(*options, shared); });
+    onRun(*cmd, shared, [&shared, options, cmd] {
+        options->hasJobs = cmd->count("--jobs") > 0;
+        return sweep(*options, shared);
+    });
 }
 
 }  // namespace workbench
