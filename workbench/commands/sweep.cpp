@@ -32,7 +32,7 @@ struct Options {
     bool dryRun = false;
     bool retry = false;
     int jobs = 1;
-    bool hasJobs = false;  // else a process among others has one
+    bool hasJobs = false;           // else a process among others has one
     json changes = json::object();  // of the study
     std::vector<std::string> failures;
     std::size_t random = 0;
