@@ -238,3 +238,21 @@ Refusal BackupCall::place(const Long* ids, Long nbIds) {
     }
     return Refusal::NONE;
 }
+
+int listPath(LongList* to, const LongList& path) {
+    if (longVecPushBack(to, path.top) < 0) return -1;
+    for (Long i = 0; i < path.top; i++)
+        if (longVecPushBack(to, path.cont[i]) < 0) return -1;
+    return 0;
+}
+
+int listLocalBackups(Long primary, LongList* paths) {
+    kavrilConfig.predicateConfig.allowReroute = false;
+    ScopedRequestList requests;
+    if (lspRequestListInit(&requests, -1) < 0 ||
+        computeLocalBackups(centralDB, &requests, primary) < 0)
+        return -1;
+    for (Long i = 0; i < requests.size; i++)
+        if (listPath(paths, requests.cont[i].path) < 0) return -1;
+    return 0;
+}

@@ -126,3 +126,10 @@ class BackupCall {
     ScopedRequestList requests_;
     ScopedLSP record_;
 };
+
+// Appends a path with its number of nodes before it.
+int listPath(LongList* to, const LongList& path);
+
+// Computes a local backup for each link of a primary that one gets around, and lists its
+// path: no nodes where there is none.
+int listLocalBackups(Long primary, LongList* paths);
