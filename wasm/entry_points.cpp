@@ -13,11 +13,13 @@
 
 #include "common/bytes.h"
 #include "common/print.h"
+#include "database/outage.h"
 #include "database/readout.h"
 #include "database/relations.h"
 #include "error/error.h"
 #include "session/calls.h"
 #include "session/changes.h"
+#include "session/request_call.h"
 #include "session/session.h"
 #include "session/session_file.h"
 
@@ -100,6 +102,17 @@ int ask(Long session, Write write) {
     });
 }
 
+// Answers with the ids that list(ids) lists; refused if it fails.
+template <class List>
+int askIds(Long session, List list) {
+    return ask(session, [=] {
+        ScopedLongList ids;
+        if (longVecInit(&ids, -1) < 0 || list(&ids) < 0) return false;
+        answer.numbers(ids.cont, ids.top);
+        return true;
+    });
+}
+
 }  // namespace
 
 // Room for so many bytes of arrays; null without memory.
@@ -177,13 +190,14 @@ EXPORT(int, kavril_add_node)(Long session, Long id) {
 
 // Arrays: capacities, rows of what is reserved (rows of 8).
 EXPORT(int, kavril_add_link)
-(Long session, Long id, Long src, Long dst, Long nbCapacities, Long nbRows) {
+(Long session, Long id, Long src, Long dst, Long nbCapacities, Long nbRows, Long color) {
     return on(session, Refusal::ADD, [&] {
         ScopedLinkState state;
         if (DBlinkStateInit(&state) < 0)
             return FAIL_WITH(Refusal::NONE, "Impossible to init a Link");
         const bool isRead = readFloats(state.cap, nbCapacities, nbClasses()) == 0 &&
                             readRows(state.rbw, nbRows, nbClasses(), nbLevels()) == 0;
+        state.color = color;
         return outcome(isRead ? SCaddLink(id, src, dst, &state) : -1,
                        "Impossible to add Link");
     });
@@ -198,6 +212,16 @@ EXPORT(int, kavril_remove_link)(Long session, Long src, Long dst) {
 EXPORT(int, kavril_remove_node)(Long session, Long id) {
     return on(session, Refusal::ADD,
               [&] { return outcome(SCremoveNode(id), "Impossible to remove Node"); });
+}
+
+// Array: capacities, of all classes.
+EXPORT(int, kavril_set_capacity)(Long session, Long src, Long dst) {
+    return on(session, Refusal::ADD, [&] {
+        double cap[kClasses];
+        readFloats(cap, kClasses, kClasses);
+        return outcome(SCsetLinkCapacity(src, dst, cap),
+                       "Impossible to set the capacity");
+    });
 }
 
 // Array: the path.
@@ -242,6 +266,27 @@ EXPORT(int, kavril_compute_path)
             return FAIL_WITH(Refusal::ADD, "%s", answer.wrong());
         }
         return call.removePreempted();
+    });
+}
+
+// Array: the numbers of a RequestCall, whose answer this is. Refused only without it.
+EXPORT(int, kavril_request)(Long session, Long nbNumbers) {
+    return on(session, Refusal::ADD, [&] {
+        ScopedLongList numbers;
+        ScopedLongList list;
+        RequestCall call;
+        if (longVecInit(&numbers, -1) == 0 && ids(nbNumbers)(&numbers) == 0)
+            call.run(&numbers);
+        if (longVecInit(&list, -1) == 0 && call.listAnswer(&list) == 0)
+            answer.numbers(list.cont, list.top);
+        else
+            answer.refuse(kNoMemory);
+        if (answer.isFine())
+            call.removePreempted();
+        else
+            call.takeBack();
+        return answer.isFine() ? Refusal::NONE
+                               : FAIL_WITH(Refusal::ADD, "%s", answer.wrong());
     });
 }
 
@@ -291,27 +336,33 @@ EXPORT(bool, kavril_has_node)(Long session, Long id) {
            0;
 }
 
-// Answered with ids: the backups of a primary; what a link, or a node for dst -1, cannot
-// be taken from.
-EXPORT(int, kavril_backups_of)(Long session, Long id) {
-    return ask(session, [=] {
-        ScopedLongList list;
-        if (longVecInit(&list, -1) < 0 || DBlistBackups(centralDB, id, &list) < 0)
-            return false;
-        answer.numbers(list.cont, list.top);
-        return true;
+// Answers with a path for each link of the primary, the number of its nodes before it.
+EXPORT(int, kavril_local_backups)(Long session, Long primary) {
+    return askIds(session, [=](LongList* to) { return listLocalBackups(primary, to); });
+}
+
+// An LSP id that is free; -1 if all are in use.
+EXPORT(int, kavril_free_lsp_id)(Long session) {
+    return askIds(session, [](LongList* to) {
+        return longVecPushBack(to, DBgetFreeLSPId(centralDB, kMaxLspId));
     });
 }
 
+// Answered with ids: the backups of a primary; what a link, or a node for dst -1, cannot
+// be taken from; who has to give way on a link that is booked beyond its capacity.
+EXPORT(int, kavril_backups_of)(Long session, Long id) {
+    return askIds(session,
+                  [=](LongList* to) { return DBlistBackups(centralDB, id, to); });
+}
+
 EXPORT(int, kavril_dependants)(Long session, Long src, Long dst) {
-    return ask(session, [=] {
-        ScopedLongList list;
-        if (longVecInit(&list, -1) < 0 ||
-            DBlistDependants(centralDB, src, dst, &list) < 0)
-            return false;
-        answer.numbers(list.cont, list.top);
-        return true;
-    });
+    return askIds(
+        session, [=](LongList* to) { return DBlistDependants(centralDB, src, dst, to); });
+}
+
+EXPORT(int, kavril_misfits)(Long session, Long src, Long dst) {
+    return askIds(session,
+                  [=](LongList* to) { return DBlistMisfits(centralDB, src, dst, to); });
 }
 
 // Answers with the bytes of a session file.

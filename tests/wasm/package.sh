@@ -10,10 +10,10 @@ npm pack --silent "$package"
 npm install --silent --offline --no-audit --no-fund ./kavril-*.tgz
 for readme in "$source/README.md" node_modules/kavril/README.md; do
     sed -n '/^```js$/,/^```$/p' "$readme" | sed '/^```/d' >example.mjs
-    # The first line that an example prints, it says itself.
+    # Lines that an example prints, it says itself.
     expected=$(sed -n 's|^console.log(.*; // ||p' example.mjs)
-    actual=$(node example.mjs | head -n 1)
-    [ "$actual" = "${expected:?}" ] || {
+    actual=$(node example.mjs | grep -Fx "${expected:?}") || true
+    [ "$actual" = "$expected" ] || {
         echo "The example of $readme prints '$actual'" >&2
         exit 1
     }

@@ -44,7 +44,7 @@ const CALLS = {
   addLink(object, id, src, dst, capacities, reserved) {
     engine.put(floats(capacities), floats(reserved.flat()));
     return engine.call(
-      "add_link", object.session, id, src, dst, nb(capacities), nb(reserved));
+      "add_link", object.session, id, src, dst, nb(capacities), nb(reserved), 0);
   },
   removeLink: (object, ...hop) => engine.call("remove_link", object.session, ...hop),
   removeNode: (object, id) => engine.call("remove_node", object.session, id),

@@ -42,12 +42,13 @@ test("what is placed is in the state, and goes", () => {
   assert.deepStrictEqual(session.request(7, 0, 2, TRAFFIC, { add: true }),
     { lspId: 7, route: [0, 2], isAdded: true, preempted: [] });
   assert.deepStrictEqual(session.protect(7, { kind: "local", level: 1, backupIds: [8] }), [{
-    lspId: 8, primaryId: 7, kind: "local", route: [0, 1, 2], protectedRoute: [0, 2] }]);
+    lspId: 8, primaryId: 7, kind: "local", route: [0, 1, 2], protectedRoute: [0, 2],
+    protectedNodes: [] }]);
   assert.strictEqual(session.protect(7, { kind: "global" })[0].lspId, undefined);
 
   const primary = { id: 7, kind: "primary", traffic: TRAFFIC, route: [0, 2] };
   const backup = { id: 8, kind: "local", traffic: { ...TRAFFIC, level: 1 }, route: [0, 1, 2],
-    primaryId: 7, primaryRoute: [0, 2] };
+    primaryId: 7, primaryRoute: [0, 2], protectedRoute: [0, 2] };
   const { nodes, links, lsps } = session.state();
   assert.deepStrictEqual(nodes, [0, 1, 2]);
   assert.deepStrictEqual(lsps, [primary, backup]);
@@ -86,6 +87,58 @@ test("routes found elsewhere", () => {
   assert.deepStrictEqual(session.lsp(1).route, [0, 1, 2]);
   assert.strictEqual(session.lsp(2).kind, "global");
   assert.strictEqual(session.link(0, 2).reserved[0].length, 2);
+});
+
+// From 0 to 2 by links of colour 3, 1 (over node 1) or 2 (over 3 and 4); from 1 to 4.
+function colored() {
+  const session = new Session();
+  for (let id = 0; id < 5; id++) session.addNode(id);
+  [[0, 2, 3], [0, 1, 1], [1, 2, 1], [0, 3, 2], [3, 4, 2], [4, 2, 2], [1, 4, 4]].forEach(
+    ([source, destination, color], id) => session.addLink(id, source, destination, 100, color));
+  return session;
+}
+
+const CONSTRAINED = [
+  [{ avoidingColors: [3] }, "0,1,2"],
+  [{ requiringColors: [2, 9] }, "0,3,4,2"],
+  [{ avoidingLinks: [[0, 2]], avoidingNodes: [1] }, "0,3,4,2"],
+  [{ through: [[0, 1], 4] }, "0,1,4,2"],
+  [{ through: [[1, 4], [4, 2]] }, "0,1,4,2"],
+  [{ over: [0, 1, 2], withinLinks: 1 }, "placed over 0 > 1 > 2, within 1 link: the route does not"],
+  [{ through: [3], withinLinks: 2 }, "through 0 > ... > 3 > ... > 2, within 2 links: no path"],
+  [{ requiringColors: [4], avoidingLinks: [[0, 2]] }, "by the colours [4], without the link 0 > 2"],
+];
+
+test("requests keep to constraints", () => {
+  const session = colored();
+  for (const [options, outcome] of CONSTRAINED) {
+    const ask = () => session.request(undefined, 0, 2, { bandwidth: 40 }, options);
+    if (/[a-z]/.test(outcome)) assert.throws(ask, ({ message }) => message.includes(outcome));
+    else assert.deepStrictEqual(String(ask().route), outcome);
+  }
+  const only3 = { requiringColors: [3] };
+  assert.throws(() => session.request(1, 0, 2, { bandwidth: 101 }, only3), /may give way for it$/);
+  session.setCapacity(0, 2, 39);
+  assert.throws(() => session.request(1, 0, 2, { bandwidth: 40 }, only3), /room, others have$/);
+});
+
+test("ids are chosen, what can be protected is, and capacities shrink under LSPs", () => {
+  const session = colored();
+  const before = session.state();
+  session.request(undefined, 0, 2, { bandwidth: 40 }, { add: true, over: [0, 1, 4, 2] });
+  assert.throws(() => session.protect(0, { kind: "local", placed: true }), NoRouteError);
+  const { backups, ...rest } = session.protectPartly(0, { kind: "local", level: 1, placed: true });
+  assert.deepStrictEqual(backups.map((b) => [b.lspId, b.route, b.protectedNodes]),
+    [[1, [0, 2], [1]], [2, [1, 2], [4]]]);
+  assert.deepStrictEqual(rest, { isComplete: false,
+    unprotected: [{ route: [4, 2], reason: "there is no way around it" }] });
+  assert.strictEqual(session.addBackup(undefined, 0, "global", { bandwidth: 40 }, [0, 2]), 3);
+  assert.deepStrictEqual(session.setCapacity(0, 2, 39).map(({ id }) => id), [1, 3]);
+  assert.match(session.protectPartly(0, { kind: "global" }).unprotected[0].reason, /enough room/);
+  assert.match(session.dump(), /\b39\.0/);
+  session.setCapacity(0, 2, 100);
+  assert.deepStrictEqual(session.removeLspAndBackups(0), [1, 2, 3]);
+  assert.deepStrictEqual(session.state(), before);
 });
 
 test("copies and files do the same as the session, and leave it alone", () => {
@@ -137,12 +190,20 @@ const MISUSE = [
   [(s) => s.request(9, 0, 2, { bandwidth: 1, trafficClass: 2 }), RangeError, "must be 0 to 1"],
   [(s) => s.request(9, 0, 2, TRAFFIC, { add: 1 }), TypeError, "add is 1, must be true or false"],
   [(s) => s.request(9, 0, 5, TRAFFIC), NoRouteError, "there is no node 5"],
-  [(s) => s.request(9, 2, 0, TRAFFIC), NoRouteError, "finds no way from 2 to 0: Destination"],
+  [(s) => s.request(9, 2, 0, TRAFFIC), NoRouteError, "finds no way from 2 to 0: no path has"],
+  [(s) => s.request(7, 0, 2, TRAFFIC), RefusedError, "the LSP id 7 is in use"],
+  [(s) => s.request(9, 0, 2, TRAFFIC, { over: [0] }), RangeError, "over is [0], must lead from"],
+  [(s) => s.request(9, 0, 2, TRAFFIC, { over: [0, 2], through: [1] }), TypeError, "besides over"],
+  [(s) => s.request(9, 0, 2, TRAFFIC, { through: [[1, 2], 0] }), RangeError, "no node twice"],
+  [(s) => s.request(9, 0, 2, TRAFFIC, { through: [1], avoidingNodes: [1] }), RangeError, "node 1"],
+  [(s) => s.setCapacity(2, 0, [5, 5]), RefusedError, "the capacity of link 2 > 0 cannot be set: "],
+  [(s) => s.protect(7, { kind: "local", placed: false, backupIds: [9] }), TypeError, "placed is"],
+
   [(s) => s.request(2 ** 24, 0, 2, TRAFFIC), RangeError, "id is 16777216, must be"],
   [(s) => s.addBackup(9, 5, "local", TRAFFIC, [0, 2]), RefusedError, "LSP 5 is not up"],
   [(s) => s.addBackup(9, 8, "local", TRAFFIC, [0, 2]), RefusedError, "8 is itself a backup"],
   [(s) => s.addBackup(9, 7, "Local", TRAFFIC, [0, 2]), TypeError, "kind is Local, must be local"],
-  [(s) => s.protect(7), TypeError, "options is undefined, must be an object"],
+  [(s) => s.protect(7), TypeError, "protection is undefined, must be"],
   [(s) => s.protect(7, { kind: "local", level: 8 }), RangeError, "level is 8, must be 0 to 7"],
   [(s) => s.protect(7, { kind: "local", backupIds: [] }), RangeError, "must have 1, one for each"],
   [(s) => s.protect(7, { kind: "local", backupIds: [8] }), RefusedError, "LSP id 8 is in use"],

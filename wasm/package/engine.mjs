@@ -28,6 +28,11 @@ export class Answer {
     return Array.from({ length: nb }, () => this.number());
   }
 
+  /** All numbers that are left. */
+  rest() {
+    return this.numbers((this.bytes.length - this.at) / 4);
+  }
+
   /** What element() reads, as long as a 1 stands before it. */
   list(element) {
     const list = [];

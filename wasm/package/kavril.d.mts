@@ -54,6 +54,9 @@ export interface SessionOptions {
   weights?: Weights;
 }
 
+/** One for each class of the session; a number will do for one class. */
+export type Capacities = number | readonly number[] | Float32Array | Float64Array;
+
 export interface Traffic {
   bandwidth: number;
   /** 0 unless it is given. */
@@ -67,7 +70,35 @@ export type Route = readonly number[];
 
 export type BackupKind = "local" | "global";
 
-export interface RequestOptions {
+/** Two ids of nodes: where a link comes from and where it goes. */
+export type Hop = readonly [source: number, destination: number];
+
+/**
+ * What a path keeps to. Constraints are kept when the path is looked for, and are not those of
+ * backups. If there is a path with room on every link that keeps to all of them and passes no node
+ * twice, one is found; with many nodes to pass the search may be given up, and says so.
+ *
+ * Colours, nodes and links to avoid, and colours to require, are as if the network had not those
+ * links: the path is the one that is found there. With nodes or links to pass, or where that path
+ * has too many links, it is the one with the least sum of what its links cost one by one. No other
+ * is better, unless loadBalance or delay has a weight.
+ */
+export interface Constraints {
+  /** The route: the LSP is placed there or nowhere. Not to be given besides through. */
+  over?: Route;
+  /** Nodes to pass, in this order, and links: `[4, [5, 6]]` is node 4, then link 5 > 6. */
+  through?: readonly (number | Hop)[];
+  /** Colours that no link has. */
+  avoidingColors?: readonly number[];
+  /** Colours of which every link has one. */
+  requiringColors?: readonly number[];
+  avoidingNodes?: readonly number[];
+  avoidingLinks?: readonly Hop[];
+  /** The most links, 1 to 16382. */
+  withinLinks?: number;
+}
+
+export interface RequestOptions extends Constraints {
   /** Places the LSP. */
   add?: boolean;
   /** Lets LSPs of greater levels give way; they are removed, even if the LSP is not placed. */
@@ -86,6 +117,11 @@ export interface Protection {
   kind: BackupKind;
   /** Preemption level of the backups, 0 unless it is given. */
   level?: number;
+  /**
+   * Places the backups, under ids that the library chooses unless there are some for them: each the
+   * one after the highest LSP id in use, or else the lowest that is free.
+   */
+  placed?: boolean;
   /** Places the backups, under these ids: one for each link of the LSP, or one if global. */
   backupIds?: readonly number[];
 }
@@ -98,6 +134,22 @@ export interface Backup {
   route: number[];
   /** The part of the primary whose links it protects. */
   protectedRoute: number[];
+  /** Inner nodes of the primary whose failure it survives too, since it goes around them. */
+  protectedNodes: number[];
+}
+
+/** The backups that there are for an LSP, and what none protects. */
+export interface PartialProtection {
+  /** Placed if that was asked for; local ones in the order of the primary's links. */
+  backups: Backup[];
+  /**
+   * Links of the primary in its order, each as a route, or the whole of it for a global backup.
+   * With the reason: there is no way around it, or none with enough room, or no room for its backup
+   * beside the others.
+   */
+  unprotected: { route: number[]; reason: string }[];
+  /** Whether nothing is unprotected. */
+  isComplete: boolean;
 }
 
 export interface Lsp {
@@ -109,6 +161,8 @@ export interface Lsp {
   /** Of a backup: the LSP that it protects, and its route. */
   primaryId?: number;
   primaryRoute?: number[];
+  /** Of a backup: the part of that route whose links it protects. */
+  protectedRoute?: number[];
 }
 
 export interface Link {
@@ -154,10 +208,21 @@ export class Session {
   /**
    * Adds a link with no traffic on it.
    *
-   * @param capacities one for each class of the session; a number will do for one class
+   * @param color any integer of 32 bits, by which requests may avoid or require the link; 0 unless
+   *     it is given
    */
-  addLink(id: number, source: number, destination: number,
-    capacities: number | ArrayLike<number>): void;
+  addLink(id: number, source: number, destination: number, capacities: Capacities, color?: number):
+    void;
+
+  /**
+   * Sets the capacities of a link. LSPs that cross it stay where they are, also if they no longer
+   * fit.
+   *
+   * @returns the LSPs that no longer fit, in the order of their ids: in each class that is booked
+   *     beyond its capacity now, those that would have to give way, from the greatest level on, for
+   *     the rest to fit. A backup counts in full, also where it shares its bandwidth
+   */
+  setCapacity(source: number, destination: number, capacities: Capacities): Lsp[];
 
   /** Removes a link that no LSP uses, nor a backup whose primary does or did. */
   removeLink(source: number, destination: number): void;
@@ -171,21 +236,43 @@ export class Session {
   /**
    * Places a backup along a route found elsewhere, which starts on the primary. Backups share
    * bandwidth: a link reserves what its worst single failure brings.
+   *
+   * @param id undefined to have one chosen: the one after the highest in use, or else the lowest
+   *     that is free
+   * @returns its id
    */
-  addBackup(id: number, primaryId: number, kind: BackupKind, traffic: Traffic, route: Route): void;
+  addBackup(id: number | undefined, primaryId: number, kind: BackupKind, traffic: Traffic,
+    route: Route): number;
 
-  /** Asks for a primary path; does nothing more unless the options say so. */
-  request(id: number, source: number, destination: number, traffic: Traffic,
+  /**
+   * Asks for a primary path; does nothing more unless the options say so.
+   *
+   * @param id undefined to have one chosen, as by addBackup
+   */
+  request(id: number | undefined, source: number, destination: number, traffic: Traffic,
     options?: RequestOptions): Placement;
 
   /**
-   * Computes backups with the bandwidth and class of a primary, and places them if there are ids
-   * for them: all or none. Local ones come in the order of the primary's links.
+   * Computes backups with the bandwidth and class of a primary, and places them if that is asked
+   * for: all or none. Local ones come in the order of the primary's links.
    */
   protect(id: number, protection: Protection): Backup[];
 
+  /**
+   * Protects what can be protected of a primary: a link that no backup gets around, or whose backup
+   * finds no room beside the others, is listed with the reason.
+   */
+  protectPartly(id: number, protection: Protection): PartialProtection;
+
   /** Removes an LSP, primary or backup. The backups of a primary stay up, see backupsOf. */
   removeLsp(id: number): void;
+
+  /**
+   * Removes an LSP and its backups, those of backupsOf, also if they are all that is left of it.
+   *
+   * @returns ids of the backups that were removed, ascending
+   */
+  removeLspAndBackups(id: number): number[];
 
   hasNode(id: number): boolean;
   lsp(id: number): Lsp | undefined;
@@ -202,4 +289,10 @@ export class Session {
 
   /** Everything that is in the session, as of now. */
   state(): NetworkState;
+
+  /**
+   * The library's tables as text, many lines: nodes with their neighbours, links with the LSPs that
+   * cross them and the capacity, primary and reserved bandwidth of each class.
+   */
+  dump(): string;
 }

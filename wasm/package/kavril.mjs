@@ -1,12 +1,11 @@
 // Sessions of the KAVRIL library; kavril.d.mts and README.md tell how to use them.
+import { amount, array, arrows, backupKind, color, describe, fields, flag, linkId, list, lspId,
+  node, range, route, text } from "./checks.mjs";
 import { Engine } from "./engine.mjs";
+import { Outcome, Request } from "./request.mjs";
 
 const MAX_CLASSES = 8;
 const MAX_LEVELS = 8;
-const MAX_NODE = 16382;
-const MAX_LINK = 2 ** 20 - 1;
-const MAX_LSP = 2 ** 24 - 1;
-const MAX_AMOUNT = (2 - 2 ** -23) * 2 ** 127; // in single precision
 const MAX_NAMED = 20; // LSPs in a message
 
 const KINDS = ["primary", "local", "global"];
@@ -15,6 +14,7 @@ const CRITERIA = ["loadBalance", "load", "squaredLoad", "relativeLoad", "squared
   "delay", "fortz"];
 // What calls end with.
 const NO_ROUTE = 2;
+const ALL_IN_USE = "all LSP ids are in use";
 
 export class KavrilError extends Error {
   constructor(message, trace = []) {
@@ -41,56 +41,18 @@ async function bytesAt(url) {
   return response.arrayBuffer();
 }
 
-// Checks of arguments; each failure names the argument, its value and its range.
-
-const text = (value) => (Array.isArray(value) ? `[${value}]` : String(value));
-
-function range(name, value, min, max) {
-  if (!Number.isInteger(value) || value < min || value > max)
-    throw new RangeError(`${name} is ${text(value)}, must be ${min} to ${max}`);
-  return value;
-}
-const node = (name, value) => range(name, value, 0, MAX_NODE);
-const lspId = (name, value) => range(name, value, 0, MAX_LSP);
-
-function amount(name, value) {
-  if (typeof value !== "number" || !(value >= 0 && value <= MAX_AMOUNT))
-    throw new RangeError(`${name} is ${text(value)}, must be 0 to ${MAX_AMOUNT}`);
-  return Math.fround(value);
-}
-
-// An object with no other fields than these: one that is misspelt would be overlooked.
-function fields(name, value, known) {
-  if (typeof value !== "object" || value === null)
-    throw new TypeError(`${name} is ${text(value)}, must be an object`);
-  for (const field of Object.keys(value))
-    if (!known.includes(field))
-      throw new TypeError(`${name} has no field ${field}, but ${known.join(", ")}`);
-  return value;
-}
-
-function array(name, value) {
-  if (!Array.isArray(value) && !ArrayBuffer.isView(value))
-    throw new TypeError(`${name} is ${text(value)}, must be an array`);
-  return Array.from(value);
-}
-
-function flag(name, value) {
-  if (typeof value !== "boolean")
-    throw new TypeError(`${name} is ${text(value)}, must be true or false`);
-  return value;
-}
-
-function backupKind(value) {
-  if (value !== "local" && value !== "global")
-    throw new TypeError(`kind is ${text(value)}, must be local or global`);
-  return value;
-}
-
-function route(name, value) {
-  const nodes = array(name, value).map((id, i) => node(`${name}[${i}]`, id));
-  if (nodes.length === 0) throw new RangeError(`${name} is empty, must have a node at least`);
-  return nodes;
+// The i-th backup of a primary, not placed; without a route if there is none.
+function backupOf(primary, kind, nodes, i) {
+  const part = kind === "global" ? primary.route : primary.route.slice(i, i + 2);
+  const behind = primary.route.slice(i + 1, Math.min(i + part.length, primary.route.length - 1));
+  return {
+    lspId: undefined,
+    primaryId: primary.id,
+    kind,
+    route: nodes,
+    protectedRoute: part,
+    protectedNodes: behind.filter((id) => !nodes.includes(id)),
+  };
 }
 
 function weightsOf(weights) {
@@ -98,10 +60,6 @@ function weightsOf(weights) {
   fields("weights", weights, CRITERIA);
   return CRITERIA.map((criterion) => amount(`weights.${criterion}`, weights[criterion] ?? 0));
 }
-
-const describe = ({ bandwidth, trafficClass, level }) =>
-  `${bandwidth} in class ${trafficClass} at level ${level}`;
-const arrows = (nodes) => nodes.join(" > ");
 
 // What the oldest message says, without where in the sources: it is what went wrong first.
 const reason = (trace) =>
@@ -114,6 +72,7 @@ export class Session {
   #id = 0;
   #nbClasses;
   #nbLevels;
+  #printed = null; // unless it is asked for
 
   constructor(options = {}) {
     if (library === null)
@@ -124,10 +83,13 @@ export class Session {
     this.#nbLevels = range("levels", levels, 1, MAX_LEVELS);
     flag("capacityClause", capacityClause);
     const weights = weightsOf(options.weights);
-    this.#engine = new Engine(library);
+    this.#engine = new Engine(library, (bytes, stream) => {
+      if (stream === 1) this.#printed?.push(new TextDecoder("latin1").decode(bytes));
+    });
     // All classes and levels, as in files; those that are not in use stay 0.
     this.#live.put(new Float32Array(MAX_CLASSES * MAX_LEVELS));
-    this.#id = this.#engine.call("open", MAX_CLASSES, MAX_LEVELS, false, false, capacityClause,
+    // Colours are always tested: only requests that avoid some have any to test.
+    this.#id = this.#engine.call("open", MAX_CLASSES, MAX_LEVELS, true, false, capacityClause,
       ...weights, MAX_CLASSES);
     if (this.#id < 0) throw this.#refused("a session cannot be opened");
   }
@@ -170,19 +132,24 @@ export class Session {
     this.#ask(`node ${id} cannot be added`, "add_node", id);
   }
 
-  addLink(id, source, destination, capacities) {
-    range("id", id, 0, MAX_LINK);
+  addLink(id, source, destination, capacities, linkColor = 0) {
+    linkId("id", id);
     node("source", source);
     node("destination", destination);
-    const row = typeof capacities === "number" ? [capacities] : array("capacities", capacities);
-    if (row.length !== this.#nbClasses)
-      throw new RangeError(`capacities has ${row.length} values, must have ${this.#nbClasses}`
-        + ", one for each class");
-    const checked = new Float32Array(MAX_CLASSES);
-    row.forEach((value, oa) => { checked[oa] = amount(`capacities[${oa}]`, value); });
-    this.#live.put(checked, new Float32Array(MAX_CLASSES * MAX_LEVELS));
+    color("color", linkColor);
+    const row = this.#capacityRow(capacities);
+    this.#live.put(row, new Float32Array(MAX_CLASSES * MAX_LEVELS));
     this.#ask(`link ${id} (${source} > ${destination}) cannot be added`, "add_link", id, source,
-      destination, MAX_CLASSES, MAX_CLASSES);
+      destination, MAX_CLASSES, MAX_CLASSES, linkColor);
+  }
+
+  setCapacity(source, destination, capacities) {
+    node("source", source);
+    node("destination", destination);
+    const what = `the capacity of link ${source} > ${destination} cannot be set`;
+    this.#live.put(this.#capacityRow(capacities));
+    this.#ask(what, "set_capacity", source, destination);
+    return this.#ids("misfits", source, destination).map((id) => this.lsp(id));
   }
 
   removeLink(source, destination) {
@@ -212,58 +179,49 @@ export class Session {
   }
 
   addBackup(id, primaryId, kind, traffic, path) {
-    lspId("id", id);
+    if (id !== undefined) lspId("id", id);
     lspId("primaryId", primaryId);
     backupKind(kind);
     const checked = this.#traffic(traffic);
     const nodes = route("route", path);
-    const what = `backup ${id} of LSP ${primaryId} (${describe(checked)}) cannot be placed over `
-      + arrows(nodes);
-    this.#refuseIfUp(what, id);
+    const what = `${id === undefined ? "a backup" : `backup ${id}`} of LSP ${primaryId} `
+      + `(${describe(checked)}) cannot be placed over ${arrows(nodes)}`;
+    if (id !== undefined) this.#refuseIfUp(what, id);
     this.#primary(what, primaryId);
-    this.#placeBackup(what, id, primaryId, kind, checked, nodes);
+    const backupId = id ?? this.#freeId(what);
+    this.#placeBackup(what, backupId, primaryId, kind, checked, nodes);
+    return backupId;
   }
 
   request(id, source, destination, traffic, options = {}) {
-    lspId("id", id);
+    if (id !== undefined) lspId("id", id);
     node("source", source);
     node("destination", destination);
-    const checked = this.#traffic(traffic);
-    fields("options", options, ["add", "preempt"]);
-    const { add = false, preempt = false } = options;
-    flag("add", add);
-    flag("preempt", preempt);
-    const what = `LSP ${id} (${describe(checked)}) finds no way from ${source} to ${destination}`;
-    this.#refuseIfUp(what, id);
-    for (const end of [source, destination])
-      if (!this.hasNode(end)) throw new NoRouteError(`${what}: there is no node ${end}`);
-    const answer = this.#ask(what, "compute_path", id, source, destination, checked.trafficClass,
-      checked.level, checked.bandwidth, add, preempt);
-    return { lspId: id, route: answer.numbers(), isAdded: add, preempted: answer.numbers() };
+    const request = new Request(id, source, destination, this.#traffic(traffic), options);
+    const what = request.what();
+    const { outcome, answer, trace } = this.#send(what, request);
+    const failed = (Failure, why) => new Failure(`${what}: ${why}`, trace);
+    switch (outcome) {
+      case Outcome.PLACED:
+        return { lspId: answer.number(), route: answer.numbers(), isAdded: request.add,
+          preempted: answer.rest() };
+      case Outcome.REFUSED:
+        throw failed(RefusedError, reason(trace));
+      case Outcome.ID_IN_USE:
+        throw failed(RefusedError, `the LSP id ${id} is in use`);
+      case Outcome.NO_ID:
+        throw failed(RefusedError, ALL_IN_USE);
+      default:
+        throw failed(NoRouteError, request.whyNot(outcome, answer));
+    }
   }
 
-  protect(id, options) {
-    lspId("id", id);
-    fields("options", options, ["kind", "level", "backupIds"]);
-    const { kind, level = 0, backupIds } = options;
-    backupKind(kind);
-    range("level", level, 0, this.#nbLevels - 1);
-    const ids = backupIds === undefined ? null
-      : array("backupIds", backupIds).map((backup, i) => lspId(`backupIds[${i}]`, backup));
-    const what = `LSP ${id} cannot be protected`;
-    const primary = this.#primary(what, id);
-    const nbLinks = primary.route.length - 1;
-    if (ids !== null) this.#checkBackupIds(what, ids, id, kind === "global" ? 1 : nbLinks);
-    const answer = this.#ask(what, "compute_backups", id, 0, kind === "global" ? 1 : 2, false, false);
-    const routes = Array.from({ length: answer.number() }, () => answer.numbers());
-    if (ids !== null) this.#placeBackups(what, ids, id, kind, { ...primary.traffic, level }, routes);
-    return routes.map((nodes, i) => ({
-      lspId: ids?.[i],
-      primaryId: id,
-      kind,
-      route: nodes,
-      protectedRoute: kind === "global" ? primary.route : primary.route.slice(i, i + 2),
-    }));
+  protect(id, protection) {
+    return this.#protect(id, protection, false).backups;
+  }
+
+  protectPartly(id, protection) {
+    return this.#protect(id, protection, true);
   }
 
   removeLsp(id) {
@@ -271,6 +229,16 @@ export class Session {
     const what = `LSP ${id} cannot be removed`;
     if (this.lsp(id) === undefined) throw new RefusedError(`${what}: it is not up`);
     this.#ask(what, "remove_lsp", id);
+  }
+
+  removeLspAndBackups(id) {
+    const backups = this.backupsOf(id);
+    const isUp = this.lsp(id) !== undefined;
+    const what = `LSP ${id} cannot be removed`;
+    if (!isUp && backups.length === 0)
+      throw new RefusedError(`${what}: neither it nor a backup of it is up`);
+    for (const lsp of isUp ? [...backups, id] : backups) this.#ask(what, "remove_lsp", lsp);
+    return backups;
   }
 
   hasNode(id) {
@@ -310,6 +278,24 @@ export class Session {
     };
   }
 
+  dump() {
+    this.#printed = [];
+    this.#call("print");
+    const tables = this.#printed.join("");
+    this.#printed = null;
+    return tables;
+  }
+
+  #capacityRow(capacities) {
+    const row = typeof capacities === "number" ? [capacities] : array("capacities", capacities);
+    if (row.length !== this.#nbClasses)
+      throw new RangeError(`capacities has ${row.length} values, must have ${this.#nbClasses}`
+        + ", one for each class");
+    const checked = new Float32Array(MAX_CLASSES);
+    row.forEach((value, oa) => { checked[oa] = amount(`capacities[${oa}]`, value); });
+    return checked;
+  }
+
   #traffic(traffic) {
     fields("traffic", traffic, ["bandwidth", "trafficClass", "level"]);
     const { bandwidth, trafficClass = 0, level = 0 } = traffic;
@@ -340,33 +326,101 @@ export class Session {
       `${what}: LSPs that are up depend on it: ${users.slice(0, MAX_NAMED).join(", ")}${more}`);
   }
 
-  #checkBackupIds(what, ids, primaryId, nbBackups) {
-    if (ids.length !== nbBackups)
-      throw new RangeError(`backupIds has ${ids.length} ids, must have ${nbBackups}`
-        + `, one for each backup of LSP ${primaryId}`);
-    if (new Set(ids).size < ids.length)
-      throw new RangeError(`backupIds is ${text(ids)}, must have each id once`);
-    for (const id of ids) this.#refuseIfUp(what, id);
-  }
-
   #placeBackup(what, id, primaryId, kind, traffic, nodes) {
     this.#live.put(Int32Array.from(nodes));
     this.#ask(what, "add_backup", id, primaryId, nodes.length, traffic.level, traffic.trafficClass,
       traffic.bandwidth, kind === "local");
   }
 
-  // All or none.
-  #placeBackups(what, ids, primaryId, kind, traffic, routes) {
-    let nbPlaced = 0;
+  // All of a primary's backups or none; or as many as there are, and what has none.
+  #protect(id, protection, isPartial) {
+    lspId("id", id);
+    const what = `LSP ${id} cannot be protected`;
+    const wanted = { ...this.#protection(protection), what, isPartial };
+    const primary = this.#primary(wanted.what, id);
+    this.#checkBackupIds(wanted, primary);
+    const backups = [];
+    const unprotected = [];
     try {
-      for (const nodes of routes) {
-        this.#placeBackup(what, ids[nbPlaced], primaryId, kind, traffic, nodes);
-        nbPlaced++;
-      }
+      this.#backupRoutes(wanted, id).forEach((nodes, i) => {
+        const backup = backupOf(primary, wanted.kind, nodes, i);
+        const lack = this.#placeWanted(wanted, primary, backup, i);
+        if (lack === undefined) backups.push(backup);
+        else unprotected.push({ route: backup.protectedRoute, reason: lack });
+      });
     } catch (error) {
-      while (nbPlaced > 0) this.#call("remove_lsp", ids[--nbPlaced]);
+      if (wanted.isPlaced)
+        for (const backup of backups.reverse()) this.#call("remove_lsp", backup.lspId);
       throw error;
     }
+    return { backups, unprotected, isComplete: unprotected.length === 0 };
+  }
+
+  #protection(protection) {
+    fields("protection", protection, ["kind", "level", "placed", "backupIds"]);
+    const { kind, level = 0, backupIds, placed = backupIds !== undefined } = protection;
+    backupKind(kind);
+    range("level", level, 0, this.#nbLevels - 1);
+    const ids = backupIds === undefined ? null : list("backupIds", backupIds, lspId);
+    if (!flag("placed", placed) && ids !== null)
+      throw new TypeError("placed is false, must be true with backupIds");
+    return { kind, level, isPlaced: placed, ids };
+  }
+
+  #checkBackupIds({ what, kind, ids }, primary) {
+    if (ids === null) return;
+    const nbBackups = kind === "global" ? 1 : primary.route.length - 1;
+    if (ids.length !== nbBackups)
+      throw new RangeError(`backupIds has ${ids.length} ids, must have ${nbBackups}`
+        + `, one for each backup of LSP ${primary.id}`);
+    if (new Set(ids).size < ids.length)
+      throw new RangeError(`backupIds is ${text(ids)}, must have each id once`);
+    for (const id of ids) this.#refuseIfUp(what, id);
+  }
+
+  // Places one of the backups if that is wanted; tells why it is lacking if it may.
+  #placeWanted({ what, level, isPlaced, ids, isPartial }, primary, backup, index) {
+    if (backup.route.length === 0)
+      return this.#hasWayAround(what, backup.protectedRoute, primary)
+        ? "no way around it has enough room" : "there is no way around it";
+    if (!isPlaced) return undefined;
+    const id = ids?.[index] ?? this.#freeId(what);
+    const { kind, route: nodes } = backup;
+    try {
+      this.#placeBackup(what, id, primary.id, kind, { ...primary.traffic, level }, nodes);
+    } catch (error) {
+      if (!isPartial || !(error instanceof RefusedError)) throw error;
+      return `its backup over ${arrows(nodes)} cannot be placed: ${reason(error.trace)}`;
+    }
+    backup.lspId = id;
+    return undefined;
+  }
+
+  // The routes of the backups, empty for one that there is none for.
+  #backupRoutes({ what, kind, isPartial }, id) {
+    const isGlobal = kind === "global";
+    if (isPartial && !isGlobal) {
+      const answer = this.#ask(what, "local_backups", id);
+      const routes = [];
+      while (!answer.isRead) routes.push(answer.numbers());
+      return routes;
+    }
+    try {
+      const answer = this.#ask(what, "compute_backups", id, 0, isGlobal ? 1 : 2, false, false);
+      return Array.from({ length: answer.number() }, () => answer.numbers());
+    } catch (error) {
+      if (!isPartial || !(error instanceof NoRouteError)) throw error;
+      return [[]];
+    }
+  }
+
+  // Whether a primary's last node can be reached without the links of a part of its route.
+  #hasWayAround(what, part, primary) {
+    const avoidingLinks = part.slice(1).map((head, i) => [part[i], head]);
+    const traffic = { bandwidth: 0, trafficClass: 0, level: 0 };
+    const request = new Request(undefined, part[0], primary.route.at(-1), traffic,
+      { avoidingLinks });
+    return this.#send(what, request).outcome !== Outcome.NO_WAY;
   }
 
   #readLsp(answer) {
@@ -377,7 +431,11 @@ export class Session {
     const traffic = { bandwidth: answer.amount(), trafficClass, level };
     const lsp = { id, kind, traffic, route: answer.numbers() };
     if (kind === "primary") return lsp;
-    return { ...lsp, primaryId: answer.number(), primaryRoute: answer.numbers() };
+    const primaryId = answer.number();
+    const primaryRoute = answer.numbers();
+    const from = Math.max(0, primaryRoute.indexOf(lsp.route[0]));
+    const to = kind === "global" ? primaryRoute.length : from + 2;
+    return { ...lsp, primaryId, primaryRoute, protectedRoute: primaryRoute.slice(from, to) };
   }
 
   #readLink(answer) {
@@ -423,9 +481,22 @@ export class Session {
     throw this.#refused(what, outcome === NO_ROUTE ? NoRouteError : RefusedError);
   }
 
+  // What the answer to a request begins with, what is left of it, and the messages.
+  #send(what, request) {
+    const numbers = request.numbers();
+    this.#live.put(numbers);
+    if (this.#call("request", numbers.length) !== 0) throw this.#refused(what);
+    const answer = this.#engine.answer();
+    return { outcome: answer.number(), answer, trace: this.#trace() };
+  }
+
   #refused(what, Failure = RefusedError) {
-    const trace = this.#engine.messages(this.#id).map((message) => message.trim());
+    const trace = this.#trace();
     return new Failure(`${what}: ${reason(trace)}`, trace);
+  }
+
+  #trace() {
+    return this.#engine.messages(this.#id).map((message) => message.trim());
   }
 
   #find(read, name, ...args) {
@@ -436,9 +507,12 @@ export class Session {
   }
 
   #ids(name, ...args) {
-    const answer = this.#ask("the session cannot be read", name, ...args);
-    const ids = [];
-    while (!answer.isRead) ids.push(answer.number());
-    return ids;
+    return this.#ask("the session cannot be read", name, ...args).rest();
+  }
+
+  #freeId(what) {
+    const [id] = this.#ids("free_lsp_id");
+    if (id < 0) throw new RefusedError(`${what}: ${ALL_IN_USE}`);
+    return id;
   }
 }
