@@ -39,7 +39,7 @@ install(FILES README.md docs/model.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPON
 # Where Debian's Node looks for modules.
 if(TARGET kavril_wasm)
   foreach(file package.json README.md checks.mjs engine.mjs kavril.d.mts kavril.mjs kavril.wasm
-          request.mjs)
+          reason.mjs request.mjs)
     install(FILES ${KAVRIL_NPM_PACKAGE}/${file}
             DESTINATION ${CMAKE_INSTALL_DATADIR}/nodejs/kavril COMPONENT javascript)
   endforeach()

@@ -2,6 +2,7 @@
 import { amount, array, arrows, backupKind, color, describe, fields, flag, linkId, list, lspId,
   node, range, route, text } from "./checks.mjs";
 import { Engine } from "./engine.mjs";
+import { reason } from "./reason.mjs";
 import { Outcome, Request } from "./request.mjs";
 
 const MAX_CLASSES = 8;
@@ -60,11 +61,6 @@ function weightsOf(weights) {
   fields("weights", weights, CRITERIA);
   return CRITERIA.map((criterion) => amount(`weights.${criterion}`, weights[criterion] ?? 0));
 }
-
-// What the oldest message says, without where in the sources: it is what went wrong first.
-const reason = (trace) =>
-  trace.length === 0 ? "the library gives no reason"
-    : trace[trace.length - 1].replace(/ in \S+ at line \d+$/, "");
 
 export class Session {
   // An instance for each session: its memory goes when nobody has the session any more.
