@@ -150,6 +150,10 @@ public final class Request {
             throw new IllegalArgumentException(
                     name + " must not be given besides the route " + passed());
         }
+        if (path[path.length - 2] != GAP) {
+            throw new IllegalArgumentException(name + " is " + text(nodes)
+                    + ", must not come after the link that ends " + passed());
+        }
         int[] head = Arrays.copyOf(path, path.length - 2);
         int first = nodes.length > 1 && nodes[0] == head[head.length - 1] ? 1 : 0;
         boolean atEnd = nodes.length > 1 && nodes[nodes.length - 1] == destination();

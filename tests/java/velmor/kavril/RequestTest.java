@@ -259,6 +259,7 @@ class RequestTest {
                 Request.of(0, 3, Traffic.of(1)).through(1).throughLink(4, 3));
         List<Runnable> contradictions = List.of(
                 () -> request.through(1), () -> request.through(3), () -> request.throughLink(5, 0),
+                () -> request.throughLink(5, 3).through(4), () -> request.throughLink(5, 3).throughLink(4, 3),
                 () -> request.avoidingNodes(4, 2), () -> request.avoidingNodes(0),
                 () -> request.over(Route.of(0, 3)), () -> request.withinLinks(0),
                 () -> Request.of(0, 3, Traffic.of(1)).over(Route.of(0, 2)),
