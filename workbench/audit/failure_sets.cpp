@@ -231,6 +231,13 @@ FailureSet failureNamed(const Plan& plan, const std::vector<std::string>& names)
     return all;
 }
 
+FailureSet caseNamed(const Plan& plan, const std::vector<std::string>& names) {
+    FailureSet set = failureNamed(plan, names);
+    set.kind = FailureKind::CUSTOM;
+    set.probability.reset();
+    return set;
+}
+
 std::vector<FailureSet> readFailureSets(const std::string& file, const Plan& plan) {
     return failureSetsFrom(file, readFile(file), plan);
 }

@@ -36,6 +36,8 @@ std::vector<FailureSet> survivedFailures(const Plan& plan);
 // One failure from the names of its parts: nodes ("Berlin"), links ("Berlin > Paris"),
 // cables ("Berlin - Paris") or failures of the plan. UserError for an unknown name.
 FailureSet failureNamed(const Plan& plan, const std::vector<std::string>& names);
+// The same as a case beside the failures of a plan, whatever it is made of.
+FailureSet caseNamed(const Plan& plan, const std::vector<std::string>& names);
 
 // Failures from a JSON file (schema/failures.schema.json).
 std::vector<FailureSet> readFailureSets(const std::string& file, const Plan& plan);

@@ -8,6 +8,12 @@ namespace workbench {
 
 using Fate = Effect::Fate;
 
+Count& countOf(Fate fate, Tally* tally) {
+    return fate == Fate::RESTORED ? tally->restored
+           : fate == Fate::LOST   ? tally->lost
+                                  : tally->ended;
+}
+
 static Effect effectOn(const Route& route, const Outage& outage) {
     Switchover to = switchOver(route, outage);
     if (to.restored) return {&route, Fate::RESTORED, std::move(to.links)};
@@ -63,12 +69,7 @@ void TollKeeper::apply(const Effect& effect) {
     Tally& tally = tallies_[cell];
     if (tally.restored.lsps + tally.lost.lsps + tally.ended.lsps == 0)
         touched_.push_back(cell);
-    for (Tally* sum : {&tally, &all_}) {
-        Count& count = effect.fate == Fate::RESTORED ? sum->restored
-                       : effect.fate == Fate::LOST   ? sum->lost
-                                                     : sum->ended;
-        count.add(lsp.bandwidth);
-    }
+    for (Tally* sum : {&tally, &all_}) countOf(effect.fate, sum).add(lsp.bandwidth);
 }
 
 // Backups are taken for being up in one place and left out for being down in another:

@@ -63,6 +63,8 @@ struct Effect {
     std::vector<int> way;  // links, where it is restored
 };
 
+Count& countOf(Effect::Fate fate, Tally* tally);
+
 class Effects {
   public:
     // Plan and routes must outlive it.

@@ -153,12 +153,11 @@ double numberFrom(const std::string& text, const std::string& option, bool posit
 }
 
 double bandwidthFrom(const std::string& text, const std::string& option) {
-    const auto value = parseBandwidth(text, kMbit);
-    if (!value || *value <= 0 || *value > kMostBandwidth)
-        throw CLI::ValidationError(
-            option,
-            fmt::format("'{}' is not a bandwidth such as 400, 2.5G or 100M", text));
-    return *value;
+    try {
+        return bandwidthOf(text, option);
+    } catch (const UserError& error) {
+        throw CLI::ValidationError(error.what());
+    }
 }
 
 CLI::ValidationError wrongChoice(const std::string& option, const std::string& given,

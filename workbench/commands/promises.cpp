@@ -2,10 +2,8 @@
 
 #include <fmt/format.h>
 
-#include "audit/failure_sets.h"
 #include "cli/error.h"
 #include "cli/progress.h"
-#include "engine/promises.h"
 #include "plan_json.h"
 
 namespace workbench {
@@ -14,9 +12,13 @@ void checkPromises(Plan* plan, const Shared& shared) {
     TakenBack takenBack;
     {
         Progress progress(shared,
-                          {{"checking the promises", survivedFailures(*plan).size()}});
+                          {{"checking the promises", promisedFailures(*plan).size()}});
         takenBack = keepPromises(plan, [&progress] { progress.advance(); });
     }
+    noteTakenBack(takenBack, shared);
+}
+
+void noteTakenBack(const TakenBack& takenBack, const Shared& shared) {
     if (takenBack.any() && !shared.quiet)
         fmt::print(
             stderr,

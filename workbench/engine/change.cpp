@@ -41,9 +41,10 @@ class Changer {
         : plan_(plan), change_(change), step_(step) {}
 
     void run() {
-        for (const auto& [demand, path] : change_.paths) pathNow_[demand] = path;
         changeNetwork();
         changeDemands();
+        changeRequests();
+        changeProtection();
         sortLsps();
         Engine engine(*plan_);
         engine_ = &engine;
@@ -87,24 +88,68 @@ class Changer {
     }
 
     void changeDemands() {
-        for (const auto& [demand, route] : change_.routes)
-            plan_->demands[demand].route = route;
-        std::vector<int> newIndex;
         std::vector<PlanDemand> demands;
-        std::map<int, std::vector<int>> paths;
-        for (std::size_t i = 0; i < plan_->demands.size(); i++) {
-            const int index = static_cast<int>(i);
-            const bool gone = std::ranges::count(change_.remove, index) > 0;
-            newIndex.push_back(gone ? -1 : static_cast<int>(demands.size()));
-            if (gone) continue;
-            if (pathNow_.contains(index)) paths[newIndex.back()] = pathNow_[index];
-            demands.push_back(plan_->demands[i]);
+        for (int i = 0; i < std::ssize(plan_->demands); i++) {
+            const bool gone = std::ranges::count(change_.remove, i) > 0;
+            newIndex_.push_back(gone ? -1 : static_cast<int>(demands.size()));
+            if (!gone) demands.push_back(plan_->demands[i]);
         }
-        pathNow_ = std::move(paths);
         demands.insert(demands.end(), change_.add.begin(), change_.add.end());
         plan_->demands = std::move(demands);
-        for (PlanLsp& lsp : plan_->lsps) lsp.demand = newIndex[lsp.demand];
+        for (PlanLsp& lsp : plan_->lsps) lsp.demand = newIndex_[lsp.demand];
         std::erase_if(plan_->lsps, [](const PlanLsp& lsp) { return lsp.demand < 0; });
+    }
+
+    // What is wanted for demands that stay.
+    template <class Value, class Act>
+    void forEach(const std::vector<std::pair<int, Value>>& wishes, Act act) {
+        for (const auto& [demand, value] : wishes)
+            if (const int index = newIndex_[demand]; index >= 0) act(index, value);
+    }
+
+    void changeRequests() {
+        using Route = std::vector<int>;
+        forEach(change_.routes, [this](int index, const Route& route) {
+            plan_->demands[index].route = route;
+        });
+        forEach(change_.paths,
+                [this](int index, const Route& path) { pathNow_[index] = path; });
+        forEach(change_.again, [this](int index, int id) {
+            oldId_[index] = id;
+            waiting_.push_back(index);
+        });
+        std::set<int> changed;
+        forEach(change_.bandwidths, [&](int index, double bandwidth) {
+            double& now = plan_->demands[index].bandwidth;
+            if (now != bandwidth) changed.insert(index);
+            now = bandwidth;
+        });
+        forEach(change_.levels, [&](int index, int level) {
+            PlanDemand& demand = plan_->demands[index];
+            if (demand.level == level) return;
+            changed.insert(index);
+            if (demand.lsp < 0) askedAnew_.insert(index);
+            demand.level = level;
+        });
+        for (PlanLsp& lsp : plan_->lsps) {
+            if (lsp.kind != LspKind::PRIMARY || !changed.contains(lsp.demand)) continue;
+            lsp.bandwidth = plan_->demands[lsp.demand].bandwidth;
+            lsp.level = plan_->demands[lsp.demand].level;
+            bare_.insert(lsp.id);
+        }
+    }
+
+    void changeProtection() {
+        Protection& protection = plan_->configuration.protection;
+        if (!change_.protection || *change_.protection == protection) return;
+        protection = *change_.protection;
+        for (const PlanLsp& lsp : plan_->lsps)
+            if (lsp.kind == LspKind::PRIMARY) bare_.insert(lsp.id);
+        for (PlanDemand& demand : plan_->demands) {
+            demand.unprotected.clear();
+            demand.exposed.clear();
+            demand.beyond.clear();
+        }
     }
 
     bool isUsable(const std::vector<int>& path) const {
@@ -131,10 +176,9 @@ class Changer {
     // loses all its backups if one of them cannot.
     void sortLsps() {
         std::set<int> staying;
-        std::set<int> broken;
         for (const PlanLsp& lsp : plan_->lsps)
             if (lsp.kind != LspKind::PRIMARY) {
-                if (!isUsable(lsp.path)) broken.insert(lsp.primary);
+                if (!isUsable(lsp.path)) bare_.insert(lsp.primary);
             } else if (mayStay(lsp)) {
                 staying.insert(lsp.id);
             } else {
@@ -144,8 +188,8 @@ class Changer {
             const bool isPrimary = lsp.kind == LspKind::PRIMARY;
             const int primary = isPrimary ? lsp.id : lsp.primary;
             if (!staying.contains(primary)) continue;
-            if (isPrimary || !broken.contains(primary)) kept_.push_back(lsp);
-            if (isPrimary && broken.contains(primary)) toProtect_.insert(lsp.demand);
+            if (isPrimary || !bare_.contains(primary)) kept_.push_back(lsp);
+            if (isPrimary && bare_.contains(primary)) toProtect_.insert(lsp.demand);
         }
     }
 
@@ -220,9 +264,10 @@ class Changer {
     void placeAgain() {
         placeWaiting(true, engine_->configuration().preempt);
         for (const PlanDemand& demand : plan_->demands)
-            if (indexOf(demand) >= std::ssize(plan_->demands) - std::ssize(change_.add) &&
-                !endsAtDrained(demand))
-                waiting_.push_back(indexOf(demand));
+            if (indexOf(demand) >= std::ssize(plan_->demands) - std::ssize(change_.add))
+                askedAnew_.insert(indexOf(demand));
+        for (int index : askedAnew_)
+            if (!endsAtDrained(plan_->demands[index])) waiting_.push_back(index);
         placeWaiting(true, engine_->configuration().preempt);
     }
 
@@ -291,7 +336,10 @@ class Changer {
     Engine* engine_ = nullptr;
     bool isDraining_ = false;  // more than before: nothing new takes up the way back
     std::set<std::pair<int, int>> usable_;  // links, by their ends
+    std::vector<int> newIndex_;             // of demands, -1 for those removed
     std::vector<PlanLsp> kept_;
+    std::set<int> bare_;                       // primaries whose backups go
+    std::set<int> askedAnew_;                  // demands that are not up
     std::map<int, std::vector<int>> pathNow_;  // by demand
     std::map<int, int> oldId_;                 // by demand that was taken down
     std::set<int> toProtect_;                  // demands

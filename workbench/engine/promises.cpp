@@ -116,9 +116,21 @@ class Correction {
 
 }  // namespace
 
+TakenBack& TakenBack::operator+=(const TakenBack& more) {
+    exposed += more.exposed;
+    backups += more.backups;
+    lsps += more.lsps;
+    return *this;
+}
+
+std::vector<FailureSet> promisedFailures(const Plan& plan) {
+    if (plan.configuration.protection == Protection::NONE) return {};
+    return survivedFailures(plan);
+}
+
 TakenBack keepPromises(Plan* plan, const Step& step) {
     TakenBack takenBack;
-    const std::vector<FailureSet> failures = survivedFailures(*plan);
+    const std::vector<FailureSet> failures = promisedFailures(*plan);
     for (;;) {
         const AuditResult result = audit(*plan, failures, step);
         if (result.isClean()) return takenBack;

@@ -15,7 +15,11 @@ struct TakenBack {
     int backups = 0;  // LSPs whose backups would overload a link
     int lsps = 0;     // LSPs for which a link has no room
     bool any() const { return exposed + backups + lsps > 0; }
+    TakenBack& operator+=(const TakenBack& more);
 };
+
+// What a plan claims to survive: nothing without backups.
+std::vector<FailureSet> promisedFailures(const Plan& plan);
 
 // Takes back what the plan claims and does not keep, the least important first: an LSP
 // that a failure takes down is noted to be exposed to it, where a failure overloads a

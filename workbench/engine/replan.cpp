@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <unordered_map>
 
+#include "engine/change.h"
+
 namespace workbench {
 
 using Fate = Effect::Fate;
@@ -13,6 +15,15 @@ std::vector<int> nodesOf(const std::vector<int>& links, const Network& network) 
     std::vector<int> nodes = {network.links[links.front()].src};
     for (const int link : links) nodes.push_back(network.links[link].dst);
     return nodes;
+}
+
+// Traffic may come by a node twice, up to where a local backup starts and over that
+// backup. An LSP need not.
+void cutLoops(std::vector<int>* path) {
+    for (auto at = path->begin(); at != path->end(); ++at) {
+        const auto last = std::find(path->rbegin(), path->rend(), *at).base() - 1;
+        at = path->erase(at, last);
+    }
 }
 
 // Primaries that are up; the demands of the others say why they are not.
@@ -32,7 +43,9 @@ std::vector<PlanLsp> stillUp(const Effects& effects, const std::vector<Effect>& 
             continue;
         }
         up.push_back(*route.lsp);
-        if (effect != nullptr) up.back().path = nodesOf(effect->way, after->network);
+        if (effect == nullptr) continue;
+        up.back().path = nodesOf(effect->way, after->network);
+        after->demands[route.lsp->demand].route.clear();  // it can no longer be kept
     }
     return up;
 }
@@ -56,38 +69,77 @@ void placeLost(Engine* engine, const std::vector<Effect>& hit, Plan* after) {
     }
 }
 
-}  // namespace
-
-Plan planAfter(const Effects& effects, FailedSets failed, bool tables) {
+// The plan right after a failure: its LSPs are those that are up, nothing is drained yet.
+Plan switchedOver(const Effects& effects, const std::vector<Effect>& hit) {
     const Plan& plan = effects.plan();
-    const std::vector<Effect> hit = effects.of(failed);
-    const FailureSet down = effects.together(failed);
     Plan after;
     after.network = plan.network;
     after.configuration = plan.configuration;
     after.configuration.protection = Protection::NONE;
     after.drained = plan.drained;
-    for (const auto& [from, to] : {std::pair(&down.nodes, &after.drained.nodes),
-                                   std::pair(&down.links, &after.drained.links)}) {
-        to->insert(to->end(), from->begin(), from->end());
-        std::ranges::sort(*to);
-        to->erase(std::unique(to->begin(), to->end()), to->end());
-    }
     after.demands = plan.demands;
     for (PlanDemand& demand : after.demands) {
         demand.unprotected.clear();
         demand.exposed.clear();
         demand.beyond.clear();
     }
-    const std::vector<PlanLsp> up = stillUp(effects, hit, &after);
+    after.lsps = stillUp(effects, hit, &after);
+    return after;
+}
+
+Drained drainedBy(const FailureSet& down, Drained drained) {
+    for (const auto& [from, to] : {std::pair(&down.nodes, &drained.nodes),
+                                   std::pair(&down.links, &drained.links)}) {
+        to->insert(to->end(), from->begin(), from->end());
+        std::ranges::sort(*to);
+        to->erase(std::unique(to->begin(), to->end()), to->end());
+    }
+    return drained;
+}
+
+}  // namespace
+
+Plan planAfter(const Effects& effects, FailedSets failed, bool tables) {
+    const std::vector<Effect> hit = effects.of(failed);
+    Plan after = switchedOver(effects, hit);
+    after.drained = drainedBy(effects.together(failed), after.drained);
     Engine engine(after);
-    engine.load(up);
+    engine.load(after.lsps);
     placeLost(&engine, hit, &after);
+    after.lsps.clear();
     if (tables)
         finishPlan(engine, &after);
     else
         for (const auto& [id, lsp] : engine.lsps()) after.lsps.push_back(lsp);
     return after;
+}
+
+Recovery replan(Plan* plan, const FailureSet& failed, const Step& step) {
+    std::vector<std::string> problems;
+    const Routes routes(*plan, &problems);
+    const Effects effects(*plan, routes, {failed});
+    Plan after = switchedOver(effects, effects.of(0));
+    after.failureSets = plan->failureSets;
+    for (PlanLsp& lsp : after.lsps) cutLoops(&lsp.path);
+    Recovery recovery = {.failed = failed, .hit = {}, .again = {}, .displaced = {}};
+    Change change;
+    change.drained = drainedBy(failed, after.drained);
+    for (const Effect& effect : effects.of(0)) {
+        const PlanLsp& lsp = *effect.route->lsp;
+        countOf(effect.fate, &recovery.hit).add(lsp.bandwidth);
+        if (effect.fate == Fate::LOST) change.again.push_back({lsp.demand, lsp.id});
+    }
+    std::vector<char> wasUp;
+    for (const PlanDemand& demand : after.demands) wasUp.push_back(demand.lsp >= 0);
+    applyChange(&after, change, step);
+    for (const auto& [demand, id] : change.again)
+        if (after.demands[demand].lsp >= 0)
+            recovery.again.add(after.demands[demand].bandwidth);
+    for (std::size_t i = 0; i < wasUp.size(); i++)
+        if (wasUp[i] && after.demands[i].lsp < 0)
+            recovery.displaced.add(after.demands[i].bandwidth);
+    *plan = std::move(after);
+    return recovery;
 }
 
 std::vector<PlanLsp> placedAgain(const Plan& after, const std::vector<Effect>& effects) {

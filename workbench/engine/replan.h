@@ -16,4 +16,17 @@ Plan planAfter(const Effects& effects, FailedSets failed, bool tables);
 // LSPs of that plan which had been lost.
 std::vector<PlanLsp> placedAgain(const Plan& after, const std::vector<Effect>& effects);
 
+// What became of the LSPs that a failure hit, and of those in the way of the lost ones.
+struct Recovery {
+    FailureSet failed;
+    Tally hit;
+    Count again;      // of the lost: placed again
+    Count displaced;  // of the others: not up any more
+};
+
+// The same plan, but one to work on: what is lost displaces the less important if the
+// configuration allows it, what is displaced is requested again after it, what the
+// failure has overloaded moves, and no LSP comes by a node twice.
+Recovery replan(Plan* plan, const FailureSet& failed, const Step& step);
+
 }  // namespace workbench

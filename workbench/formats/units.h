@@ -27,6 +27,10 @@ std::optional<double> parseUnit(std::string_view text);
 // "2.5 Gbit/s", "2.5G", "2500": in Mbit/s; a bare number counts in `bareUnit`.
 std::optional<double> parseBandwidth(std::string_view text, double bareUnit);
 
+// The value of an option that is a bandwidth, in Mbit/s. UserError, with the option, for
+// what is none or nothing.
+double bandwidthOf(std::string_view text, const std::string& option);
+
 // The number with as few digits as read back to the same value.
 std::string numberText(double value);
 
