@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "audit/audit.h"
+#include "audit/failure_sets.h"
 #include "cli/error.h"
 #include "cli/file.h"
 #include "commands/commands.h"
@@ -23,6 +23,7 @@ struct ReportOptions {
     std::string plan;
     std::string before;
     FailureOptions failures;
+    std::vector<std::string> fail;
     std::string output = "report.html";
 };
 
@@ -41,17 +42,26 @@ std::string filled(std::string_view empty, const std::string& data) {
     return page;
 }
 
-Audited audited(const std::string& file, const ReportOptions& options,
-                const Shared& shared) {
-    Audited one = {std::filesystem::path(file).filename().string(), readPlan(file), {}};
-    readSets(options.failures, &one.plan);
+// With `fail` the last of the failures is that case.
+Audited audited(const std::string& file, const FailureOptions& options,
+                const std::vector<std::string>& fail, const Shared& shared) {
+    Audited one = {.file = std::filesystem::path(file).filename().string(),
+                   .plan = readPlan(file),
+                   .audit = {}};
+    readSets(options, &one.plan);
+    std::vector<FailureSet> failures = failuresFor(options, one.plan);
+    if (!fail.empty()) {
+        one.asked = static_cast<int>(failures.size());
+        failures.push_back(caseNamed(one.plan, fail));
+    }
     Progress progress(shared, {{"failing"}});
-    one.audit = auditShown(one.plan, failuresFor(options.failures, one.plan), &progress);
+    one.audit = auditShown(one.plan, failures, &progress);
     return one;
 }
 
 int reportSweep(const ReportOptions& options, const Shared& shared) {
-    if (!options.before.empty()) throw UserError("--before goes with a plan");
+    if (!options.before.empty() || !options.fail.empty())
+        throw UserError("--before and --fail go with a plan");
     const std::string page = filled(kSweepPage, sweepPageData(options.plan));
     writeFile(options.output, page);
     if (options.output == "-") return 0;
@@ -68,9 +78,10 @@ int reportSweep(const ReportOptions& options, const Shared& shared) {
 int report(const ReportOptions& options, const Shared& shared) {
     checkPageIsThere();
     if (isDatabase(options.plan)) return reportSweep(options, shared);
-    const Audited now = audited(options.plan, options, shared);
+    const Audited now = audited(options.plan, options.failures, options.fail, shared);
     std::optional<Audited> before;
-    if (!options.before.empty()) before = audited(options.before, options, shared);
+    if (!options.before.empty())
+        before = audited(options.before, options.failures, {}, shared);
     const std::string page =
         filled(kReportPage, pageData(now, before ? &*before : nullptr));
     writeFile(options.output, page);
@@ -100,6 +111,12 @@ void addReport(CLI::App& app, Shared& shared) {
     cmd->add_option("--before", options->before,
                     "An earlier plan: the page shows what has changed since");
     addFailureOptions(*cmd, &options->failures);
+    cmd->add_option(
+           "--fail", options->fail,
+           "One more case: nodes, links (A > B), cables (A - B) and groups, each "
+           "by a --fail of its own, that fail at once")
+        ->allow_extra_args(false)
+        ->type_name("NAME");
     addOutputFile(*cmd, &options->output,
                   "HTML file to write, - for standard output [report.html]");
     addOutputOptions(*cmd, shared);

@@ -278,7 +278,8 @@ json changesOf(const LspChanges& changes, const Positions& before,
 }
 
 // All but where the nodes are drawn.
-json planData(const Plan& plan, const AuditResult& audit, Positions* positions) {
+json planData(const Audited& one, Positions* positions) {
+    const auto& [file, plan, audit, asked] = one;
     Reasons reasons;
     json data = {{"title", plan.network.name},
                  {"version", KAVRIL_VERSION},
@@ -298,6 +299,7 @@ json planData(const Plan& plan, const AuditResult& audit, Positions* positions) 
     for (const Failure& failure : audit.failures)
         data["failures"].push_back(
             failureOf(failure, plan, *positions, &reach, &reasons));
+    if (asked >= 0) data["asked"] = asked;
     data["reasons"] = reasons.list();
     data["worst"] = worstOf(plan, audit);
     return data;
@@ -307,11 +309,11 @@ json planData(const Plan& plan, const AuditResult& audit, Positions* positions) 
 
 std::string pageData(const Audited& now, const Audited* before) {
     Positions positions;
-    json data = planData(now.plan, now.audit, &positions);
+    json data = planData(now, &positions);
     placeNodes(now.plan.network, &data["nodes"]);
     if (before != nullptr) {
         Positions earlier;
-        data["before"] = planData(before->plan, before->audit, &earlier);
+        data["before"] = planData(*before, &earlier);
         data["before"]["file"] = before->file;
         data["changes"] =
             changesOf(compareLsps(before->plan, now.plan), earlier, positions);

@@ -12,6 +12,7 @@ struct Audited {
     std::string file;  // its name, to be shown
     Plan plan;
     AuditResult audit;
+    int asked = -1;  // the failure that was asked for by name, by its place
 };
 
 // The plan without its tables per failure, and of the audit what every failure does, in
