@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
 #include <map>
 #include <numeric>
 #include <tuple>
@@ -22,7 +23,10 @@ struct State {
     double stretch = 0.0;
 };
 
+// Name, ends, class, level, and a number among those with the same.
 using Key = std::tuple<std::string, std::string, std::string, std::string, int, int>;
+constexpr std::size_t kLevel = 4;
+constexpr std::size_t kNumber = 5;
 
 const std::string& classOf(const Plan& plan, int trafficClass) {
     return plan.configuration.classes[trafficClass].name;
@@ -41,7 +45,7 @@ std::map<Key, State> statesOf(const Plan& plan) {
                    classOf(plan, demand.trafficClass),
                    demand.level,
                    0};
-        std::get<5>(key) = seen[key]++;
+        std::get<kNumber>(key) = seen[key]++;
         State& state = states[key];
         state.demand = &demand;
         const auto lsp = lspOf.find(demand.lsp);
@@ -77,6 +81,41 @@ LspChange changeOf(const Key& key, const State& before, const State& after) {
         change.reason =
             after.lsp == nullptr ? after.demand->reason : after.demand->unprotected;
     return change;
+}
+
+// A demand in both plans, or in one of them.
+struct Both {
+    Key key;
+    State before;
+    State after;
+};
+
+// By their keys; what is left over in both plans is paired without regard to its level.
+std::vector<Both> sideBySide(const std::map<Key, State>& first,
+                             const std::map<Key, State>& second) {
+    const auto without = [](Key key) {
+        std::get<kLevel>(key) = std::get<kNumber>(key) = 0;
+        return key;
+    };
+    std::map<Key, std::deque<Key>> left;  // of the first
+    for (const auto& [key, state] : first)
+        if (!second.contains(key)) left[without(key)].push_back(key);
+    std::map<Key, Both> all;
+    for (const auto& [key, state] : second) {
+        Both& both = all[key] = {key, {}, state};
+        std::deque<Key>& others = left[without(key)];
+        if (first.contains(key)) {
+            both.before = first.at(key);
+        } else if (!others.empty()) {
+            both.before = first.at(others.front());
+            others.pop_front();
+        }
+    }
+    for (const auto& [ignored, keys] : left)
+        for (const Key& key : keys) all[key] = {key, first.at(key), {}};
+    std::vector<Both> list;
+    for (auto& [key, both] : all) list.push_back(std::move(both));
+    return list;
 }
 
 using Links = std::map<std::pair<std::string, std::string>, LinkChange>;
@@ -160,19 +199,12 @@ json toJson(const PlanFigures& figures) {
 }  // namespace
 
 LspChanges compareLsps(const Plan& before, const Plan& after) {
-    const auto first = statesOf(before);
-    const auto second = statesOf(after);
-    std::map<Key, State> all = first;
-    all.insert(second.begin(), second.end());
-    const State none;
     LspChanges changes;
-    for (const auto& [key, ignored] : all) {
-        const auto a = first.find(key);
-        const auto b = second.find(key);
-        const State& was = a == first.end() ? none : a->second;
-        const State& is = b == second.end() ? none : b->second;
+    for (const Both& both : sideBySide(statesOf(before), statesOf(after))) {
+        const State& was = both.before;
+        const State& is = both.after;
         if (was.lsp == nullptr && is.lsp == nullptr) continue;
-        const LspChange change = changeOf(key, was, is);
+        const LspChange change = changeOf(both.key, was, is);
         if (was.lsp == nullptr)
             changes.gained.push_back(change);
         else if (is.lsp == nullptr)
@@ -180,6 +212,7 @@ LspChanges compareLsps(const Plan& before, const Plan& after) {
         if (was.lsp == nullptr || is.lsp == nullptr) continue;
         if (was.path != is.path) changes.moved.push_back(change);
         if (was.lsp->bandwidth != is.lsp->bandwidth) changes.resized.push_back(change);
+        if (was.lsp->level != is.lsp->level) changes.otherLevel.push_back(change);
         if (isProtected(before, was) && !isProtected(after, is))
             changes.unprotected.push_back(change);
         if (!isProtected(before, was) && isProtected(after, is))
@@ -236,6 +269,7 @@ json toJson(const PlanDiff& diff) {
             {"newlyUnprotected", toJson(diff.lsps.unprotected)},
             {"newlyProtected", toJson(diff.lsps.isProtected)},
             {"resized", toJson(diff.lsps.resized)},
+            {"otherLevel", toJson(diff.lsps.otherLevel)},
             {"levels", toJson(diff.levels)},
             {"links", std::move(links)},
             {"before", toJson(diff.before)},

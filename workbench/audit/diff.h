@@ -9,14 +9,15 @@
 
 namespace workbench {
 
-// A demand is the same in both plans if its name, ends, class and level are; the first
-// with these in one plan is the first in the other.
+// A demand is the same in both plans if its name, ends, class and level are, or all but
+// the level if no other demand has that; the first with these in one plan is the first in
+// the other.
 struct LspChange {
     std::string demand;  // "Berlin > Paris", with the demand's name if it has one
     std::string trafficClass;
-    int level = 0;
-    double bandwidth = 0.0;
-    int lspBefore = -1;  // -1: not up
+    int level = 0;           // after, if it is up then
+    double bandwidth = 0.0;  // the same
+    int lspBefore = -1;      // -1: not up
     int lspAfter = -1;
     std::vector<std::string> before;  // nodes
     std::vector<std::string> after;
@@ -61,6 +62,7 @@ struct LspChanges {
     std::vector<LspChange> unprotected;  // up in both, protected in the first only
     std::vector<LspChange> isProtected;  // protected in the second only
     std::vector<LspChange> resized;      // up in both, with another bandwidth
+    std::vector<LspChange> otherLevel;   // up in both
 };
 
 struct PlanDiff {

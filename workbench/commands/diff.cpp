@@ -120,6 +120,7 @@ void printDiff(const PlanDiff& diff, const std::string& unit) {
     printChanges("no longer protected", diff.lsps.unprotected, unit);
     printChanges("protected now", diff.lsps.isProtected, unit);
     printChanges("resized", diff.lsps.resized, unit);
+    printChanges("of another level", diff.lsps.otherLevel, unit);
     printLinks(diff.links);
 }
 
@@ -131,11 +132,11 @@ void addDiff(CLI::App& app, Shared& shared) {
     cmd->add_option("AFTER", *second, "Plan")->required();
     addOutputOptions(*cmd, shared);
     cmd->footer(
-        "Demands are the same if name, ends, class and level are. Protected is what no\n"
-        "failure of a cable or node takes down, but for that of its own ends; at worst\n"
-        "is what one of them takes. Cost is what is reserved for backups against what\n"
-        "the primaries book, stretch the length of a path by the links' metrics against\n"
-        "the shortest.\n"
+        "Demands are the same if name, ends, class and level are, or all but the level\n"
+        "where that leaves no doubt. Protected is what no failure of a cable or node\n"
+        "takes down, but for that of its own ends; at worst is what one of them takes.\n"
+        "Cost is what is reserved for backups against what the primaries book, stretch\n"
+        "the length of a path by the links' metrics against the shortest.\n"
         "\n"
         "Example:\n"
         "  kavril diff plan.json better.json");

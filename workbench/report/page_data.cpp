@@ -260,7 +260,8 @@ json changesOf(const LspChanges& changes, const Positions& before,
         {"lost", changes.lost},
         {"newly unprotected", changes.unprotected},
         {"newly protected", changes.isProtected},
-        {"resized", changes.resized}};
+        {"resized", changes.resized},
+        {"other level", changes.otherLevel}};
     std::map<std::pair<int, int>, json> whatOf;  // by their ids
     for (const auto& [what, list] : kinds)
         for (const LspChange& one : list)

@@ -2,7 +2,7 @@
 // are the same, and what has changed of them, comes with the data.
 import {shareOf} from "./model.js";
 
-export const CHANGES = ["moved", "gained", "lost", "newly unprotected", "newly protected", "resized"];
+export const CHANGES = ["moved", "gained", "lost", "newly unprotected", "newly protected", "resized", "other level"];
 
 // Hangs the earlier plan onto the model: `former` of links, of classes and levels, and of
 // LSPs that have moved, with those of their links that are still there; `model.changes`.
