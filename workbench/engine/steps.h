@@ -21,12 +21,22 @@ namespace workbench {
 struct Steps {
     using Texts = std::vector<std::string>;
 
-    Texts drain, undrain, capacity, link, without, add, remove, scale, level, route, lock,
-        unlock;
-    std::string protection;  // empty: as it is
+    Texts drain = {};
+    Texts undrain = {};
+    Texts capacity = {};
+    Texts link = {};
+    Texts without = {};
+    Texts add = {};
+    Texts remove = {};
+    Texts scale = {};
+    Texts level = {};
+    Texts route = {};
+    Texts lock = {};
+    Texts unlock = {};
+    std::string protection = {};  // empty: as it is
     // Names of what fails at once, after all that; with `replan` the lost are placed
     // again.
-    Texts fail;
+    Texts fail = {};
     bool replan = false;
 
     bool areChange() const;  // and not just a failure
