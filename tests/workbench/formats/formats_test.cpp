@@ -2,6 +2,8 @@
 // written is read back as it was.
 #include <gmock/gmock.h>
 
+#include <charconv>
+#include <cmath>
 #include <map>
 #include <random>
 #include <sstream>
@@ -292,6 +294,25 @@ TEST(EveryWriter, NotesWhatIsLost) {
     networkText(network, Format::Csv, findings);
     EXPECT_EQ("assumed-unit 1, lost-attribute 5", countsOf(findings));
     EXPECT_EQ("colour of 1 links: SNDlib has no place for it", findings[0].text);
+}
+
+// As std::from_chars does, but for what is not finite.
+TEST(Numbers, AreReadAsTheyAlwaysWere) {
+    std::mt19937 random(1);
+    const std::string starts[] = {"", "-", "4.9e-32", "1.7976931348623157e30", "9"};
+    const std::string letters = "0123456789.eE+-xinf";
+    for (int i = 0; i < 100000; i++) {
+        std::string text = starts[random() % std::size(starts)];
+        while (random() % 5 != 0) text += letters[random() % letters.size()];
+        const char* first = text.data() + (text.size() > 1 && text.starts_with('+') &&
+                                           !text.starts_with("+-"));
+        const char* last = text.data() + text.size();
+        double value = 0.0;
+        const auto [end, error] = std::from_chars(first, last, value);
+        const bool isNumber = error == std::errc() && end == last && std::isfinite(value);
+        EXPECT_EQ(isNumber ? std::optional(value) : std::nullopt, parseNumber(text))
+            << text;
+    }
 }
 
 }  // namespace

@@ -270,16 +270,19 @@ class Planner(unittest.TestCase):
                 self.promises_hold("q.json")
                 books = Books(name("q.json"))
                 self.check_explanation(old)
-                page = name("page.html")
+                page, case = name("page.html"), list(books.cables())[-1]
+                asked = f"{books.names[1]}, {case[0]}", case[1], {1}
                 if "has no report" in kavril("report", name("q.json"), "--before", name("p.json"),
+                                             "--fail", books.names[1], "--fail", case[0],
                                              "-o", page, status=None):
                     continue
                 shown = json.loads(re.search(r"<script[^>]*>({.*?)</script>", page.read_text(), re.S)[1])
-                for part, own in ((shown, books), (shown["before"], old)):
+                self.assertEqual(len(shown["failures"]) - 1, shown["asked"])
+                for part, own, more in ((shown, books, [asked]), (shown["before"], old, [])):
                     self.assertEqual([lsp["path"] for lsp in own.primaries],
                                      [lsp["path"] for lsp in part["lsps"]])
                     for failure, (title, links, nodes) in zip(
-                            part["failures"], [*own.cables(), *own.nodes()], strict=True):
+                            part["failures"], [*own.cables(), *own.nodes(), *more], strict=True):
                         self.assertEqual(title, failure["name"])
                         self.assertEqual(set.union(*own.fail(links, nodes)[1:]),
                                          {own.primaries[at]["id"] for at, *_ in failure["lost"]})

@@ -2,6 +2,7 @@
 
     KAVRIL=build/release/bin/kavril python3 random_plans.py [PLANS [FIRST_SEED]]
 """
+import collections
 import json
 import random
 import sys
@@ -16,6 +17,7 @@ NETWORKS = [ABILENE] + [
         ["repetita/Abilene.graph", "repetita/Abilene.0001.demands"],
         ["repetita/Geant2012.graph", "repetita/Geant2012.0000.demands"])]
 CLASSES = ["", "--class voice:0:0.3,data:3:0.7", "--class a:1:0.2,b:2:0.3,b:6:0.5"]
+KINDS = ["none", "local", "global"]
 WEIGHTS = ["", "--weights squared-relative-load=1", "--weights fortz=1,load=0.1"]
 
 
@@ -24,10 +26,13 @@ def changes(books, dice):
     link = dice.randrange(len(books.links))
     a, b = (books.names[end] for end in books.links[link])
     capacity = books.plan["network"]["links"][link]["capacity"]
+    lsp = dice.choice(books.primaries or [{"id": 0}])["id"]
     return dice.choice([
+        ["--scale", str(dice.uniform(0.7, 1.4))], ["--scale", f"{lsp}={dice.uniform(0.5, 5)}"],
+        ["--level", f"{lsp}={dice.randrange(8)}"], ["--protection", dice.choice(KINDS)],
         ["--drain", f"{a} - {b}"], ["--drain", a], ["--without", f"{a} - {b}"],
         ["--capacity", f"{a} - {b}={capacity * dice.choice([0.3, 0.7, 3])}"],
-        ["--remove", str(dice.choice(books.primaries or [{"id": 0}])["id"])],
+        ["--remove", str(lsp)],
         ["--add", f"{a} > {dice.choice([n for n in books.names if n != a])}={capacity / 20}"]])
 
 
@@ -46,6 +51,51 @@ class RandomPlans(unittest.TestCase):
     def check(self, words):
         self.assertEqual([], Books(name("plan.json")).broken_promises()[:3], words)
         kavril("audit", name("plan.json"), "--quiet", "--failures", "links,cables,nodes")
+
+    def check_wish(self, before, words):
+        """Demands are as wanted; who need not move does not, and keeps its id."""
+        option, wish = words
+        after, (who, value) = Books(name("plan.json")), wish.rpartition("=")[::2]
+        for old, new in zip(before.demands, after.demands):
+            meant = not who or str(old["lsp"]) == who
+            factor = float(value) if option == "--scale" and meant else 1
+            level = int(value) if option == "--level" and meant else old["level"]
+            self.assertEqual((old["bandwidth"] * factor, level), (new["bandwidth"], new["level"]))
+        if option == "--protection":
+            self.assertEqual(wish, after.plan["configuration"]["protection"])
+            self.assertLessEqual({lsp["kind"] for lsp in after.plan["lsps"]}, {"primary", wish})
+        loads = collections.Counter()
+        for lsp in before.primaries:
+            for link in before.hops(lsp["path"]):
+                loads[link, lsp["trafficClass"]] += after.demands[lsp["demand"]]["bandwidth"]
+        for lsp in () if before.overloads(loads) else before.primaries:
+            self.assertEqual(lsp["path"], after.lsps[lsp["id"]]["path"], words)
+
+    def check_failure(self, dice):
+        """Same steps, same bytes; restored LSPs are on their ways, without loops."""
+        before = Books(name("plan.json"))
+        cases = dice.sample([*before.cables(), *before.nodes()], 2)
+        links, nodes = (set.union(*(case[at] for case in cases)) for at in (1, 2))
+        words = [word for case in cases for word in ("--fail", case[0])]
+        said = kavril("change", name("plan.json"), *words, "-o", name("f.json"), "--json")["failed"]
+        kavril("change", name("plan.json"), *words, "-o", name("g.json"))
+        self.assertEqual(name("f.json").read_bytes(), name("g.json").read_bytes())
+        after = Books(name("f.json"))
+        for demand in after.demands:
+            demand.pop("maxHops", None)  # the ways of backups may be longer
+        self.assertEqual([], after.broken_promises()[:3], words)
+        loads, lost, ends = before.fail(links, nodes)
+        down = links | {i for i, link in enumerate(before.links) if set(link) & nodes}
+        self.assertEqual((len(lost), len(ends)), (said["lost"]["lsps"], said["endsHere"]["lsps"]))
+        again = sum(lsp in after.lsps for lsp in lost)
+        self.assertEqual(again, said["placedAgain"]["lsps"])
+        for lsp in () if lost or before.overloads(loads) else before.primaries:
+            if lsp["id"] not in ends:
+                way = before.way(lsp, down)
+                path = [before.links[way[0]][0]]
+                for node in (before.links[link][1] for link in way):
+                    path = [*path[:path.index(node)], node] if node in path else [*path, node]
+                self.assertEqual(path, after.lsps[lsp["id"]]["path"], words)
 
     def test_promises_hold(self):
         for seed in range(FIRST, FIRST + PLANS):
@@ -67,9 +117,13 @@ class RandomPlans(unittest.TestCase):
                     step = ["improve", name("plan.json"), "--rounds", 1]
                 else:
                     step = ["change", name("plan.json"), *changes(Books(name("plan.json")), dice)]
+                before = Books(name("plan.json"))
                 kavril(*step, "-o", name("plan.json"), "--quiet")
                 words.append(step)
                 self.check(words)
+                if step[2] in ("--scale", "--level", "--protection"):
+                    self.check_wish(before, step[2:])
+            self.check_failure(dice)
 
 
 PLANS, FIRST = [int(word) for word in sys.argv[1:] + ["12", "1"][len(sys.argv) - 1:]]
