@@ -147,7 +147,11 @@ void addRoute(const Plan& plan, const std::string& text, Change* change) {
     std::vector<int> route;
     for (std::size_t at = 0; at <= nodes.size();) {
         const std::size_t comma = std::min(nodes.find(',', at), nodes.size());
-        route.push_back(nodeNamed(plan.network, nodes.substr(at, comma - at)));
+        const int node = nodeNamed(plan.network, nodes.substr(at, comma - at));
+        if (std::ranges::count(route, node) > 0)
+            throw UserError("--route: '" + nodes + "' comes by " +
+                            plan.network.nodes[node].name + " twice");
+        route.push_back(node);
         at = comma + 1;
     }
     for (std::size_t i = 0; i + 1 < route.size(); i++)
@@ -254,6 +258,11 @@ Protection protectionFrom(const std::string& text) {
     return kKinds[found];
 }
 
+void requireAdmission(const Plan& plan) {
+    if (plan.configuration.routing != Routing::ADMITTED)
+        throw UserError("the plan is a baseline, which is there to be compared with");
+}
+
 void lookAgain(Plan* plan, const Watch& watch, Taken* taken) {
     watch.start("checking the promises", promisedFailures(*plan).size());
     taken->takenBack += keepPromises(plan, watch.step);
@@ -261,6 +270,7 @@ void lookAgain(Plan* plan, const Watch& watch, Taken* taken) {
 
 void replanAfterAll(Plan* plan, const Steps& steps, const Watch& watch, Taken* taken) {
     if (!steps.replan || steps.fail.empty()) return;
+    requireAdmission(*plan);
     const FailureSet failed = caseNamed(*plan, steps.fail);
     watch.start("placing again", 0);
     taken->recovery = replan(plan, failed, watch.step);
@@ -334,6 +344,7 @@ Taken takeSteps(Plan* plan, const Steps& steps, const Watch& watch) {
 Taken takeSteps(Plan* plan, const Steps& steps, const Change& change,
                 const Watch& watch) {
     Taken taken;
+    requireAdmission(*plan);
     watch.start("changing", 0);
     applyChange(plan, change, watch.step);
     lookAgain(plan, watch, &taken);

@@ -68,7 +68,8 @@ struct Taken {
 };
 
 // Changes the plan, if they are a change, and replans it, if that is asked for, each with
-// a last look at what the plan promises.
+// a last look at what the plan promises. UserError for a baseline, besides those of the
+// steps; then the plan may be changed in part.
 Taken takeSteps(Plan* plan, const Steps& steps, const Watch& watch);
 // The same with a change that says more than the steps.
 Taken takeSteps(Plan* plan, const Steps& steps, const Change& change, const Watch& watch);
