@@ -22,7 +22,7 @@ TEST(Steps, StrangeOnesAreRefusedByName) {
         {R"({"protection": ["local"]})", "texts expected in \"protection\""},
         {R"({"replan": "yes"})", "true or false expected as \"replan\""}};
     for (const auto& [text, message] : cases)
-        EXPECT_THAT([&] { stepsFrom(nlohmann::json::parse(text)); },
+        EXPECT_THAT([text = text] { stepsFrom(nlohmann::json::parse(text)); },
                     testing::ThrowsMessage<UserError>(HasSubstr(message)));
     nlohmann::json many = {{"add", std::vector<std::string>(600, "a > b=1")}};
     EXPECT_EQ(600u, stepsFrom(many).add.size());
