@@ -1,10 +1,13 @@
 #include "audit/diff.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 #include <deque>
 #include <map>
 #include <numeric>
+#include <string_view>
 #include <tuple>
 
 #include "audit/audit_json.h"
@@ -15,16 +18,17 @@ using nlohmann::json;
 
 namespace {
 
-// One demand of a plan, by names.
+// One demand of a plan, by names, which are the plan's.
 struct State {
     const PlanDemand* demand = nullptr;
     const PlanLsp* lsp = nullptr;
-    std::vector<std::string> path;
+    std::vector<std::string_view> path;
     double stretch = 0.0;
 };
 
 // Name, ends, class, level, and a number among those with the same.
-using Key = std::tuple<std::string, std::string, std::string, std::string, int, int>;
+using Key = std::tuple<std::string_view, std::string_view, std::string_view,
+                       std::string_view, int, int>;
 constexpr std::size_t kLevel = 4;
 constexpr std::size_t kNumber = 5;
 
@@ -67,14 +71,15 @@ LspChange changeOf(const Key& key, const State& before, const State& after) {
     const auto& [name, src, dst, oa, level, number] = key;
     const State& known = after.demand != nullptr ? after : before;
     LspChange change;
-    change.demand = src + " > " + dst + (name.empty() ? "" : " (" + name + ")");
+    change.demand = fmt::format("{} > {}", src, dst);
+    if (!name.empty()) change.demand += fmt::format(" ({})", name);
     change.trafficClass = oa;
     change.level = level;
     change.bandwidth = known.demand->bandwidth;
     change.lspBefore = before.lsp == nullptr ? -1 : before.lsp->id;
     change.lspAfter = after.lsp == nullptr ? -1 : after.lsp->id;
-    change.before = before.path;
-    change.after = after.path;
+    change.before.assign(before.path.begin(), before.path.end());
+    change.after.assign(after.path.begin(), after.path.end());
     change.stretchBefore = before.stretch;
     change.stretchAfter = after.stretch;
     if (after.demand != nullptr)

@@ -19,12 +19,18 @@ class Reach {
     bool joins(int src, int dst);
 
   private:
+    std::vector<char> reached(int node, bool backwards) const;
+
     const Network& network_;
     std::vector<std::vector<int>> linksFrom_;  // by node
+    std::vector<std::vector<int>> linksInto_;
+    std::vector<int> byDegree_;  // nodes, the one with the most links first
     std::vector<char> linkDown_;
     std::vector<char> nodeDown_;
-    std::vector<int> seenBy_;  // by node, the search that came there last
-    int search_ = 0;
+    // By node: reached from the hub, and reaching it, which tells of nearly all pairs.
+    // The hub has the most links of those that are up. Empty until somebody asks.
+    std::vector<char> fromHub_;
+    std::vector<char> toHub_;
 };
 
 }  // namespace workbench
