@@ -21,6 +21,10 @@ bool grow(std::size_t pages) {
 
 }  // namespace
 
+// Called when there is no more. A module that can do nothing without may end the call
+// here.
+[[gnu::weak]] void memoryHasEnded() {}
+
 // malloc asks for whole pages. Memory grows by an eighth at least, if there is as much.
 extern "C" void* sbrk(std::intptr_t bytes) {
     static std::size_t used = nbPages();
@@ -29,6 +33,7 @@ extern "C" void* sbrk(std::intptr_t bytes) {
     if (needed > nbPages()) {
         const std::size_t missing = needed - nbPages();
         if (!grow(std::max(missing, nbPages() / 8)) && !grow(missing)) {
+            memoryHasEnded();
             errno = ENOMEM;
             return reinterpret_cast<void*>(-1);
         }

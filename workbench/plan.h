@@ -93,6 +93,7 @@ struct PlanDemand {
     std::vector<int> route = {};  // nodes that it must take; empty: any
     // What its primary keeps to and its backups do not: "colours", "delay", "hops".
     std::vector<std::string> beyond = {};
+    bool operator==(const PlanDemand&) const = default;
 };
 
 enum class LspKind { PRIMARY, LOCAL_BACKUP, GLOBAL_BACKUP };
@@ -109,6 +110,7 @@ struct PlanLsp {
     // Of a backup: the links and nodes of its primary whose failure it restores.
     std::vector<int> protectedLinks;
     std::vector<int> protectedNodes;
+    bool operator==(const PlanLsp&) const = default;
 };
 
 using LevelTable = std::array<double, kPlanLevels>;

@@ -231,10 +231,11 @@ void appendList(const char* name, const json& list, std::string* text) {
 // The parts of a plan as they are read, with messages that say where they stand.
 class PlanReader {
   public:
-    explicit PlanReader(const Source& source)
-        : file_(source.file), root_(parseWithLines(source)) {}
+    PlanReader(std::string file, json root)
+        : file_(std::move(file)), root_(std::move(root)) {}
 
-    Plan run() {
+    // All but LSPs and tables.
+    Plan readHead() {
         Plan plan;
         if (!root_.contains("format") || root_["format"] != kPlanFormat)
             fail(root_, "a plan, an object with \"format\": \"kavril-plan\"");
@@ -245,11 +246,16 @@ class PlanReader {
         if (root_.contains("failureSets")) readList("failureSets", &plan.failureSets);
         if (root_.contains("drained")) plan.drained = read<Drained>(root_["drained"]);
         readList("demands", &plan.demands);
-        readList("lsps", &plan.lsps);
-        readList("links", &plan.links);
         checkConfiguration(plan.configuration);
         checkFailureSets(plan);
         checkDemands(plan);
+        return plan;
+    }
+
+    Plan readAll() {
+        Plan plan = readHead();
+        readList("lsps", &plan.lsps);
+        readList("links", &plan.links);
         checkLsps(plan);
         checkTables(plan);
         // What stands in the file may be of before somebody edited it.
@@ -384,18 +390,33 @@ class PlanReader {
 
 }  // namespace
 
+json headOf(const Plan& plan) {
+    json head = {{"format", kPlanFormat},
+                 {"version", kPlanVersion},
+                 {"configuration", plan.configuration},
+                 {"network", toJson(plan.network)},
+                 {"demands", plan.demands}};
+    if (plan.drained != Drained()) head["drained"] = plan.drained;
+    if (!plan.failureSets.empty()) head["failureSets"] = plan.failureSets;
+    return head;
+}
+
 std::string planText(const Plan& plan) {
+    const json head = headOf(plan);
     std::string text = "{\"format\": \"" + std::string(kPlanFormat) +
                        "\",\n\"version\": " + std::to_string(kPlanVersion) +
-                       ",\n\"summary\": " + json(plan.summary).dump() +
-                       ",\n\"configuration\": " + json(plan.configuration).dump() +
-                       ",\n\"network\": " + toJson(plan.network).dump();
-    if (plan.drained != Drained()) text += ",\n\"drained\": " + json(plan.drained).dump();
-    if (!plan.failureSets.empty()) appendList("failureSets", plan.failureSets, &text);
-    appendList("demands", plan.demands, &text);
+                       ",\n\"summary\": " + json(plan.summary).dump();
+    for (const std::string name : {"configuration", "network", "drained"})
+        if (head.contains(name)) text += ",\n\"" + name + "\": " + head[name].dump();
+    for (const char* name : {"failureSets", "demands"})
+        if (head.contains(name)) appendList(name, head[name], &text);
     appendList("lsps", plan.lsps, &text);
     appendList("links", plan.links, &text);
     return text + "\n}\n";
+}
+
+Plan planFromHead(const json& head) {
+    return PlanReader("the plan", head).readHead();
 }
 
 Plan readPlan(const std::string& fileName) {
@@ -405,7 +426,7 @@ Plan readPlan(const std::string& fileName) {
     if (first == std::string::npos || source.text[first] != '{')
         throw InputError(fileName, first == std::string::npos ? 0 : 1,
                          "expected a plan, as kavril place writes it with -o");
-    return PlanReader(source).run();
+    return PlanReader(source.file, parseWithLines(source)).readAll();
 }
 
 json toJson(const Configuration& configuration) {

@@ -19,6 +19,13 @@ std::string planText(const Plan& plan);
 // of the file and the place in it, otherwise.
 Plan readPlan(const std::string& fileName);
 
+// The same without LSPs, tables and summary, and back, with the same checks.
+nlohmann::json headOf(const Plan& plan);
+Plan planFromHead(const nlohmann::json& head);
+
+void to_json(nlohmann::json& to, const FailureSet& from);
+void from_json(const nlohmann::json& from, FailureSet& to);
+
 nlohmann::json toJson(const Configuration& configuration);
 nlohmann::json toJson(const Summary& summary);
 nlohmann::json toJson(const PlanDemand& demand);

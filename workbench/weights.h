@@ -1,7 +1,7 @@
 // How the criteria of the path score count.
 #pragma once
 
-#include <vector>
+#include <array>
 
 namespace workbench {
 
@@ -22,6 +22,15 @@ struct WeightName {
     const char* name;
     double Weights::*weight;
 };
-extern const std::vector<WeightName> kWeightNames;
+inline constexpr std::array kWeightNames = {
+    WeightName{"fortz", &Weights::fortz},
+    WeightName{"load-balance", &Weights::loadBalance},
+    WeightName{"load", &Weights::load},
+    WeightName{"squared-load", &Weights::squaredLoad},
+    WeightName{"relative-load", &Weights::relativeLoad},
+    WeightName{"squared-relative-load", &Weights::squaredRelativeLoad},
+    WeightName{"delay", &Weights::delay},
+    WeightName{"rerouting", &Weights::rerouting},
+};
 
 }  // namespace workbench

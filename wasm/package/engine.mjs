@@ -45,11 +45,15 @@ export class Engine {
   #exports;
   #print;
 
-  /** print(bytes, stream) is given what the library writes to its standard streams, 1 and 2. */
-  constructor(module, print = () => {}) {
+  /**
+   * print(bytes, stream) is given what the library writes to its standard streams, 1 and 2.
+   * `more` has what a module imports besides.
+   */
+  constructor(module, print = () => {}, more = {}) {
     this.#print = print;
     const { exports } = new WebAssembly.Instance(module, {
       wasi_snapshot_preview1: this.#system(module),
+      ...more,
     });
     this.#exports = exports;
     exports._initialize();
@@ -88,9 +92,12 @@ export class Engine {
 
   /** The bytes that the last call has answered with, a copy. */
   answerBytes() {
-    const at = this.#unsigned("answer");
-    const { buffer } = this.#exports.memory;
-    return new Uint8Array(buffer.slice(at, at + this.#unsigned("answer_size")));
+    return this.bytes(this.#unsigned("answer"), this.#unsigned("answer_size"));
+  }
+
+  /** A copy of so many bytes of the memory. */
+  bytes(at, length) {
+    return new Uint8Array(this.#exports.memory.buffer.slice(at >>> 0, (at >>> 0) + length));
   }
 
   answer() {

@@ -12,17 +12,6 @@
 
 namespace workbench {
 
-const std::vector<WeightName> kWeightNames = {
-    {"fortz", &Weights::fortz},
-    {"load-balance", &Weights::loadBalance},
-    {"load", &Weights::load},
-    {"squared-load", &Weights::squaredLoad},
-    {"relative-load", &Weights::relativeLoad},
-    {"squared-relative-load", &Weights::squaredRelativeLoad},
-    {"delay", &Weights::delay},
-    {"rerouting", &Weights::rerouting},
-};
-
 const Choices<Protection> kProtections = {{"none", Protection::NONE},
                                           {"local", Protection::LOCAL},
                                           {"global", Protection::GLOBAL}};

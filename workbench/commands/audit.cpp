@@ -247,7 +247,7 @@ int auditPlan(const Options& options, const Shared& shared) {
     Plan plan = readPlan(options.plan);
     readSets(options.failures, &plan);
     const std::vector<FailureSet> failures =
-        options.fail.empty() ? failuresFor(options.failures, plan)
+        options.fail.empty() ? failuresFor(options.failures.wanted, plan)
                              : std::vector{failureNamed(plan, options.fail)};
     AuditResult result;
     {

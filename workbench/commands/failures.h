@@ -5,15 +5,14 @@
 #include <vector>
 
 #include "audit/audit.h"
+#include "audit/wanted_failures.h"
 #include "cli/progress.h"
 
 namespace workbench {
 
 struct FailureOptions {
-    std::vector<std::string> kinds;
+    WantedFailures wanted;
     std::string sets;  // file
-    std::vector<std::string> mtbf;
-    std::vector<std::string> mttr;
 };
 
 // --failures, --sets, --mtbf and --mttr.
@@ -21,9 +20,6 @@ void addFailureOptions(CLI::App& cmd, FailureOptions* options);
 
 // Adds the file's sets to those of the plan.
 void readSets(const FailureOptions& options, Plan* plan);
-
-// The failures of the kinds that are wanted, with what is known of their probabilities.
-std::vector<FailureSet> failuresFor(const FailureOptions& options, const Plan& plan);
 
 // What failures do, with their progress; without any named those of cables and nodes.
 AuditResult auditShown(const Plan& plan, const std::vector<FailureSet>& failures,

@@ -3,25 +3,9 @@
 #include <algorithm>
 #include <thread>
 
-#include "cli/error.h"
+#include "audit/wanted_failures.h"
 
 namespace workbench {
-
-FailureKind failureKindFrom(const std::string& text) {
-    for (const FailureKind kind :
-         {FailureKind::LINK, FailureKind::CABLE, FailureKind::NODE, FailureKind::GROUP,
-          FailureKind::PAIR, FailureKind::CUSTOM})
-        if (text == toText(kind) || text == toText(kind) + std::string("s")) return kind;
-    throw UserError(
-        "'" + text +
-        "' is no kind of failure: links, cables, nodes, groups, pairs, custom");
-}
-
-std::vector<FailureKind> failureKindsFrom(const std::vector<std::string>& texts) {
-    std::vector<FailureKind> kinds;
-    for (const std::string& text : texts) kinds.push_back(failureKindFrom(text));
-    return kinds;
-}
 
 void addMatrixArguments(CLI::App& cmd, std::string* network, std::string* demands) {
     cmd.add_option("NETWORK", *network, "Network file")->required();

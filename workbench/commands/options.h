@@ -8,10 +8,6 @@
 
 namespace workbench {
 
-// "cables" or "cable"; UserError for an unknown kind.
-FailureKind failureKindFrom(const std::string& text);
-std::vector<FailureKind> failureKindsFrom(const std::vector<std::string>& texts);
-
 // NETWORK [DEMANDS]: a network and the matrix that is placed in it.
 void addMatrixArguments(CLI::App& cmd, std::string* network, std::string* demands);
 

@@ -10,8 +10,11 @@
 #include "commands/commands.h"
 #include "commands/failures.h"
 #include "plan_json.h"
+#include "report/markup.h"
+#include "report/packed.h"
 #include "report/page.h"
-#include "report/page_data.h"
+#include "report/page_plan.h"
+#include "report/report_data.h"
 #include "report/sweep_data.h"
 #include "sweep/database.h"
 
@@ -34,35 +37,52 @@ void checkPageIsThere() {
             "(on Debian: apt-get install nodejs npm) and build again");
 }
 
-std::string filled(std::string_view empty, const std::string& data) {
-    const std::size_t mark = empty.find(kDataMark);
-    std::string page(empty.substr(0, mark));
-    page += data;
-    page += empty.substr(mark + kDataMark.size());
-    return page;
+void fill(std::string* page, std::string_view mark, const std::string& text) {
+    if (const std::size_t at = page->find(mark); at != page->npos)
+        page->replace(at, mark.size(), text);
 }
 
+// A plan, what failures do to it, and what its page's engine has to know.
+struct Reported {
+    Audited audited;
+    PagePlan page;
+};
+
 // With `fail` the last of the failures is that case.
-Audited audited(const std::string& file, const FailureOptions& options,
-                const std::vector<std::string>& fail, const Shared& shared) {
-    Audited one = {.file = std::filesystem::path(file).filename().string(),
-                   .plan = readPlan(file),
-                   .audit = {}};
-    readSets(options, &one.plan);
-    std::vector<FailureSet> failures = failuresFor(options, one.plan);
+Reported reported(const std::string& file, const FailureOptions& options,
+                  const std::vector<std::string>& fail, const Shared& shared) {
+    const Plan own = readPlan(file);
+    Plan plan = own;
+    readSets(options, &plan);
+    std::vector<FailureSet> sets = {
+        plan.failureSets.begin() + std::ssize(own.failureSets), plan.failureSets.end()};
+    std::vector<FailureSet> failures = failuresFor(options.wanted, plan);
+    int asked = -1;
     if (!fail.empty()) {
-        one.asked = static_cast<int>(failures.size());
-        failures.push_back(caseNamed(one.plan, fail));
+        asked = static_cast<int>(failures.size());
+        failures.push_back(caseNamed(plan, fail));
+        sets.push_back(failures.back());
     }
     Progress progress(shared, {{"failing"}});
-    one.audit = auditShown(one.plan, failures, &progress);
-    return one;
+    AuditResult audit = auditShown(plan, failures, &progress);
+    return {{std::filesystem::path(file).filename().string(), std::move(plan),
+             std::move(audit), asked},
+            {own, options.wanted, std::move(sets)}};
+}
+
+// What is not right with a plan is not for an engine to build on.
+std::string restFor(const Reported& now, const nlohmann::json& data) {
+    const AuditResult& audit = now.audited.audit;
+    if (!audit.problems.empty() || !audit.tables.differing.empty()) return "";
+    const nlohmann::json rest = restOf(now.page, data);
+    return rest.is_null() ? "" : packed(rest.dump());
 }
 
 int reportSweep(const ReportOptions& options, const Shared& shared) {
     if (!options.before.empty() || !options.fail.empty())
         throw UserError("--before and --fail go with a plan");
-    const std::string page = filled(kSweepPage, sweepPageData(options.plan));
+    std::string page(kSweepPage);
+    fill(&page, kDataMark, sweepPageData(options.plan));
     writeFile(options.output, page);
     if (options.output == "-") return 0;
     if (shared.json)
@@ -78,24 +98,29 @@ int reportSweep(const ReportOptions& options, const Shared& shared) {
 int report(const ReportOptions& options, const Shared& shared) {
     checkPageIsThere();
     if (isDatabase(options.plan)) return reportSweep(options, shared);
-    const Audited now = audited(options.plan, options.failures, options.fail, shared);
+    const Reported now = reported(options.plan, options.failures, options.fail, shared);
     std::optional<Audited> before;
     if (!options.before.empty())
-        before = audited(options.before, options.failures, {}, shared);
-    const std::string page =
-        filled(kReportPage, pageData(now, before ? &*before : nullptr));
+        before = reported(options.before, options.failures, {}, shared).audited;
+    const nlohmann::json data = reportData(now.audited, before ? &*before : nullptr);
+    std::string page(kReportPage);
+    // From the end on: no text that goes in can then be taken for a mark.
+    fill(&page, kRestMark, restFor(now, data));
+    fill(&page, kDataMark, withoutMarkup(data));
     writeFile(options.output, page);
     if (options.output == "-") return 0;
     if (shared.json)
-        fmt::print("{}\n", nlohmann::json({{"report", options.output},
-                                           {"bytes", page.size()},
-                                           {"failures", now.audit.failures.size()},
-                                           {"clean", now.audit.isClean()}})
-                               .dump(2));
+        fmt::print("{}\n",
+                   nlohmann::json({{"report", options.output},
+                                   {"bytes", page.size()},
+                                   {"failures", now.audited.audit.failures.size()},
+                                   {"clean", now.audited.audit.isClean()}})
+                       .dump(2));
     else
         fmt::print("{}: {} LSPs, {} failures, {:.1f} MB; open it in a browser\n",
-                   options.output, now.plan.summary.placed + now.plan.summary.replaced,
-                   now.audit.failures.size(), page.size() / 1e6);
+                   options.output,
+                   now.audited.plan.summary.placed + now.audited.plan.summary.replaced,
+                   now.audited.audit.failures.size(), page.size() / 1e6);
     return 0;
 }
 

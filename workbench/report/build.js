@@ -1,17 +1,21 @@
 // Bundles each page into one file and writes them as a C++ source.
 //
-//     node build.js OUT_DIR    writes OUT_DIR/page.html, OUT_DIR/sweep.html and OUT_DIR/page.cpp
+//     node build.js OUT_DIR [MODULE]    writes OUT_DIR/page.html, OUT_DIR/sweep.html and OUT_DIR/page.cpp
+//
+// MODULE is the engine as WebAssembly; without it reports have none.
 //
 // Each page ends with the notices of the packages in it, as their licences ask for. They are
 // in OUT_DIR/notices.txt, too, and the packages' names in OUT_DIR/bundled.json.
 //
 // Run it where the packages are installed, so that the source folder stays clean.
+import {createHash} from "node:crypto";
 import {mkdirSync, readdirSync, readFileSync, writeFileSync} from "node:fs";
 import {createRequire} from "node:module";
 import {dirname, join, resolve} from "node:path";
 import {fileURLToPath} from "node:url";
+import {gzipSync} from "node:zlib";
 
-const out = process.argv[2];
+const [out, engine] = process.argv.slice(2);
 const page = join(dirname(fileURLToPath(import.meta.url)), "page");
 const {buildSync} = createRequire(resolve("package.json"))("esbuild");
 
@@ -56,12 +60,20 @@ const PAGES = [
     {name: "kSweepPage", file: "sweep.html", body: "sweep.html", script: "sweep.js"},
 ];
 
-// The replacements are functions, for a bundle may hold "$&".
+const scriptOf = (entry) => bundle(entry).replaceAll("</script", "<\/script");
+
+// The replacements are functions, for a bundle may hold "$&". The page's policy lets the
+// bundle run and no other script: it is named by its hash.
 function bodyOf({body, script}) {
-    const code = bundle(script).replaceAll("</script", "<\\/script");
+    const code = scriptOf(script);
+    const hash = createHash("sha256").update(code).digest("base64");
     return readFileSync(join(page, body), "utf8")
+        .replace("SCRIPT-HASH", `sha256-${hash}`)
         .replace("/*STYLE*/", () => bundle("style.css"))
-        .replace("/*SCRIPT*/", () => code);
+        .replace("/*SCRIPT*/", () => code)
+        .replace("/*REST*/", (mark) => (engine ? mark : ""))
+        .replace("/*WORKER*/", () => (engine ? scriptOf("worker.js") : ""))
+        .replace("/*ENGINE*/", () => (engine ? gzipSync(readFileSync(engine), {level: 9}).toString("base64") : ""));
 }
 const bodies = PAGES.map(bodyOf);
 

@@ -9,7 +9,9 @@ namespace workbench {
 extern const std::string_view kReportPage;
 extern const std::string_view kSweepPage;
 
-// Stands in a page once, where the data belongs.
+// Stand in a page once, where the data belongs, and in a plan's where the rest of the
+// plan does (page_plan.h): only in pages with an engine.
 constexpr std::string_view kDataMark = "/*DATA*/";
+constexpr std::string_view kRestMark = "/*REST*/";
 
 }  // namespace workbench

@@ -10,8 +10,6 @@
 #include "audit/verdict.h"
 #include "graph/shortest.h"
 #include "plan_json.h"
-#include "report/layout.h"
-#include "report/markup.h"
 #include "report/reach.h"
 
 namespace workbench {
@@ -27,17 +25,18 @@ struct Positions {
     std::unordered_map<int, std::size_t> plan;  // by LSP id, in the plan
 };
 
-// Whole numbers of a unit that no screen resolves.
-json spotsOf(const std::vector<Point>& points) {
-    double unit = 0.0;
-    for (const Point& point : points)
-        unit = std::max({unit, std::abs(point.x), std::abs(point.y)});
-    if (unit <= 0.0) unit = 1.0;
-    json spots = json::array();
-    for (const Point& point : points)
-        spots.push_back(
-            {std::round(point.x / unit * 1e5), std::round(point.y / unit * 1e5)});
-    return spots;
+// A plan has its LSPs in the order of their ids, a primary before its backups.
+Positions positionsIn(const Plan& plan) {
+    Positions positions;
+    std::unordered_map<int, int> nbBackups;
+    for (const PlanLsp& lsp : plan.lsps) {
+        positions.plan[lsp.id] = positions.plan.size();
+        if (lsp.kind == LspKind::PRIMARY)
+            positions.primary[lsp.id] = static_cast<int>(positions.primary.size());
+        else if (positions.primary.contains(lsp.primary))
+            positions.backup[lsp.id] = nbBackups[lsp.primary]++;
+    }
+    return positions;
 }
 
 json nodesOf(const Plan& plan) {
@@ -45,16 +44,6 @@ json nodesOf(const Plan& plan) {
     for (const Node& node : plan.network.nodes) nodes.push_back({{"name", node.name}});
     for (const int node : plan.drained.nodes) nodes[node]["drained"] = true;
     return nodes;
-}
-
-// `spot` is left out where the file has no positions to speak of.
-void placeNodes(const Network& network, json* nodes) {
-    const json fromFile = spotsOf(placesFromFile(network));
-    const json computed = spotsOf(computedPlaces(network));
-    for (std::size_t i = 0; i < nodes->size(); i++) {
-        (*nodes)[i]["computed"] = computed[i];
-        if (!fromFile.empty()) (*nodes)[i]["spot"] = fromFile[i];
-    }
 }
 
 // What the LSPs book, whatever the plan's own tables say: so all figures of the page are
@@ -101,26 +90,21 @@ json backupOf(const PlanLsp& backup, const PlanLsp& primary) {
     return one;
 }
 
-// A plan has its LSPs in the order of their ids, a primary before its backups.
-json lspsOf(const Plan& plan, const AuditResult& audit, Positions* positions) {
+json lspsOf(const Plan& plan, const AuditResult& audit, const Positions& positions) {
     const std::vector<double> stretch = stretches(plan);
     const std::vector<double> up = availabilities(plan, audit);
     const bool isKnown = knowsProbabilities(audit);
     json lsps = json::array();
-    for (const PlanLsp& lsp : plan.lsps) {
-        positions->plan[lsp.id] = positions->plan.size();
+    for (std::size_t at = 0; at < plan.lsps.size(); at++) {
+        const PlanLsp& lsp = plan.lsps[at];
         if (lsp.kind == LspKind::PRIMARY) {
-            positions->primary[lsp.id] = static_cast<int>(lsps.size());
-            const std::size_t at = positions->plan.at(lsp.id);
             lsps.push_back(primaryOf(lsp, stretch[at], plan));
             if (isKnown) lsps.back()["up"] = up[at];
-            continue;
+        } else if (const auto primary = positions.primary.find(lsp.primary);
+                   primary != positions.primary.end()) {
+            lsps[primary->second]["backups"].push_back(
+                backupOf(lsp, plan.lsps[positions.plan.at(lsp.primary)]));
         }
-        const auto primary = positions->primary.find(lsp.primary);
-        if (primary == positions->primary.end()) continue;
-        json& backups = lsps[primary->second]["backups"];
-        positions->backup[lsp.id] = static_cast<int>(backups.size());
-        backups.push_back(backupOf(lsp, plan.lsps[positions->plan.at(lsp.primary)]));
     }
     return lsps;
 }
@@ -250,10 +234,12 @@ json notPlacedOf(const Plan& plan) {
     return demands;
 }
 
-// What has become of each LSP, by its position in both plans, null where it is not up.
-// Which LSPs of two plans are the same is for compareLsps to say.
-json changesOf(const LspChanges& changes, const Positions& before,
-               const Positions& after) {
+}  // namespace
+
+json changesOf(const Plan& planBefore, const Plan& planAfter) {
+    const LspChanges changes = compareLsps(planBefore, planAfter);
+    const Positions before = positionsIn(planBefore);
+    const Positions after = positionsIn(planAfter);
     const std::pair<const char*, const std::vector<LspChange>&> kinds[] = {
         {"moved", changes.moved},
         {"gained", changes.gained},
@@ -278,9 +264,9 @@ json changesOf(const LspChanges& changes, const Positions& before,
     return all;
 }
 
-// All but where the nodes are drawn.
-json planData(const Audited& one, Positions* positions) {
+json planData(const Audited& one) {
     const auto& [file, plan, audit, asked] = one;
+    const Positions positions = positionsIn(plan);
     Reasons reasons;
     json data = {{"title", plan.network.name},
                  {"version", KAVRIL_VERSION},
@@ -298,28 +284,11 @@ json planData(const Audited& one, Positions* positions) {
     data["failures"] = json::array();
     Reach reach(plan.network);
     for (const Failure& failure : audit.failures)
-        data["failures"].push_back(
-            failureOf(failure, plan, *positions, &reach, &reasons));
+        data["failures"].push_back(failureOf(failure, plan, positions, &reach, &reasons));
     if (asked >= 0) data["asked"] = asked;
     data["reasons"] = reasons.list();
     data["worst"] = worstOf(plan, audit);
     return data;
-}
-
-}  // namespace
-
-std::string pageData(const Audited& now, const Audited* before) {
-    Positions positions;
-    json data = planData(now, &positions);
-    placeNodes(now.plan.network, &data["nodes"]);
-    if (before != nullptr) {
-        Positions earlier;
-        data["before"] = planData(*before, &earlier);
-        data["before"]["file"] = before->file;
-        data["changes"] =
-            changesOf(compareLsps(before->plan, now.plan), earlier, positions);
-    }
-    return withoutMarkup(data);
 }
 
 }  // namespace workbench

@@ -7,10 +7,10 @@
 #include <filesystem>
 #include <set>
 
+#include "audit/wanted_failures.h"
 #include "cli/error.h"
 #include "cli/file.h"
 #include "cli/shared.h"
-#include "commands/options.h"
 #include "formats/json_lines.h"
 #include "formats/units.h"
 
