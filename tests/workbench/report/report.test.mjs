@@ -9,6 +9,7 @@ import {tmpdir} from "node:os";
 import {join} from "node:path";
 import {after, afterEach, before, beforeEach, describe, test} from "node:test";
 import {pathToFileURL} from "node:url";
+import {commandsOf} from "../../../workbench/report/page/whatif/commands.js";
 import {demandsOf, ringNetwork} from "./networks.mjs";
 
 const {KAVRIL, CHROMIUM, MODULES} = process.env;
@@ -60,7 +61,7 @@ afterEach(async () => {
     await page?.close();
     page = undefined;
     assert.deepEqual(errors, []);
-    const outside = requests.filter((url) => !url.startsWith("file:") && !url.startsWith("data:"));
+    const outside = requests.filter((url) => !/^(file|data|blob):/.test(url));
     assert.deepEqual(outside, []);
 });
 
@@ -84,6 +85,12 @@ function loadsAfter(plan, failure) {
     }
     return loads;
 }
+
+// Controls that a screen reader has no words for.
+const nameless = () => page.evaluate(() =>
+    [...document.querySelectorAll("button, select, input, [tabindex='0']")]
+        .filter((element) => !element.textContent.trim() && !element.ariaLabel && !element.labels?.length)
+        .map((element) => element.outerHTML));
 
 const keyOf = (failure) => `${failure.kind}:${failure.name}`;
 const goTo = (hash) => page.evaluate((hash) => { location.hash = hash; }, hash);
@@ -205,11 +212,7 @@ describe("a ring of twelve nodes with local protection in two classes", () => {
     });
 
     test("the keyboard reaches everything, and everything has a name", async () => {
-        const nameless = await page.evaluate(() =>
-            [...document.querySelectorAll("button, select, input, [tabindex='0']")]
-                .filter((element) => !element.innerText?.trim() && !element.ariaLabel && !element.labels?.length)
-                .map((element) => element.outerHTML));
-        assert.deepEqual(nameless, []);
+        assert.deepEqual(await nameless(), []);
         await page.focus("#map");
         const x = () => page.locator("#map circle").first().getAttribute("cx").then(Number);
         const before = await x();
@@ -326,6 +329,111 @@ test("a sweep shows what is in its results", async () => {
     await page.locator("#measure").selectOption("carried");
     assert.match(await text("#heat .plot"), /figure of whole plans/);
     assert.deepEqual([errors, requests.filter((url) => !/^(file|data):/.test(url))], [[], []]);
+});
+
+test("a shell takes the commands of a what-if apart into the words that went in", () => {
+    const words = ["Koeln", "it's", "-x > y", "$(id) \"`\\", "=cat=2G", "~", "two\nlines"];
+    const lines = commandsOf([...words.map((word) => `drain:${word}`), "protection:local", ...words.map((word) => `fail:${word}`), "replan"]);
+    const said = spawnSync("sh", ["-c", `kavril() { printf '%s\\0' "$@"; }; ${lines}`], {encoding: "utf8"}).stdout.split("\0");
+    const options = (name) => words.flatMap((word) => (word.startsWith("-") ? [`--${name}=${word}`] : [`--${name}`, word]));
+    assert.deepEqual(said.slice(0, said.indexOf("-o")),
+        ["change", "plan.json", ...options("drain"), "--protection", "local", ...options("fail")]);
+    assert.equal(commandsOf(["fail:A - B", "fail:C"]), "kavril report plan.json --fail 'A - B' --fail C -o report.html");
+});
+
+describe("what if", () => {
+    const html = () => readFileSync(join(folder, "if.html"), "utf8");
+    const answered = (pattern) => page.waitForFunction((text) =>
+        new RegExp(text).test(document.querySelector("#whatif .status")?.textContent), pattern.source);
+    const stepsShown = () => page.locator("#steps li > span").allInnerTexts();
+    const hashOf = (...steps) => "#" + steps.map((step) => `do=${encodeURIComponent(step)}`).join("&");
+    const NAME = "<b>it's \u00d6</b>";
+    let hasEngine, plan;
+
+    before(() => {
+        const network = ringNetwork(9);
+        network.nodes[2].name = NAME;
+        plan = makeReport("if", network, demandsOf(network, 60, 30), "--protection", "local");
+        hasEngine = /id="engine"[^>]*>[^<]/.test(html());
+    });
+
+    test("is asked, taken back and done again with the keyboard alone", async (t) => {
+        if (!hasEngine) return t.skip("built without the engine");
+        await openReport("if");
+        const press = async (...keys) => { for (const key of keys) await page.keyboard.press(key); };
+        const before = await text("#figures");
+        await page.focus("#ask");
+        await press("Enter");
+        assert.equal(await page.evaluate(() => document.activeElement.id), "whatifTitle");
+        assert.deepEqual(await nameless(), []);
+        await page.focus("#pickThing");
+        await page.keyboard.type(NAME);
+        await press("Enter");
+        while (await page.evaluate(() => document.activeElement.textContent) !== "Drain") await press("Tab");
+        await press("Enter");
+        await answered(/lost/);
+        assert.equal(await page.evaluate(() => document.activeElement.textContent), "Drain");
+        assert.deepEqual(await stepsShown(), [`${NAME} is drained`]);
+        assert.equal(await page.locator("#map .nodes .drained").count(), 1);
+        assert.notEqual(await text("#figures"), before);
+        assert.ok(page.url().includes(hashOf(`drain:${NAME}`).replaceAll("'", "%27")) || page.url().includes(hashOf(`drain:${NAME}`)));
+        await press("Shift+Tab", "Enter");
+        await answered(/hits no LSP/);
+        assert.deepEqual(await stepsShown(), [`${NAME} is drained`, `${NAME} fails`]);
+        await press("Control+z", "Control+z");
+        await page.waitForSelector("#sign", {state: "hidden"});
+        assert.equal(await text("#figures"), before);
+        await press("Control+Shift+z");
+        await answered(/lost/);
+        const [file] = await Promise.all([page.waitForEvent("download"), page.click("text=Download the changed plan")]);
+        kavril("change", "if.json", "--drain", NAME, "-o", "changed.json", "--quiet");
+        assert.equal(readFileSync(await file.path(), "utf8"), readFileSync(join(folder, "changed.json"), "utf8"));
+        await page.click("#whatif button:text-is('Leave')");
+        await page.waitForSelector("#sign", {state: "hidden"});
+        assert.equal(await page.evaluate(() => document.activeElement.id), "ask");
+    });
+
+    test("an address asks again; one that anybody wrote does no harm", async (t) => {
+        if (!hasEngine) return t.skip("built without the engine");
+        const address = hashOf("fail:node 0 - node 1", "add:node 3 > node 5=20", "replan");
+        await openReport("if");
+        await goTo(address);
+        await answered(/gained/);
+        const shown = await text("main");
+        await page.reload();
+        await answered(/gained/);
+        assert.equal(await text("main"), shown);
+        for (const hash of ["do=drain:<img src=x onerror=alert(1)>", "do=capacity:=", "do=%E0%A4%A&do=__proto__:1&do=scale:1e999", "do=add:%00%FF>=:", `do=fail:${"x".repeat(3000)}`]) {
+            await goTo(hash);
+            await page.waitForFunction(() => [...document.querySelectorAll("#whatif [role=alert]")].some((one) => one.textContent));
+            assert.equal(await page.locator("#whatif img").count(), 0);
+        }
+        await goTo(`do=drain:${"x".repeat(5000)}&do=constructor:1&do=&do=replan`);
+        await page.waitForSelector("#sign", {state: "hidden"});
+        assert.deepEqual(await stepsShown(), []);
+        await goTo("do=drain:nowhere&do=drain:node 4");
+        await page.locator("#steps [role=alert]").waitFor();
+        await page.click("#steps li:has([role=alert]) [aria-label^=Change]");
+        await page.locator("#steps input").fill("node 5");
+        await page.keyboard.press("Enter");
+        await answered(/moved/);
+        assert.deepEqual(await stepsShown(), ["node 5 is drained", "node 4 is drained"]);
+    });
+
+    test("a page without an engine is the report, and says so when asked", async () => {
+        writeFileSync(join(folder, "plain.html"), html().replace(/(id="engine"[^>]*>)[^<]*/, "$1"));
+        await openReport("plain");
+        assert.ok(await page.isHidden("#ask"));
+        assert.ok(await page.isHidden("#whatif"));
+        await goTo("do=drain:node 4");
+        await page.waitForSelector("#whatif:has-text('without the engine')");
+        assert.equal(await text("#tab-lsps"), `LSPs (${plan.lsps.filter((lsp) => lsp.kind === "primary").length})`);
+        if (!hasEngine) return;
+        await page.addInitScript(() => { delete globalThis.DecompressionStream; });
+        await page.goto(pathToFileURL(join(folder, "if.html")).href);
+        await page.click("#ask");
+        assert.match(await text("#whatif"), /This browser has no decompression/);
+    });
 });
 
 describe("other plans", () => {

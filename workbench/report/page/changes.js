@@ -25,8 +25,24 @@ const FIGURES = [
     ["Failures that overload a link", ({failures}) => count(failures.filter((d) => d.overloads.length).length)],
 ];
 
-export function showChanges(box, model) {
-    add(box, "h3", null, `Since ${model.before.file}`);
+// Whom a what-if changes, and to what; a report of two plans has a table of it below.
+function showChanged(box, model, change) {
+    add(box, "h3", null, "LSPs that change");
+    subtable(box, {
+        caption: "LSPs that change", rows: model.changes, pageSize: 8, file: `${model.title} what if`,
+        filters: [{label: "All changes", options: CHANGES.map((name) => ({name, test: (d) => d.what.includes(name)}))}],
+        columns: [
+            {...number("LSP", (d) => d.of.id), pick: ({lsp}) => lsp && change({lsp})},
+            {name: "Ends", value: (d) => d.of.name},
+            bandwidth("Bandwidth", (d) => d.of.bw),
+            {name: "Change", value: (d) => d.what.join(", ")},
+            {name: "Now", value: (d) => (d.lsp ? briefHops(model, d.lsp.path) : d.why)},
+        ],
+    });
+}
+
+export function showChanges(box, model, change) {
+    add(box, "h3", null, model.isWhatIf ? "What if, against the plan" : `Since ${model.before.file}`);
     const counts = CHANGES.map((name) => [name, model.changes.filter((d) => d.what.includes(name)).length]).filter(([, n]) => n);
     add(box, "p", null, counts.length ? `LSPs: ${counts.map(([name, n]) => `${count(n)} ${name}`).join(", ")}.` : "No LSP has changed.");
     subtable(box, {
@@ -38,6 +54,7 @@ export function showChanges(box, model) {
             {name: "After", value: (d) => d.after},
         ],
     });
+    if (model.isWhatIf && model.changes.length) showChanged(box, model, change);
 }
 
 export function changeTable(model, change) {
@@ -59,6 +76,7 @@ export function changeTable(model, change) {
             stretch("Stretch before", (d) => d.former?.stretch),
             {name: "After", value: (d) => way(model, d.lsp)},
             stretch("Stretch", (d) => d.lsp?.stretch),
+            ...(model.isWhatIf ? [{name: "Why", value: (d) => d.why}] : []),
         ],
     };
 }

@@ -50,14 +50,18 @@ function highestBin(shares, end, bins) {
     return max(counts);
 }
 
-export function drawDistribution(box, model, oa, width) {
+// In pieces, see slices.js.
+export function* drawDistribution(box, model, oa, width) {
     box.replaceChildren();
     const links = model.links.filter((link) => (oa >= 0 ? link.cap[oa] : link.capacityTotal) > 0);
     const kinds = KINDS.map((kind) => ({kind, shares: links.map((link) => shareOf(link, kind.loads(link), oa))}));
     const end = endOf(max(kinds.flatMap((d) => d.shares)) ?? 0);
     const bins = binsFor(links.length);
     const top = max(kinds, (d) => highestBin(d.shares, end, bins));
-    for (const {kind, shares} of kinds) drawHistogram(box, kind, shares, {end, bins, top, width});
+    for (const {kind, shares} of kinds) {
+        drawHistogram(box, kind, shares, {end, bins, top, width});
+        yield;
+    }
     add(box, "p", "help", `${plural(links.length, "link")}${oa < 0 && model.classes.length > 1 ? ", each by its fullest class" : ""}; `
         + "across: share of the capacity; up: links, as a square root; dashed: 95th percentile.");
 }

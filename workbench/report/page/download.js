@@ -13,8 +13,8 @@ export function csvOf(columns, rows) {
     return "\ufeff" + lines.map((line) => line.map(cell).join(",") + "\r\n").join("");
 }
 
-export function download(name, text) {
-    const url = URL.createObjectURL(new Blob([text], {type: "text/csv"}));
+export function download(name, text, type = "text/csv") {
+    const url = URL.createObjectURL(new Blob([text], {type}));
     const link = document.createElement("a");
     link.href = url;
     link.download = name;

@@ -1,4 +1,5 @@
 // What a failure does to the links, from the audit's outcome of every LSP that it hits.
+import {atOnce} from "./slices.js";
 
 // The links that an LSP's traffic takes over backups, in the order in which it meets them.
 // A backup leaves the primary at its first node and joins it again at its last.
@@ -16,6 +17,11 @@ export function linksInUse(lsp, backups) {
 
 // The links that carry something else while the failure lasts: a map to their loads by class.
 export function changedLoads(failure) {
+    return failure.changed ??= atOnce(countLoads(failure));
+}
+
+// The same in pieces, see slices.js: a failure in a large network hits thousands of LSPs.
+export function* countLoads(failure) {
     const changed = new Map();
     const book = (links, {class: of, bw}, sign) => {
         for (const link of links) {
@@ -27,6 +33,7 @@ export function changedLoads(failure) {
     for (const {lsp, backups} of failure.restored) {
         book(lsp.links, lsp, -1);
         book(linksInUse(lsp, backups), lsp, 1);
+        yield;
     }
     for (const {lsp} of failure.lost) book(lsp.links, lsp, -1);
     for (const link of failure.down) changed.set(link, link.primary.map(() => 0));

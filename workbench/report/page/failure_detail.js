@@ -34,7 +34,9 @@ function causesOf(failure) {
     }).join(", ");
 }
 
-const isOutcome = (name) => (d) => d.outcome.startsWith(name);
+// There are thousands of them; what is not on show is not put into words.
+const wordsOf = ({outcome, text}) => (outcome === "lost" ? `lost: ${text()}` : `restored over ${text()}`);
+const isOutcome = (name) => (d) => d.outcome === name;
 
 export function showFailure(box, model, {failure}, change) {
     heading(box, `Failure of ${failure.kind}`, failure.name);
@@ -53,12 +55,12 @@ export function showFailure(box, model, {failure}, change) {
     for (const load of failure.overloads.slice(0, 5)) loadLine(box, model, "Overloaded: ", load, change);
     if (failure.overloads.length > 5) add(box, "p", null, `and ${count(failure.overloads.length - 5)} more.`);
     const rows = [
-        ...failure.lost.map(({lsp, reason}) => ({lsp, outcome: `lost: ${reason}`})),
+        ...failure.lost.map(({lsp, reason}) => ({lsp, outcome: "lost", text: () => reason})),
         ...failure.restored.map(({lsp, backups}) =>
-            ({lsp, outcome: `restored over ${backups.map((d) => briefHops(model, d.path)).join(", then ")}`})),
+            ({lsp, outcome: "restored", text: () => backups.map((d) => briefHops(model, d.path)).join(", then ")})),
     ];
     if (!rows.length) return;
     lspTable(box, model, `LSPs after the failure of ${failure.name}`, rows, change,
-        [{name: "Outcome", value: (d) => d.outcome}],
+        [{name: "Outcome", value: wordsOf}],
         [{label: "Lost and restored", options: [{name: "lost", test: isOutcome("lost")}, {name: "restored", test: isOutcome("restored")}]}]);
 }

@@ -1,7 +1,7 @@
 // The headline: does the traffic get through, and does it survive what may fail? All is
 // counted from the LSPs and links themselves.
 import {max, mean, sum} from "d3";
-import {brief, count, percent, plural, precise} from "./format.js";
+import {brief, count, percent, plural, points, precise} from "./format.js";
 import {ratio} from "./model.js";
 
 // Links of a drained node go without saying.
@@ -31,12 +31,14 @@ export function settingsOf({configuration, version}) {
         + `scaled by ${scale}, ${preempt ? "with" : "without"} preemption; weights of the score: ${weighted || "none"}.`;
 }
 
+const rated = (share, show = percent) => ({share, value: show(share)});
+
 const bandwidthOf = (list) => sum(list, (d) => d.bw);
 
 function carried({lsps, notPlaced}) {
     const [up, all] = [bandwidthOf(lsps), bandwidthOf(lsps) + bandwidthOf(notPlaced)];
     return {
-        name: "Bandwidth carried", value: percent(ratio(up, all)), bad: notPlaced.length > 0,
+        name: "Bandwidth carried", ...rated(ratio(up, all)), bad: notPlaced.length > 0,
         note: `${brief(up)} of ${brief(all)}; ${count(notPlaced.length)} of ${plural(lsps.length + notPlaced.length, "request")} not placed`,
     };
 }
@@ -45,7 +47,7 @@ function safe({lsps}) {
     const surviving = lsps.filter((d) => !d.fatal.length);
     const bare = lsps.filter((d) => !d.backups.length).length;
     return {
-        name: "Survives any failure", value: percent(ratio(bandwidthOf(surviving), bandwidthOf(lsps))), bad: surviving.length < lsps.length,
+        name: "Survives any failure", ...rated(ratio(bandwidthOf(surviving), bandwidthOf(lsps))), bad: surviving.length < lsps.length,
         note: surviving.length < lsps.length
             ? `${plural(lsps.length - surviving.length, "LSP")} lost in some; ${count(bare)} without a backup` : "every LSP, unless its ends fail",
     };
@@ -57,16 +59,16 @@ export const gravestOf = ({failures}) =>
 function gravest(model) {
     const failure = gravestOf(model);
     const total = bandwidthOf(model.lsps);
-    if (!failure) return {name: "Lost at worst", value: "nothing", note: `in any of ${plural(model.failures.length, "failure")}; ends at failed nodes do not count`};
+    if (!failure) return {name: "Lost at worst", share: 0, value: "nothing", note: `in any of ${plural(model.failures.length, "failure")}; ends at failed nodes do not count`};
     return {
-        name: "Lost at worst", value: percent(ratio(failure.preventable + failure.lostCutOff, total)), bad: true,
+        name: "Lost at worst", ...rated(ratio(failure.preventable + failure.lostCutOff, total)), bad: true,
         note: `${failure.kind} ${failure.name}`, change: {failure},
     };
 }
 
 function available({lots}) {
     return {
-        name: "Available", value: precise(lots.all.up), bad: false,
+        name: "Available", ...rated(lots.all.up, precise), bad: false,
         note: `of the time, on the average of the bandwidth; the worst LSP ${precise(lots.all.lowest)}`,
     };
 }
@@ -83,7 +85,7 @@ function overloads({failures, links}) {
     const over = failures.filter((d) => d.overloads.length).length;
     const worst = links.reduce((a, b) => (b.worst.share > a.worst.share ? b : a), links[0]);
     return {
-        name: "Worst load of a link", value: percent(worst?.worst.share ?? 0), bad: over > 0 || (worst?.worst.share ?? 0) > 1 + 1e-9,
+        name: "Worst load of a link", ...rated(worst?.worst.share ?? 0), bad: over > 0 || (worst?.worst.share ?? 0) > 1 + 1e-9,
         note: over ? `${count(over)} of ${plural(failures.length, "failure")} overload a link` : `no failure of ${count(failures.length)} overloads a link`,
         change: worst && {link: worst, failure: worst.worst.failure},
     };
@@ -91,7 +93,7 @@ function overloads({failures, links}) {
 
 function reserved({links}) {
     return {
-        name: "Reserved, mean", value: percent(mean(links, (d) => d.share) ?? 0),
+        name: "Reserved, mean", ...rated(mean(links, (d) => d.share) ?? 0),
         note: `of the links; in use ${percent(mean(links, (d) => d.primaryShare) ?? 0)}; fullest ${percent(max(links, (d) => d.share) ?? 0)}`,
     };
 }
@@ -101,7 +103,7 @@ function sharing({links, lsps}) {
     const dedicated = sum(lsps, (lsp) => sum(lsp.backups, (d) => d.links.length * lsp.bw));
     if (!dedicated) return null;
     return {
-        name: "Saved by sharing", value: percent(1 - ratio(shared, dedicated)),
+        name: "Saved by sharing", ...rated(1 - ratio(shared, dedicated)),
         note: `backups take ${brief(shared)}, not ${brief(dedicated)}`,
     };
 }
@@ -117,4 +119,11 @@ function checked({audit}) {
 export function figuresOf(model) {
     return [carried, safe, gravest, overloads, model.knowsAvailability ? available : restored, reserved, sharing, checked]
         .map((of) => of(model)).filter(Boolean);
+}
+
+// Of a figure that was another one before.
+export function differenceOf(before, {share, value}) {
+    if (before.value === value) return "as before";
+    const isCounted = Number.isFinite(share) && Number.isFinite(before.share);
+    return `before ${before.value}${isCounted ? ` (${points(share - before.share)})` : ""}`;
 }

@@ -17,6 +17,12 @@ export const stretchText = (x) => (x < Infinity ? x.toFixed(2) : "n/a");
 export const precise = (share) => format(".4f")(100 * share) + "\u00a0%";
 export const plural = (n, noun, nouns = noun + "s") => `${whole(n)} ${n === 1 ? noun : nouns}`;
 
+// A difference of shares.
+export function points(change) {
+    const size = Math.abs(100 * change);
+    return `${change < 0 ? "\u2212" : "+"}${format(size < 0.1 ? ".2~r" : ".1f")(size)} points`;
+}
+
 // Appends an element and hands back its selection.
 export function add(parent, tag, className, text) {
     const element = select(parent.node?.() ?? parent).append(tag);

@@ -1,148 +1,24 @@
 // The map: every directed link on the right-hand side of its direction. Positions are
 // worked out in pixels on every move, so lines, names and symbols keep their size when the
-// map is zoomed. Links of one look are one path: thousands of them stay quick.
-import {extent, group, median, pointer, zoom, zoomIdentity} from "d3";
+// map is zoomed.
+import {pointer, zoom, zoomIdentity} from "d3";
+import {makeDrawing} from "./drawing.js";
 import {add, percent} from "./format.js";
-import {MARK, placeNames} from "./labels.js";
 import {CHANGES} from "./scale.js";
 
-const MARGIN = 30;
-const REACH = 8;  // pixels around a link or node that count as on it
-const LANE = 4;   // between a primary and a backup on the same link
-
-// How large nodes and lines may be: as the space between neighbours allows before zooming.
-function sizesFor(spacing) {
-    const room = Math.max(0, Math.min(1, (spacing - 8) / 52));
-    return {radius: 1.5 + 3 * room, gap: 0.3 + 0.9 * room, stretch: 0.6 + 0.4 * room};
-}
-
-export function makeMap(svg, tip, model, pick) {
-    const scene = svg.append("g");
-    const [halo, links, overlay, nodes, names, marks] =
-        ["halo", "links", "overlay", "nodes", "names", "marks"].map((name) => scene.append("g").attr("class", name));
-    const degree = model.nodes.map(() => 0);
-    for (const link of model.links) degree[link.from.ind]++;
-    const byDegree = [...model.nodes].sort((a, b) => degree[b.ind] - degree[a.ind]);
-
-    let size = {width: 640, height: 440};
-    let transform = zoomIdentity;
-    let computed = !model.nodes.every((node) => node.spot);
-    let sizes = sizesFor(60);
+export function makeMap(svg, tip, first, pick) {
+    const stage = {
+        size: {width: 640, height: 440}, transform: zoomIdentity, isComputed: !first.nodes.every((node) => node.spot),
+    };
+    let drawing = makeDrawing(first, stage);
     let view = null;
+    svg.node().append(drawing.scene);
 
-    function place() {
-        const spots = model.nodes.map((node) => (computed ? node.computed : node.spot));
-        const [left, right] = extent(spots, (d) => d[0]);
-        const [top, bottom] = extent(spots, (d) => d[1]);
-        const unit = Math.min(
-            (size.width - 2 * MARGIN) / (right - left || 1),
-            (size.height - 2 * MARGIN) / (bottom - top || 1),
-        );
-        for (const node of model.nodes) {
-            const [x, y] = spots[node.ind];
-            node.px = transform.applyX(size.width / 2 + (x - (left + right) / 2) * unit);
-            node.py = transform.applyY(size.height / 2 + (y - (top + bottom) / 2) * unit);
-        }
-        const lengths = model.links.map(({from, to}) => Math.hypot(to.px - from.px, to.py - from.py));
-        sizes = sizesFor((median(lengths) ?? 60) / transform.k);
-    }
-
-    // The link moved to the right by `offset`, as [x1, y1, x2, y2].
-    function segment(link, offset) {
-        const dx = link.to.px - link.from.px;
-        const dy = link.to.py - link.from.py;
-        const length = Math.hypot(dx, dy) || 1;
-        const [ox, oy] = [(-dy / length) * offset, (dx / length) * offset];
-        return [link.from.px + ox, link.from.py + oy, link.to.px + ox, link.to.py + oy];
-    }
-
-    function line(link, width, lane = 0) {
-        const [x1, y1, x2, y2] = segment(link, sizes.gap + width / 2 + lane);
-        return `M${x1.toFixed(1)},${y1.toFixed(1)}L${x2.toFixed(1)},${y2.toFixed(1)}`;
-    }
-
-    function lookOf(link) {
-        if (view.failed.has(link)) return {kind: "failed", rank: 100, width: 1.5};
-        if (link.drained) return {kind: "drained", rank: -2, width: 1};
-        const value = view.shares[link.ind];
-        const shown = view.over ? Math.abs(value) >= view.over : true;
-        if (!shown) return {kind: "below", rank: -1, width: 0.7};
-        const width = view.scale.widthOf(value) * sizes.stretch;
-        const isFaint = view.strong && !view.strong.has(link);
-        return {kind: view.scale.classOf(value) + (isFaint ? " faint" : ""), rank: (isFaint ? 0 : 50) + width, width};
-    }
-
-    // The widest last, over the others.
-    function drawLinks() {
-        const looks = [...group(model.links.map((link) => ({link, ...lookOf(link)})), (d) => d.kind)]
-            .map(([kind, all]) => ({kind, all, width: all[0].width, rank: all[0].rank}))
-            .sort((a, b) => a.rank - b.rank);
-        links.selectAll("path").data(looks).join("path")
-            .attr("class", (d) => d.kind)
-            .attr("stroke-width", (d) => d.width.toFixed(2))
-            .attr("d", (d) => d.all.map(({link}) => line(link, d.width)).join(""));
-        const picked = view.picked.filter((d) => d.from);
-        halo.selectAll("path").data(picked).join("path").attr("d", (d) => line(d, lookOf(d).width));
-    }
-
-    function drawPaths() {
-        const hops = view.paths.flatMap(({kind, links}) => links.map((link) => ({kind, link})));
-        overlay.selectAll("path").data(hops).join("path")
-            .attr("class", (d) => d.kind)
-            .attr("d", (d) => line(d.link, 3, d.kind.startsWith("primary") ? 0 : LANE));
-    }
-
-    function drawNodes() {
-        const touched = new Set(view.paths.flatMap(({links}) => links.flatMap((l) => [l.from, l.to])));
-        const picked = view.picked.flatMap((d) => (d.from ? [d.from, d.to] : [d]));
-        const failed = view.crosses.flatMap((d) => (d.from ? [d.from, d.to] : [d]));
-        const wanted = new Set([...touched, ...picked, ...failed]);
-        nodes.attr("class", sizes.radius < 3 ? "nodes dots" : "nodes");
-        nodes.selectAll("circle").data(model.nodes).join("circle")
-            .attr("class", (d) => (view.failedNodes.has(d) ? "failed" : d.drained ? "drained" : touched.has(d) || picked.includes(d) ? "on" : null))
-            .attr("r", (d) => (wanted.has(d) ? Math.max(3, sizes.radius) : sizes.radius).toFixed(2))
-            .attr("cx", (d) => d.px).attr("cy", (d) => d.py);
-        const crosses = view.crosses.map((d) => (d.from
-            ? [(d.from.px + d.to.px) / 2, (d.from.py + d.to.py) / 2] : [d.px, d.py]));
-        marks.selectAll("path").data(crosses).join("path")
-            .attr("d", ([x, y]) => `M${x - MARK},${y - MARK}l${2 * MARK},${2 * MARK}m0,${-2 * MARK}l${-2 * MARK},${2 * MARK}`);
-        names.selectAll("text").data(placeNames(byDegree, sizes.radius, size, wanted, crosses), (d) => d.node.ind).join("text")
-            .text((d) => d.node.name)
-            .attr("class", (d) => (wanted.has(d.node) ? "wanted" : null))
-            .attr("text-anchor", (d) => d.anchor)
-            .attr("x", (d) => d.x).attr("y", (d) => d.y);
-    }
-
-    function draw() {
-        if (!view) return;
-        place();
-        drawLinks();
-        drawPaths();
-        drawNodes();
-    }
-
-    function distanceTo(link, x, y) {
-        const [x1, y1, x2, y2] = segment(link, sizes.gap + 2);
-        const [dx, dy] = [x2 - x1, y2 - y1];
-        const along = ((x - x1) * dx + (y - y1) * dy) / (dx * dx + dy * dy || 1);
-        const t = Math.max(0, Math.min(1, along));
-        return Math.hypot(x - x1 - t * dx, y - y1 - t * dy);
-    }
-
-    function nearest(event) {
-        const [x, y] = pointer(event, svg.node());
-        const node = model.nodes.find((d) => Math.hypot(d.px - x, d.py - y) <= sizes.radius + 3);
-        if (node) return {node};
-        let [link, best] = [null, REACH];
-        for (const candidate of model.links) {
-            const distance = distanceTo(candidate, x, y);
-            if (distance < best) [link, best] = [candidate, distance];
-        }
-        return link ? {link} : null;
-    }
+    const draw = () => { if (view) drawing.draw(view); };
+    const nearest = (event) => drawing.nearest(...pointer(event, svg.node()));
 
     function textOf({link, node}) {
-        if (node) return `${degree[node.ind]} links out`;
+        if (node) return `${drawing.degree[node.ind]} links out`;
         if (view.failed.has(link)) return "failed";
         if (link.drained) return "out of service";
         const value = view.shares[link.ind];
@@ -155,14 +31,14 @@ export function makeMap(svg, tip, model, pick) {
         tip.attr("hidden", found ? null : true);
         if (!found) return;
         const [x, y] = pointer(event, svg.node().parentNode);
-        tip.style("left", `${Math.min(x + 14, size.width - 180)}px`).style("top", `${y + 14}px`);
+        tip.style("left", `${Math.min(x + 14, stage.size.width - 180)}px`).style("top", `${y + 14}px`);
         tip.selectAll("*").remove();
         add(tip, "b", null, (found.link ?? found.node).name);
         add(tip, "span", null, textOf(found));
     }
 
     const zooming = zoom().scaleExtent([0.8, 60]).on("zoom", (event) => {
-        transform = event.transform;
+        stage.transform = event.transform;
         draw();
     });
     svg.call(zooming)
@@ -174,7 +50,7 @@ export function makeMap(svg, tip, model, pick) {
         })
         .on("keydown.map", (event) => {
             const pan = {ArrowLeft: [40, 0], ArrowRight: [-40, 0], ArrowUp: [0, 40], ArrowDown: [0, -40]};
-            if (pan[event.key]) svg.call(zooming.translateBy, ...pan[event.key].map((d) => d / transform.k));
+            if (pan[event.key]) svg.call(zooming.translateBy, ...pan[event.key].map((d) => d / stage.transform.k));
             else if (event.key === "+" || event.key === "=") zoomBy(1.5);
             else if (event.key === "-") zoomBy(1 / 1.5);
             else if (event.key === "0") fit();
@@ -188,22 +64,37 @@ export function makeMap(svg, tip, model, pick) {
     function resize() {
         const box = svg.node().getBoundingClientRect();
         if (!box.width || !box.height) return;
-        size = {width: box.width, height: box.height};
-        svg.attr("viewBox", `0 0 ${size.width} ${size.height}`);
-        zooming.extent([[0, 0], [size.width, size.height]]);
+        stage.size = {width: box.width, height: box.height};
+        svg.attr("viewBox", `0 0 ${box.width} ${box.height}`);
+        zooming.extent([[0, 0], [box.width, box.height]]);
         draw();
     }
-    new ResizeObserver(resize).observe(svg.node());
+    // A map on show is drawn anew after the frame, which is long enough; until then the
+    // browser scales it.
+    new ResizeObserver(() => (svg.attr("viewBox") ? setTimeout(resize) : resize())).observe(svg.node());
 
     return {
         zoomBy, fit,
         placeBy(layout) {
-            computed = layout === "computed";
+            stage.isComputed = layout === "computed";
             fit();
         },
-        show(next) {
+        // A view of a model, aside: to be shown later.
+        prepare(next, model) {
+            const aside = makeDrawing(model, stage);
+            aside.draw(next);
+            return aside;
+        },
+        // A view of a model, whose nodes are those of the first, from a drawing of just that
+        // if there is one.
+        show(next, model, ready = null) {
             view = next;
-            draw();
+            if (ready || model !== drawing.model) {
+                const former = drawing;
+                drawing = ready ?? makeDrawing(model, stage);
+                former.scene.replaceWith(drawing.scene);
+            }
+            if (!ready || ready.isStale()) draw();
         },
     };
 }

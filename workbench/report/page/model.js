@@ -3,6 +3,7 @@
 // The embedded data names nodes, links and LSPs by their position; here each becomes an
 // object with references to the others. Nothing here depends on what is on show.
 import {max, sort, sum} from "d3";
+import {atOnce, mapped} from "./slices.js";
 
 // Part of a capacity; infinite where there is load and no capacity.
 export function ratio(part, whole) {
@@ -130,17 +131,22 @@ function worstOf(model, link, byClass) {
     };
 }
 
-export function makeModel(raw) {
+// In pieces, see slices.js.
+export function* buildModel(raw) {
     const model = {...raw};
     model.classes = classesOf(raw);
     model.byImportance = sort(model.classes, (d) => d.level, (d) => d.ind);
     model.nodes = raw.nodes.map((node, ind) => ({...node, ind, links: [], starting: [], ending: [], failures: []}));
-    model.links = raw.links.map((link, ind) => linkOf(model, link, ind));
+    model.links = yield* mapped(raw.links, (link, ind) => linkOf(model, link, ind));
     model.linkAt = new Map(
         model.links.map((link) => [link.from.ind * model.nodes.length + link.to.ind, link]),
     );
-    model.lsps = raw.lsps.map((lsp, ind) => lspOf(model, lsp, ind));
-    model.failures = raw.failures.map((failure, ind) => failureOf(model, failure, ind));
+    model.lsps = yield* mapped(raw.lsps, (lsp, ind) => lspOf(model, lsp, ind));
+    model.failures = [];
+    for (const failure of raw.failures) {
+        model.failures.push(failureOf(model, failure, model.failures.length));
+        yield;
+    }
     for (const link of model.links) link.worst = worstOf(model, link, raw.worst[link.ind]);
     model.notPlaced = raw.notPlaced.map((demand) => ({
         ...demand, from: model.nodes[demand.from], to: model.nodes[demand.to], class: model.classes[demand.class],
@@ -154,3 +160,5 @@ export function makeModel(raw) {
     model.lspById = new Map(model.lsps.map((lsp) => [lsp.id, lsp]));
     return model;
 }
+
+export const makeModel = (raw) => atOnce(buildModel(raw));

@@ -30,7 +30,7 @@ function showGravest(box, model, change) {
 
 export function showOverview(box, model, state, change) {
     heading(box, "", "What to look at first");
-    if (model.before) showChanges(box, model);
+    if (model.before) showChanges(box, model, change);
     showClasses(box, model);
     showGravest(box, model, change);
 }

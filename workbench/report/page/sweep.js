@@ -4,6 +4,7 @@ import {max, range, sum} from "d3";
 import {add, amount, brief, count, percent, plural} from "./format.js";
 import {drawHeat, sayNoMap} from "./heat.js";
 import {ratio} from "./model.js";
+import {atOnce} from "./slices.js";
 import {cellsOf, makeSweep, MEASURES} from "./sweep_model.js";
 import {bandwidth, number, share} from "./columns.js";
 import {makeTabs} from "./tabs.js";
@@ -216,7 +217,7 @@ readState();
 fillControls();
 drawMap();
 drawLost();
-makeTabs(byId("tables"), "sweep", [worstTable(), planTable(), errorTable()]);
+atOnce(makeTabs(byId("tables"), "sweep", [worstTable(), planTable(), errorTable()]));
 let width = innerWidth;
 addEventListener("resize", () => {
     if (innerWidth === width) return;

@@ -3,7 +3,8 @@
 //
 // columns: [{name, value(row), text?(row), numeric?, title?, pick?}]; `value` sorts, `text`
 // shows. A column with `pick` holds a button that calls `pick(row)`. Without a `sort` the
-// rows come as they are until a heading is pressed.
+// rows come as they are until a heading is pressed. A table drawn anew with the `memory` of
+// the former one is sorted, filtered and turned as that was.
 import {ascending, descending} from "d3";
 import {csvOf, download} from "./download.js";
 import {makeFilters} from "./filters.js";
@@ -12,6 +13,12 @@ import {add, count} from "./format.js";
 const PAGES = [["\u00ab", "First page"], ["\u2039", "Previous page"], ["\u203a", "Next page"], ["\u00bb", "Last page"]];
 
 const ALL = Number.MAX_SAFE_INTEGER;
+
+// Tables come and go with what is on show, so they are not listened for one by one.
+for (const type of ["beforeprint", "afterprint"])
+    addEventListener(type, () => {
+        for (const frame of document.querySelectorAll(".onpaper")) frame.dispatchEvent(new Event(type));
+    });
 
 const textOf = (column, row) => String(column.text ? column.text(row) : column.value(row));
 
@@ -38,9 +45,17 @@ function makeBar(box, {caption, file, rows, pageSize = 15, filters = []}, {chang
     };
 }
 
-export function makeTable(box, table) {
+// What was typed and chosen in the bar, by position.
+function keepFields(bar, memory) {
+    const fields = [...bar.querySelectorAll("input, select")];
+    if (memory.fields?.length === fields.length) fields.forEach((field, ind) => { field.value = memory.fields[ind]; });
+    bar.addEventListener("input", () => { memory.fields = fields.map((field) => field.value); });
+}
+
+export function makeTable(box, table, memory = {}) {
     const {caption, columns, rows, pageSize = 15, sort = 0, down = false} = table;
-    const state = {sort, down, page: 0, size: pageSize};
+    const remembered = columns.findIndex((d) => d.name === memory.column);
+    const state = {sort: remembered < 0 ? sort : remembered, down: memory.down ?? down, page: memory.page ?? 0, size: pageSize};
     let arranged = [];
 
     const bar = makeBar(box, table, {
@@ -54,7 +69,9 @@ export function makeTable(box, table) {
             draw();
         },
     });
-    const grid = add(add(box, "div", "frame"), "table");
+    keepFields(bar.range.node().parentNode, memory);
+    const frame = add(box, "div", table.isWholeOnPaper ? "frame onpaper" : "frame");
+    const grid = add(frame, "table");
     add(grid, "caption", "hidden", caption);
     const heads = add(grid, "thead").append("tr").selectAll("th").data(columns).join("th")
         .attr("scope", "col").attr("title", (d) => d.title ?? null).classed("numeric", (d) => d.numeric);
@@ -63,6 +80,7 @@ export function makeTable(box, table) {
         state.down = state.sort === ind ? !state.down : Boolean(column.numeric);
         state.sort = ind;
         state.page = 0;
+        Object.assign(memory, {column: column.name, down: state.down});
         arrange();
     });
     const body = add(grid, "tbody");
@@ -84,6 +102,7 @@ export function makeTable(box, table) {
     function draw() {
         const pages = Math.max(1, Math.ceil(arranged.length / state.size));
         state.page = Math.max(0, Math.min(pages - 1, state.page));
+        if (state.size !== ALL) memory.page = state.page;
         const start = state.page * state.size;
         const shown = arranged.slice(start, start + state.size);
         heads.attr("aria-sort", (d, ind) =>
@@ -110,12 +129,11 @@ export function makeTable(box, table) {
     }
 
     const showAll = (all) => {
-        if (!table.isWholeOnPaper || (state.size === ALL) === all) return;
+        if ((state.size === ALL) === all) return;
         state.size = all ? ALL : pageSize;
         state.page = 0;
         draw();
     };
-    addEventListener("beforeprint", () => showAll(true));
-    addEventListener("afterprint", () => showAll(false));
+    frame.on("beforeprint", () => showAll(true)).on("afterprint", () => showAll(false));
     arrange();
 }

@@ -122,7 +122,8 @@ function notPlacedTable(model) {
     };
 }
 
-export function makeTables(section, model, change) {
+// In pieces, see slices.js.
+export function* makeTables(section, model, change, memory) {
     const all = [linkTable, lspTable, failureTable, classTable, notPlacedTable, ...(model.before ? [changeTable] : [])];
-    makeTabs(section, model.title, all.map((of) => of(model, change)));
+    yield* makeTabs(section, model.title, all.map((of) => of(model, change)), memory);
 }

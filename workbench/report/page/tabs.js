@@ -1,20 +1,25 @@
-// Tables side by side, one tab each; those without rows are left out.
+// Tables side by side, one tab each; those without rows are left out. In pieces, see slices.js.
+// Tabs drawn anew with the `memory` of the former ones have the same one open.
 import {add} from "./format.js";
 import {makeTable} from "./table.js";
 
-export function makeTabs(section, title, tables) {
+export function* makeTabs(section, title, tables, memory = new Map()) {
     const tabs = add(section.querySelector("[role=tablist]"), "span", "tabs");
-    const panels = tables.filter((table) => table.rows.length > 0).map((table) => {
+    const panels = [];
+    for (const table of tables.filter((one) => one.rows.length > 0)) {
         const id = table.caption.toLowerCase().replace(" ", "-");
         const tab = add(tabs, "button", null, `${table.caption} (${table.rows.length.toLocaleString("en")})`)
             .attr("type", "button").attr("role", "tab").attr("id", `tab-${id}`).attr("aria-controls", id);
         const panel = add(section, "div", "panel").attr("id", id).attr("role", "tabpanel").attr("aria-labelledby", `tab-${id}`);
         add(panel, "h2", "onlyprint", table.caption);
-        makeTable(panel.node(), {...table, isWholeOnPaper: true, file: `${title} ${id}`});
-        return {tab, panel};
-    });
+        if (!memory.has(id)) memory.set(id, {});
+        makeTable(panel.node(), {...table, isWholeOnPaper: true, file: `${title} ${id}`}, memory.get(id));
+        panels.push({id, tab, panel});
+        yield;
+    }
 
     function open(ind) {
+        memory.open = panels[ind].id;
         panels.forEach(({tab, panel}, at) => {
             tab.attr("aria-selected", at === ind).attr("tabindex", at === ind ? 0 : -1);
             panel.classed("closed", at !== ind);
@@ -29,5 +34,5 @@ export function makeTabs(section, title, tables) {
             panels[next].tab.node().focus();
         });
     });
-    if (panels.length) open(0);
+    if (panels.length) open(Math.max(0, panels.findIndex((d) => d.id === memory.open)));
 }
