@@ -50,16 +50,17 @@ class Progress {
     int done_ = 0;
 };
 
-// What a report of the plan that the steps lead to says, and what has changed since the
-// page's own.
+// What a report of the plan that the steps lead to says, what has changed since that of
+// the page, and what came of placing the lost again.
 json answerTo(const Steps& steps) {
     asked = {"", page.plan, {}};
     isChanged = steps.areChange() || steps.replan;
     Progress progress;
     const auto step = [&progress] { progress.step(); };
-    takeSteps(&asked.plan, steps,
-              {[&](const char* what, std::size_t total) { progress.start(what, total); },
-               step});
+    const Taken taken = takeSteps(
+        &asked.plan, steps,
+        {[&](const char* what, std::size_t total) { progress.start(what, total); },
+         step});
     std::vector<FailureSet> failures = failuresAfter(page, asked.plan);
     if (!steps.fail.empty() && !steps.replan) {
         asked.asked = static_cast<int>(failures.size());
@@ -72,6 +73,7 @@ json answerTo(const Steps& steps) {
     // sums has left behind.
     if (!isChanged) data["audit"]["cells"] = pageAudit.at("cells");
     data["changes"] = changesOf(page.plan, asked.plan);
+    if (taken.recovery) data["recovery"] = toJson(*taken.recovery);
     return data;
 }
 

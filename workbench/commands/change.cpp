@@ -92,16 +92,6 @@ void printRecovery(const Recovery& recovery, const std::string& unit) {
     line("displaced", recovery.displaced);
 }
 
-nlohmann::json toJson(const Recovery& recovery) {
-    const auto both = [](const Count& count) {
-        return nlohmann::json{{"lsps", count.lsps}, {"bandwidth", count.bandwidth}};
-    };
-    return {
-        {"name", recovery.failed.name},         {"restored", both(recovery.hit.restored)},
-        {"lost", both(recovery.hit.lost)},      {"placedAgain", both(recovery.again)},
-        {"endsHere", both(recovery.hit.ended)}, {"displaced", both(recovery.displaced)}};
-}
-
 int changePlan(const Options& options, const Shared& shared) {
     const Plan before = readWorkingPlan(options.plan);
     Plan after = before;

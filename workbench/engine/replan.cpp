@@ -142,6 +142,16 @@ Recovery replan(Plan* plan, const FailureSet& failed, const Step& step) {
     return recovery;
 }
 
+nlohmann::json toJson(const Recovery& recovery) {
+    const auto both = [](const Count& count) {
+        return nlohmann::json{{"lsps", count.lsps}, {"bandwidth", count.bandwidth}};
+    };
+    return {
+        {"name", recovery.failed.name},         {"restored", both(recovery.hit.restored)},
+        {"lost", both(recovery.hit.lost)},      {"placedAgain", both(recovery.again)},
+        {"endsHere", both(recovery.hit.ended)}, {"displaced", both(recovery.displaced)}};
+}
+
 std::vector<PlanLsp> placedAgain(const Plan& after, const std::vector<Effect>& effects) {
     std::vector<PlanLsp> again;
     for (const Effect& effect : effects) {

@@ -2,6 +2,8 @@
 // room beside the traffic that runs on its backups.
 #pragma once
 
+#include <nlohmann/json.hpp>
+
 #include "audit/toll.h"
 #include "engine/place.h"
 
@@ -28,5 +30,8 @@ struct Recovery {
 // configuration allows it, what is displaced is requested again after it, what the
 // failure has overloaded moves, and no LSP comes by a node twice.
 Recovery replan(Plan* plan, const FailureSet& failed, const Step& step);
+
+// LSPs and bandwidth of each.
+nlohmann::json toJson(const Recovery& recovery);
 
 }  // namespace workbench

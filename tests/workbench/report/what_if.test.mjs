@@ -88,14 +88,16 @@ function toldByCommands(steps) {
     const fails = steps.filter((step) => step.startsWith("fail:")).flatMap(optionOf);
     const changes = steps.filter((step) => !step.startsWith("fail:") && step !== "replan").flatMap(optionOf);
     const isChange = changes.length > 0 || isReplanned;
+    let recovery;
     if (isChange) {
-        const changed = kavril("change", "plan.json", ...changes, ...(isReplanned ? fails : []), "-o", "changed.json");
+        const changed = kavril("change", "plan.json", ...changes, ...(isReplanned ? fails : []), "-o", "changed.json", "--json");
         if (changed.status !== 0) return {error: changed.stderr.trim().replace(/^kavril: /, "")};
+        recovery = JSON.parse(changed.stdout).failed;
     }
     const file = isChange ? "changed.json" : "plan.json";
     const report = kavril("report", file, "--before", "plan.json", ...(isReplanned ? [] : fails), "-o", "told.html");
     if (report.status !== 0) return {error: report.stderr.trim().replace(/^kavril: /, "")};
-    return {answer: dataOf("told.html"), plan: isChange ? readFileSync(inFolder(file), "utf8") : null};
+    return {answer: {...dataOf("told.html"), ...(recovery && {recovery})}, plan: isChange ? readFileSync(inFolder(file), "utf8") : null};
 }
 
 // Messages of the page's workers, put together to what the last question was answered with.

@@ -46,9 +46,19 @@ function outcomeOf({hit, restored, lost}) {
     return `Of ${plural(hit, "LSP")} hit, ${count(restored.length)} switch to backups and ${count(lost.length)} are lost.`;
 }
 
+function recoveryOf({restored, lost, endsHere, placedAgain, displaced}) {
+    const counts = [`${count(restored.lsps)} switch to backups`, `${count(lost.lsps)} are lost, ${count(placedAgain.lsps)} of them placed again`];
+    if (endsHere.lsps) counts.push(`${count(endsHere.lsps)} end at what failed`);
+    const others = displaced.lsps ? ` ${plural(displaced.lsps, "other LSP")} gave way to them.` : "";
+    return `Of ${plural(restored.lsps + lost.lsps + endsHere.lsps, "LSP")} hit, ${counts.join(", ")}.${others}`;
+}
+
 // The answer in a few sentences.
 export function summaryOf(model) {
-    const failure = model.askedFailure;
-    const sentences = [model.changes.length || !failure ? changesIn(model) : "", refusedIn(model), failure ? outcomeOf(failure) : ""];
+    const {askedFailure: failure, recovery} = model;
+    const sentences = [
+        model.changes.length || !failure ? changesIn(model) : "", refusedIn(model),
+        failure ? outcomeOf(failure) : "", recovery ? recoveryOf(recovery) : "",
+    ];
     return sentences.filter(Boolean).join(" ");
 }
