@@ -84,7 +84,7 @@ class Changer {
             network.links.push_back(added);
         }
         for (const Link& link : network.links)
-            if (!isDrained(*plan_, link.id)) usable_.insert({link.src, link.dst});
+            if (!isDrained(*plan_, link.id)) usable_[{link.src, link.dst}] = link.id;
     }
 
     void changeDemands() {
@@ -165,6 +165,18 @@ class Changer {
         return isUsable(lsp.path) && (demand.route.empty() || demand.route == lsp.path);
     }
 
+    // Even with its links to itself. It is not put up to be taken down later: that could
+    // cost others their room, and sums next to its bandwidth their digits.
+    bool isTooLarge(const PlanLsp& lsp) const {
+        for (std::size_t i = 0; i + 1 < lsp.path.size(); i++) {
+            const int link = usable_.at({lsp.path[i], lsp.path[i + 1]});
+            if (lsp.bandwidth >
+                (1.0 + kRounding) * capacityOf(*plan_, link, lsp.trafficClass))
+                return true;
+        }
+        return false;
+    }
+
     bool endsAtDrained(const PlanDemand& demand) const {
         const auto& nodes = plan_->drained.nodes;
         return std::ranges::count(nodes, demand.src) +
@@ -179,10 +191,12 @@ class Changer {
         for (const PlanLsp& lsp : plan_->lsps)
             if (lsp.kind != LspKind::PRIMARY) {
                 if (!isUsable(lsp.path)) bare_.insert(lsp.primary);
-            } else if (mayStay(lsp)) {
-                staying.insert(lsp.id);
-            } else {
+            } else if (!mayStay(lsp)) {
                 takeDown(lsp.demand, "what it crosses is gone or drained");
+            } else if (isTooLarge(lsp)) {
+                takeDown(lsp.demand, "no path has room");
+            } else {
+                staying.insert(lsp.id);
             }
         for (const PlanLsp& lsp : plan_->lsps) {
             const bool isPrimary = lsp.kind == LspKind::PRIMARY;
@@ -335,8 +349,8 @@ class Changer {
     const Step& step_;
     Engine* engine_ = nullptr;
     bool isDraining_ = false;  // more than before: nothing new takes up the way back
-    std::set<std::pair<int, int>> usable_;  // links, by their ends
-    std::vector<int> newIndex_;             // of demands, -1 for those removed
+    std::map<std::pair<int, int>, int> usable_;  // links, by ends
+    std::vector<int> newIndex_;                  // of demands, -1 for those removed
     std::vector<PlanLsp> kept_;
     std::set<int> bare_;                       // primaries whose backups go
     std::set<int> askedAnew_;                  // demands that are not up

@@ -26,9 +26,12 @@ def changes(books, dice):
     link = dice.randrange(len(books.links))
     a, b = (books.names[end] for end in books.links[link])
     capacity = books.plan["network"]["links"][link]["capacity"]
-    lsp = dice.choice(books.primaries or [{"id": 0}])["id"]
+    if not books.primaries:
+        return ["--drain", a]
+    lsp = dice.choice(books.primaries)["id"]
     return dice.choice([
-        ["--scale", str(dice.uniform(0.7, 1.4))], ["--scale", f"{lsp}={dice.uniform(0.5, 5)}"],
+        ["--scale", str(dice.choice([dice.uniform(0.7, 1.4), 1e9]))],
+        ["--scale", f"{lsp}={dice.choice([dice.uniform(0.5, 5), 1e9])}"],
         ["--level", f"{lsp}={dice.randrange(8)}"], ["--protection", dice.choice(KINDS)],
         ["--drain", f"{a} - {b}"], ["--drain", a], ["--without", f"{a} - {b}"],
         ["--capacity", f"{a} - {b}={capacity * dice.choice([0.3, 0.7, 3])}"],
