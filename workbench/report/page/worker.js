@@ -46,8 +46,9 @@ const calls = {
     async open({packed, compiled, data, rest}) {
         module = compiled ?? await WebAssembly.compile(await unpack(packed));
         if (!compiled) postMessage({compiled: module});
-        opened = instance();
-        answerOf(opened, "open", `{"data": ${data}, "rest": ${new TextDecoder().decode(await unpack(rest))}}`);
+        const engine = instance();
+        answerOf(engine, "open", `{"data": ${data}, "rest": ${new TextDecoder().decode(await unpack(rest))}}`);
+        opened = engine;
     },
 
     // Lists in pieces, the rest at last.
@@ -67,14 +68,17 @@ const calls = {
     },
 };
 
-// One call after the other, in the order in which they come.
+// One call after the other, in the order in which they come; none where there is no plan
+// to ask of.
 let last = Promise.resolve();
+let isBroken = false;
 addEventListener("message", ({data: {call, ...input}}) => {
-    last = last.then(() => calls[call](input)).catch((error) => {
+    last = last.then(() => isBroken || calls[call](input)).catch((error) => {
         const isOurs = error.constructor === Error;
+        isBroken = opened === null;
         postMessage({
             error: isOurs ? error.message : `The engine has failed: ${error.message}`,
-            hasFailed: opened === null,
+            hasFailed: isBroken,
         });
     });
 });
