@@ -185,6 +185,14 @@ for (const network of NETWORKS)
         });
     });
 
+test("the engine costs a page at most 400 KB", () => {
+    place(NETWORKS[0]);
+    const page = readFileSync(inFolder("plan.html"), "utf8");
+    const parts = ["engine", "worker", "rest"].map((id) => page.match(`id="${id}">([^<]*)<`)[1].length);
+    assert.ok(Math.min(...parts) > 1000 && Math.max(...parts) < 350e3, String(parts));
+    assert.ok(parts[0] + parts[1] + parts[2] < 400e3, String(parts));
+});
+
 test("a browser with little memory says so", async () => {
     place(NETWORKS[0]);
     for (const pages of [30, 40]) {

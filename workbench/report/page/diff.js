@@ -4,7 +4,7 @@ import {shareOf} from "./model.js";
 
 export const CHANGES = ["moved", "gained", "lost", "newly unprotected", "newly protected", "resized", "other level"];
 
-// Hangs the earlier plan onto the model: `former` of links, of classes and levels, and of
+// Hangs the earlier plan onto the model: `former` of links, failures, classes and levels, and of
 // LSPs that have moved, with those of their links that are still there; `model.changes`.
 export function compare(model, before) {
     const links = new Map(before.links.map((link) => [link.name, link]));
@@ -13,6 +13,7 @@ export function compare(model, before) {
     const lotOf = ({class: one, level}) => `${one.name}\n${level}`;
     const lots = new Map(before.lots.levels.map((lot) => [lotOf(lot), lot]));
     for (const lot of model.lots.levels) lot.former = lots.get(lotOf(lot)) ?? null;
+    for (const failure of model.failures) failure.former = before.failureByKey.get(failure.key) ?? null;
     model.before = before;
     model.changes = model.changes.map(({before: then, after, what}) => {
         const [former, lsp] = [before.lsps[then] ?? null, model.lsps[after] ?? null];
@@ -20,6 +21,7 @@ export function compare(model, before) {
             lsp.former = former;
             lsp.pastLinks = former.links.map((link) => now.get(link.name)).filter(Boolean);
         }
+        if (lsp) lsp.changed = what;
         return {former, lsp, what, of: lsp ?? former};
     });
 }

@@ -30,6 +30,7 @@ function linkTable(model, change) {
     };
 }
 
+const ifAny = (number) => number ?? "n/a";
 const lostOf = (lsp) => lsp.fatal.length;
 
 function noteOf({note, exposed, beyond}) {
@@ -67,6 +68,10 @@ function lspTable(model, change) {
             number("Backups", (d) => d.backups.length),
             number("Lost in", lostOf, undefined, "Failures that it does not survive, not counting those of its ends"),
             ...(model.knowsAvailability ? [available("Available", (d) => d.up, "Part of the time")] : []),
+            ...(model.isWhatIf ? [
+                number("Hops before", (d) => (d.changed?.includes("gained") ? null : (d.former ?? d).links.length), ifAny),
+                {name: "Change", value: (d) => d.changed?.join(", ") ?? ""},
+            ] : []),
             {name: "Note", value: noteOf},
         ],
     };
@@ -98,6 +103,10 @@ function failureTable(model, change) {
             {name: "Fullest link after it", value: (d) => d.fullest?.link.name ?? "", pick: (d) => change({failure: d, link: d.fullest.link})},
             share("Its load", (d) => d.fullest?.share ?? 0),
             number("Overloads", (d) => d.overloads.length),
+            ...(model.isWhatIf ? [
+                number("Lost before", (d) => d.former?.lost.length ?? null, ifAny),
+                share("Load before", (d) => (d.former ? d.former.fullest?.share ?? 0 : null)),
+            ] : []),
         ],
     };
 }
