@@ -186,7 +186,7 @@ class BackupSearch {
             node->marked = true;
             if (lastOnPrimary_[n] >= firstGoal) return n;
             for (Long i = graph_->first[n]; i < graph_->first[n + 1]; i++) {
-                const Long head = graph_->out[i].head;
+                const Long head = graph_->heads[i];
                 CPDijkNode* next = &nodes_[head];
                 if (next->marked || isForbidden_[i]) continue;
                 // Where the least that a link can cost is no gain, it need not be tried.

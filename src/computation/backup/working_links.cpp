@@ -193,8 +193,8 @@ bool WorkingLinks::worstWithTrial(Long position, const Overlay* overlay, bool al
 // have what was reserved before, only the classes asked for and those above are added up.
 double WorkingLinks::costOf(Long position, const Overlay* overlay, bool isPlain,
                             const Need* worst) const {
-    const OutLink& link = live_->graph.out[position];
-    const DBLinkState& state = link.link->state;
+    const DBLink* link = live_->graph.out[position].link;
+    const DBLinkState& state = link->state;
     const Views& views = live_->views;
     const LinkView& view = views.links[position];
     const unsigned occupied = view.occupied | asked_;
@@ -213,19 +213,19 @@ double WorkingLinks::costOf(Long position, const Overlay* overlay, bool isPlain,
         } else if (view.isFresh) {
             addUp(state.rbw[oa], &after);
         } else {
-            const LedgerClass* cls = link.link->ledger->classes[oa];
+            const LedgerClass* cls = link->ledger->classes[oa];
             addNeeds((cls != nullptr ? cls->worst : Need{}).at, state.pbw[oa], rbw);
             addUp(rbw, &after);
         }
     }
-    return costOfIncrease(before, after, leastCostTo(link.head));
+    return costOfIncrease(before, after, leastCostTo(live_->graph.heads[position]));
 }
 
 double WorkingLinks::cost(Long position, Long tail) {
     if (!isProtectable_) return failUnprotectable();
     const Views& views = live_->views;
     const LinkView& view = views.links[position];
-    const Long head = live_->graph.out[position].head;
+    const Long head = live_->graph.heads[position];
     const Overlay* overlay =
         overlayAt_[position] >= 0 ? overlays_[overlayAt_[position]] : nullptr;
     if ((view.overfull[kLevels - 1] & ~asked_) != 0) return -1.0;

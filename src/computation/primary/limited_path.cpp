@@ -46,13 +46,13 @@ bool listLeftOut(const Graph* graph, const LSPRequest* req, const PathLimits& li
             isShunned[node] = true;
     for (Long tail = 0; tail < graph->nodeSlots(); tail++)
         for (Long i = graph->first[tail]; i < graph->first[tail + 1]; i++) {
-            const OutLink& link = graph->out[i];
-            const Long color = link.link->state.color;
+            const Long head = graph->heads[i];
+            const Long color = graph->out[i].link->state.color;
             (*isLeftOut)[i] =
-                isShunned[tail] || isShunned[link.head] ||
+                isShunned[tail] || isShunned[head] ||
                 (limits.colors.top > 0 && indexOf(&limits.colors, color) < 0) ||
                 indexOf(&req->forbidLinks, color) >= 0 ||
-                hasLink(&limits.links, tail, link.head);
+                hasLink(&limits.links, tail, head);
         }
     return true;
 }
@@ -81,7 +81,7 @@ class Arcs {
             first_[first_.top++] = arcs_.top;
             for (Long i = graph.first[tail]; i < graph.first[tail + 1]; i++)
                 if (!isLeftOut[i] && (!needsRoom || admission_.admits(i, tail)))
-                    arcs_[arcs_.top++] = {terms_.compute(i), 0.0, graph.out[i].head, i};
+                    arcs_[arcs_.top++] = {terms_.compute(i), 0.0, graph.heads[i], i};
         }
         first_[first_.top++] = arcs_.top;
         if (terms_.hasSums()) {

@@ -22,8 +22,8 @@ constexpr Long kNotReached = -2;
 // The committed label of a node, and where the node stands among those reached.
 struct Label {
     double cost;
-    Long neighb;  // predecessor, -1 for none
     Long rank;
+    Long neighb;  // predecessor, -1 for none
 };
 
 // What a node's label will be at the end of the pass.
@@ -33,14 +33,19 @@ struct Candidate {
     Long neighb;
 };
 
-// A link that takes the request.
-struct Arc {
-    double term;  // what it adds to a score, if that is one term
-    Long head;
-    Long in;  // in-position
+// A link to a node that had not been reached when its tail was.
+struct Lead {
+    Long position;
+    Long tail;
 };
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+// What a link that does not take the request adds to a score.
+constexpr double kClosed = kInfinity;
+
+// What one adds whose score has to be made term by term.
+constexpr double kOdd = std::numeric_limits<double>::quiet_NaN();
 
 // No sum of terms up to this one overflows.
 constexpr double kOrdinary = 1e200;
@@ -54,9 +59,23 @@ bool areClear(const std::uint8_t* flags) {
     return all == 0;
 }
 
+// The processor foretells the end of a loop over the few links of a node badly: links are
+// taken so many at a time, the last one again for those that are missing.
+constexpr Long kLinksAtOnce = 4;
+
+// Calls act(i) for i from `from` up to end - 1, kAtOnce at a time.
+template <Long kAtOnce, class Act>
+void forEachOf(Long from, Long end, Act act) {
+    for (Long i = from; i < end; i += kAtOnce)
+        for (Long k = i; k < i + kAtOnce; k++) act(std::min(k, end - 1));
+}
+
 // The passes of the search, pushed along: whenever the label of a node is committed, its
-// out-links write their scores at their heads. A node then looks for improvements in one
-// run over what its in-links have offered, and only after one of them has changed.
+// out-links write what they offer, and flag their heads where that is an improvement.
+// Only flagged nodes look at the offers of their in-links.
+//
+// Branches that nobody can foretell are what a search takes its time for; the loops over
+// links have none.
 class PathSearch {
   public:
     PathSearch(DataBase* dataBase, LSPRequest* req)
@@ -72,78 +91,46 @@ class PathSearch {
             !terms_.init(live_, dataBase_->nbLinks, req_))
             return false;
         const Long nodes = graph_->nodeSlots();
+        const Long nbLinks = graph_->nbLinks();
         // Room for any path, so that nothing can fail once the search has begun.
         LongList* path = &req_->path;
         if (path->size <= nodes && longVecResize(path, nodes + 1) < 0) return false;
-        // Nodes that have not been reached share a flag behind those of the others.
-        return labels_.fill(nodes, {kInfinity, kNotReached, nodes}) &&
-               mayImprove_.fill(nodes + kFlagsAtOnce, 0) &&
-               makeRoom(&newNeighb_, nodes) && makeRoom(&firstArc_, nodes + 1) &&
-               scores_.fill(graph_->out.top, kInfinity) &&
-               makeRoom(&arcs_, graph_->out.top) &&
-               makeRoom(&positions_, graph_->out.top) &&
-               (!terms_.hasSums() || arcOfIn_.fill(graph_->out.top, -1)) &&
-               makeRoom(&active_, nodes) && makeRoom(&elected_, nodes) && walkFrom(src);
+        // Behind the nodes there are some more that are never reached, since flags are
+        // looked at so many at once; behind the links, one that offers nothing.
+        const Long padded = nodes + kFlagsAtOnce;
+        return labels_.fill(padded, {kInfinity, nodes, kNotReached}) &&
+               mayImprove_.fill(padded, 0) && reachedBy_.fill(nodes, -1) &&
+               hasOdd_.fill(nodes, 0) && makeRoom(&newNeighb_, nodes) &&
+               makeRoom(&added_, nbLinks) && offers_.fill(nbLinks + 1, kInfinity) &&
+               makeRoom(&leads_, nbLinks + kLinksAtOnce * nodes) &&
+               makeRoom(&active_, nodes) && makeRoom(&flagged_, padded) &&
+               makeRoom(&elected_, nodes) && walkFrom(src);
     }
 
     // False, nothing changed, if a link cannot be judged for lack of memory.
     bool admitLinks(const bool* isLeftOut) {
-        for (Long n = 0; n < graph_->nodeSlots(); n++) {
-            firstArc_[n] = arcs_.top;
-            for (Long i = graph_->first[n]; i < graph_->first[n + 1]; i++) {
-                const OutLink& link = graph_->out[i];
-                if (order_.top > 0 && !isBuilt_[link.head]) continue;
-                if (isLeftOut != nullptr && isLeftOut[i]) continue;
-                if (!admission_.admits(i, n)) continue;
-                // The topology does not know this tail: reaching the head is an error.
-                if (order_.top > 0 && !isBuilt_[n] && n >= size_)
-                    strangers_[link.head] = true;
-                double term = 0.0;
-                if (live_->views.links[i].isOdd || isConfigOdd_) {
-                    anyOdd_ = true;
-                    terms_.noteOdd(&link.link->state);
-                } else {
-                    term = terms_.compute(i);
-                    isPlain_ = isPlain_ && std::abs(term) <= kOrdinary;
-                }
-                const Long in = graph_->inOfOut[i];
-                if (terms_.hasSums()) arcOfIn_[in] = arcs_.top;
-                positions_[arcs_.top] = i;
-                arcs_[arcs_.top++] = {term, link.head, in};
-            }
+        if (isLeftOut != nullptr || order_.top > 0 || isConfigOdd_ || !admitPlainly())
+            std::fill_n(added_.cont, graph_->nbLinks(), kOdd);
+        Long tail = 0;
+        for (Long i = 0; i < graph_->nbLinks(); i++) {
+            if (added_[i] >= 0.0) continue;
+            while (graph_->first[tail + 1] <= i) tail++;
+            added_[i] = judge(i, tail, isLeftOut);
         }
-        firstArc_[graph_->nodeSlots()] = arcs_.top;
         return !admission_.hasFailed();
     }
 
-    // Ends where the search on the topology does: pass by pass it changes the same
-    // labels.
-    void run(Long src) {
+    // Gives dst the label that the search on the topology does: pass by pass it changes
+    // the same labels, but ends when no label up to that of dst can change any more.
+    void run(Long src, Long dst) {
         if (terms_.hasSums()) sumUtilisations(src);
         // Along a chain of candidates scores do not rise towards the source if no term is
         // negative: a node on it cannot be beaten by way of its end.
         loopsPossible_ = !terms_.neverFalls();
-        isPlain_ = isPlain_ && terms_.isSingle() && !anyOdd_;
-        labels_[src] = {0.0, -1, labels_[src].rank};
-        newNeighb_[src] = -1;
-        expand(src);
-        Long seen = 0;  // nodes that were there in the pass before
-        for (Long reached = active_.top; reached > 0; reached = active_.top) {
-            isChanged_ = false;
-            for (Long rank = 0; rank < reached; rank++) {
-                while (rank + kFlagsAtOnce < reached && areClear(&mayImprove_[rank]))
-                    rank += kFlagsAtOnce;
-                if (mayImprove_[rank] == 0) continue;
-                mayImprove_[rank] = 0;
-                relax(active_[rank]);
-                if (rank >= seen) expand(active_[rank]);
-            }
-            for (const Candidate& elected : elected_) commit(elected);
-            for (const Candidate& elected : elected_) makeOffers(elected.node);
-            elected_.top = 0;
-            if (!isChanged_) return;
-            seen = reached;
-        }
+        if (terms_.isSingle())
+            run<true>(src, dst);
+        else
+            run<false>(src, dst);
     }
 
     SearchResult readPath(Long src, Long dst, double* cost) {
@@ -169,10 +156,10 @@ class PathSearch {
 
   private:
     // The nodes that the topology would have, in the order in which a depth-first walk
-    // builds them; left empty where all nodes can be reached and the order does not
+    // builds them; left empty where no link leads to other nodes and the order does not
     // matter.
     bool walkFrom(Long src) {
-        if (!terms_.hasSums() && isConnected(dataBase_, graph_)) return true;
+        if (!terms_.hasSums() && isTwoWay(graph_)) return true;
         const Long nodes = graph_->nodeSlots();
         if (!makeRoom(&order_, nodes) || !isBuilt_.fill(nodes, false) ||
             !strangers_.fill(nodes, false))
@@ -189,9 +176,51 @@ class PathSearch {
             order_[order_.top++] = n;
             size_ = std::max(size_, n + 1);
             for (Long i = graph_->first[n]; i < graph_->first[n + 1]; i++)
-                visit(graph_->out[i].head);
+                visit(graph_->heads[i]);
         }
         return true;
+    }
+
+    // What the links add whose room decides at once, kOdd for the others; without
+    // branches, several at a time. No term overflows: amounts that surely fit are less
+    // than 1e150, and so are weights. False where more than congestion and room counts.
+    bool admitPlainly() {
+        const ScoreTerms::Step* const step = terms_.onlyCongestion();
+        const Rooms* const rooms = admission_.rooms();
+        if (step == nullptr || rooms == nullptr) return false;
+        const ScoreTerms::Step only = *step;
+        const double bw = only.bw;
+        const double* const sure = rooms->sure.cont;
+        const double* const most = rooms->most.cont;
+        const double* const loads = only.loads->load.cont;
+        const double* const slopes = only.loads->slope.cont;
+        const double* const shifts = only.loads->shift.cont;
+        double* const added = added_.cont;
+        const Long nbLinks = graph_->nbLinks();
+        for (Long i = 0; i < nbLinks; i++) {
+            const double term = only.congestionTerm(loads[i], slopes[i], shifts[i]);
+            const double ifNotTooMuch = bw <= sure[i] ? term : kOdd;
+            added[i] = bw > most[i] ? kClosed : ifNotTooMuch;
+        }
+        return true;
+    }
+
+    // What a link adds to a score: kClosed, kOdd, or its term if there is only one.
+    double judge(Long position, Long tail, const bool* isLeftOut) {
+        const Long head = graph_->heads[position];
+        if (order_.top > 0 && !isBuilt_[head]) return kClosed;
+        if (isLeftOut != nullptr && isLeftOut[position]) return kClosed;
+        if (!admission_.admits(position, tail)) return kClosed;
+        // The topology does not know this tail: reaching the head is an error.
+        if (order_.top > 0 && !isBuilt_[tail] && tail >= size_)
+            strangers_[head] = hasStrangers_ = true;
+        if (!isConfigOdd_ && !live_->views.links[position].isOdd) {
+            const double term = terms_.compute(position);
+            if (std::abs(term) <= kOrdinary) return term;
+        }
+        hasOdd_[tail] = 1;
+        terms_.noteOdd(&graph_->out[position].link->state);
+        return kOdd;
     }
 
     // Adds up over all links that take the request, in the order of the topology: node by
@@ -200,106 +229,209 @@ class PathSearch {
         terms_.clearSums(src);
         for (const Long n : order_)
             for (Long in = graph_->firstIn[n]; in < graph_->firstIn[n + 1]; in++)
-                if (arcOfIn_[in] >= 0)
-                    terms_.addUtilisation(src, positions_[arcOfIn_[in]]);
+                if (added_[graph_->positions[in]] != kClosed)
+                    terms_.addUtilisation(src, graph_->positions[in]);
     }
 
     bool isReached(Long n) const { return labels_[n].neighb != kNotReached; }
 
-    template <bool kIsPlain>
-    double score(Long arc, double tailCost, Long tail) const {
-        if (kIsPlain) return tailCost + arcs_[arc].term;
-        const Long position = positions_[arc];
-        if (anyOdd_ && (isConfigOdd_ || live_->views.links[position].isOdd))
+    static bool beats(double offer, double cost) { return offer - cost < -kMinGain; }
+
+    template <bool kIsSingle>
+    double score(Long position, double tailCost, Long tail) const {
+        const double added = added_[position];
+        if (std::isnan(added))
             return terms_.oddScore(&graph_->out[position].link->state, tailCost, tail);
-        return terms_.isSingle() ? ScoreTerms::priced(tailCost + arcs_[arc].term)
-                                 : terms_.score(position, tailCost, tail);
+        return kIsSingle ? tailCost + added : terms_.score(position, tailCost, tail);
     }
 
-    static bool beats(double offer, double cost) { return offer - cost < -kMinGain; }
+    template <bool kIsSingle>
+    void run(Long src, Long dst) {
+        const Long goal = std::min(dst, graph_->nodeSlots());
+        const double leastTerm = kIsSingle ? leastTermInto(goal) : 0.0;
+        labels_[src] = {0.0, labels_[src].rank + 1, -1};
+        newNeighb_[src] = -1;
+        makeOffers<kIsSingle, true>(src);
+        expand<kIsSingle>(0);
+        for (Long rank = 0; rank < active_.top; rank++) reachedBy_[active_[rank]] = -1;
+        Long seen = 0;  // nodes that were there in the pass before
+        for (Long reached = active_.top; reached > 0; reached = active_.top) {
+            least_ = kInfinity;
+            // Nodes expanded before see nothing of those reached in this pass; one that
+            // is expanded now sees what the ones before it have reached.
+            takeFlagged(seen);
+            for (const Long n : flagged_) relax<false>(n);
+            expand<kIsSingle>(reached);
+            takeFlagged(seen, reached);
+            for (const Long n : flagged_) relax<true>(n);
+            for (const Candidate& elected : elected_) commit(elected);
+            if (elected_.top == 0 && active_.top == reached) return;
+            if (isFinal(goal, leastTerm)) return;
+            for (const Candidate& elected : elected_)
+                makeOffers<kIsSingle, false>(elected.node);
+            elected_.top = 0;
+            for (Long rank = reached; rank < active_.top; rank++)
+                reachedBy_[active_[rank]] = -1;
+            seen = reached;
+        }
+    }
+
+    // Whatever the label of a tail, an offer to n is that much more at least.
+    double leastTermInto(Long n) const {
+        if (n == graph_->nodeSlots()) return 0.0;
+        double least = kInfinity;
+        for (Long in = graph_->firstIn[n]; in < graph_->firstIn[n + 1]; in++) {
+            const double added = added_[graph_->positions[in]];
+            if (std::isnan(added)) return 0.0;
+            least = std::min(least, added);
+        }
+        return least;
+    }
+
+    // Whether no label on the way to dst can change any more: no offer to come is less
+    // than the least that was looked at in this pass.
+    bool isFinal(Long dst, double leastTerm) const {
+        const Label& label = labels_[dst];
+        return label.neighb >= 0 && !loopsPossible_ && !hasStrangers_ &&
+               mayImprove_[dst] == 0 && least_ >= labels_[label.neighb].cost &&
+               !beats(least_ + leastTerm, label.cost);
+    }
 
     // The label of n has been committed. Costs only fall: an offer that does not beat
     // that of the head now will not later, and neither does what the link has offered
     // before.
-    void makeOffers(Long n) {
-        if (isPlain_)
-            makeOffers<true>(n);
-        else
-            makeOffers<false>(n);
-    }
-
-    template <bool kIsPlain>
+    template <bool kIsSingle, bool kIsNew>
     void makeOffers(Long n) {
         // In locals, since a store to a flag might change any member.
         const Label* const labels = labels_.cont;
-        const Arc* const arcs = arcs_.cont;
-        double* const scores = scores_.cont;
+        const Long* const heads = graph_->heads.cont;
+        const double* const added = added_.cont;
+        double* const offers = offers_.cont;
         std::uint8_t* const mayImprove = mayImprove_.cont;
+        Lead* const leads = leads_.cont;
+        Long nbLeads = leads_.top;
         const double cost = labels[n].cost;
-        const Long end = firstArc_[n + 1];
-        for (Long i = firstArc_[n]; i < end; i++) {
-            const double offer = score<kIsPlain>(i, cost, n);
-            const Arc& arc = arcs[i];
-            const Label& head = labels[arc.head];
-            scores[arc.in] = offer;
-            mayImprove[head.rank] |= beats(offer, head.cost) ? 1 : 0;
-        }
+        const Long from = graph_->first[n];
+        const Long end = graph_->first[n + 1];
+        auto offer = [&](Long i, double score) {
+            offers[i] = score;
+            const Label& head = labels[heads[i]];
+            mayImprove[heads[i]] |= beats(score, head.cost) ? 1 : 0;
+            if (!kIsNew) return;
+            leads[nbLeads] = {i, n};
+            nbLeads += head.neighb == kNotReached ? 1 : 0;
+        };
+        if (kIsSingle)
+            forEachOf<kLinksAtOnce>(from, end,
+                                    [&](Long i) { offer(i, cost + added[i]); });
+        for (Long i = from; (!kIsSingle || hasOdd_[n] != 0) && i < end; i++)
+            if (kIsSingle ? std::isnan(added[i]) : added[i] != kClosed)
+                offer(i, score<kIsSingle>(i, cost, n));
+        if (kIsNew) leads_.top = nbLeads;
     }
 
-    // Reaches what the links out of n lead to.
-    void expand(Long n) {
-        const double cost = labels_[n].cost;
-        for (Long i = firstArc_[n]; i < firstArc_[n + 1]; i++) {
-            const Long head = arcs_[i].head;
-            if (isReached(head)) continue;
-            const double score =
-                isPlain_ ? this->score<true>(i, cost, n) : this->score<false>(i, cost, n);
-            labels_[head] = {score, n, active_.top};
-            newNeighb_[head] = n;
-            terms_.elect(positions_[i], n, head);
+    // Reaches what new nodes lead to, in the order in which these were reached; the next
+    // to be reached is of this rank.
+    template <bool kIsSingle>
+    void expand(Long rank) {
+        Label* const labels = labels_.cont;
+        double least = least_;
+        for (const Lead& lead : leads_) {
+            const Long head = graph_->heads[lead.position];
+            const double offer = offers_[lead.position];
+            least = offer < least ? offer : least;
+            if (labels[head].neighb != kNotReached) {
+                // It was not flagged by this offer if it has been reached since.
+                mayImprove_[head] |= beats(offer, labels[head].cost) ? 1 : 0;
+                continue;
+            }
+            if (added_[lead.position] == kClosed) continue;
+            labels[head] = {offer, active_.top, lead.tail};
+            mayImprove_[head] = 0;
+            reachedBy_[head] = labels[lead.tail].rank;
+            newNeighb_[head] = lead.tail;
+            terms_.elect(lead.position, lead.tail, head);
             terms_.activate(head);
-            mayImprove_[active_.top] = 1;
             active_[active_.top++] = head;
-            makeOffers(head);
-            isChanged_ = true;
+        }
+        least_ = least;
+        leads_.top = 0;
+        for (; rank < active_.top; rank++) makeOffers<kIsSingle, true>(active_[rank]);
+    }
+
+    // Collects the nodes of ranks below `seen` whose flags are set, and clears these.
+    void takeFlagged(Long seen) {
+        Long* const flagged = flagged_.cont;
+        Long top = 0;
+        for (Long n = 0; n < graph_->nodeSlots(); n += kFlagsAtOnce) {
+            std::uint8_t* const flags = &mayImprove_[n];
+            if (areClear(flags)) continue;
+            for (Long k = 0; k < kFlagsAtOnce; k++) {
+                const std::uint8_t isTaken = labels_[n + k].rank < seen ? flags[k] : 0;
+                flagged[top] = n + k;
+                top += isTaken;
+                flags[k] ^= isTaken;
+            }
+        }
+        flagged_.top = top;
+        // Where loops are possible, who chooses first matters.
+        if (loopsPossible_)
+            std::sort(flagged_.begin(), flagged_.end(), [this](Long a, Long b) {
+                return labels_[a].rank < labels_[b].rank;
+            });
+    }
+
+    // The same for ranks from `seen` up to `reached` - 1.
+    void takeFlagged(Long seen, Long reached) {
+        flagged_.top = 0;
+        for (Long rank = seen; rank < reached; rank++) {
+            const Long n = active_[rank];
+            flagged_[flagged_.top] = n;
+            flagged_.top += mayImprove_[n];
+            mayImprove_[n] = 0;
         }
     }
 
-    // The last link into n whose offer beats its committed cost and closes no loop; -1 if
-    // there is none.
-    Long lastOffer(Long n) {
-        const double* const scores = scores_.cont;
-        const double cost = labels_[n].cost;
-        std::uint8_t* const mayImprove = &mayImprove_[labels_[n].rank];
+    // The last offer, in order of tails, that beats n's committed cost and closes no loop
+    // will be its label. A node that is expanded in this pass sees nothing of what nodes
+    // after it have reached.
+    template <bool kIsExpanded>
+    void relax(Long n) {
+        const Label label = labels_[n];
+        const double* const offers = offers_.cont;
+        const Long* const positions = graph_->positions.cont;
+        const Long* const tails = graph_->tails.cont;
+        const Long* const reachedBy = reachedBy_.cont;
+        const Long none = graph_->nbLinks();
         const Long from = graph_->firstIn[n];
-        const Long end = graph_->firstIn[n + 1];
+        bool areHidden = false;
+        auto offerBy = [&](Long in) {
+            const bool isHidden = kIsExpanded && reachedBy[tails[in]] >= label.rank;
+            areHidden |= isHidden;
+            return offers[isHidden ? none : positions[in]];
+        };
         Long last = -1;
         double least = kInfinity;
-        // Nobody can foretell which it is: branches would be mispredicted.
-        for (Long in = from; in < end; in++) {
-            last = beats(scores[in], cost) ? in : last;
-            least = scores[in] < least ? scores[in] : least;
-        }
+        forEachOf<kLinksAtOnce>(from, graph_->firstIn[n + 1], [&](Long in) {
+            const double offer = offerBy(in);
+            last = beats(offer, label.cost) ? in : last;
+            least = offer < least ? offer : least;
+        });
+        if (areHidden) mayImprove_[n] = 1;
         while (loopsPossible_ && last >= from) {
-            if (beats(scores[last], cost)) {
-                if (!isOnChain(graph_->tails[last], n)) break;
-                *mayImprove = 1;  // the loop may go
+            if (beats(offerBy(last), label.cost)) {
+                if (!isOnChain(tails[last], n)) break;
+                mayImprove_[n] = 1;  // the loop may go
             }
             last--;
         }
-        if (last < from) return -1;
-        if (beats(least, scores[last])) *mayImprove = 1;
-        return last;
-    }
-
-    void relax(Long n) {
-        const Long in = lastOffer(n);
-        if (in < 0) return;
-        const Long tail = graph_->tails[in];
-        newNeighb_[n] = tail;
-        if (terms_.hasSums()) terms_.elect(positions_[arcOfIn_[in]], tail, n);
-        elected_[elected_.top++] = {scores_[in], n, tail};
-        isChanged_ = true;
+        if (last < from) return;
+        const double chosen = offers[positions[last]];
+        mayImprove_[n] |= beats(least, chosen) ? 1 : 0;
+        least_ = least < least_ ? least : least_;
+        newNeighb_[n] = tails[last];
+        terms_.elect(positions[last], tails[last], n);
+        elected_[elected_.top++] = {chosen, n, tails[last]};
     }
 
     // Whether n is on the chain of candidates of `from`, which form a tree rooted in the
@@ -321,28 +453,30 @@ class PathSearch {
     LSPRequest* req_;
     RequestAdmission admission_;
     ScoreTerms terms_;
-    ScopedArray<Label> labels_;   // by node id
-    ScopedArray<double> scores_;  // that links have offered, by in-position
-    ScopedArray<std::uint8_t>
-        mayImprove_;               // whether an offer may beat the label, by rank
-    ScopedArray<Long> newNeighb_;  // by node id, of the candidate if there is one
-    ScopedArray<Arc> arcs_;        // node n's from firstArc_[n] on, heads ascending
-    ScopedArray<Long> firstArc_;
-    ScopedArray<Long> positions_;     // of arcs, in the graph
-    ScopedArray<Long> arcOfIn_;       // for sums: by in-position, -1 for none
-    ScopedArray<Long> active_;        // nodes reached, in this order
+    ScopedArray<Label> labels_;             // by node id
+    ScopedArray<std::uint8_t> mayImprove_;  // whether an offer may beat the label
+    ScopedArray<Long> reachedBy_;       // in this pass, by the node of this rank; or -1
+    ScopedArray<Long> newNeighb_;       // of the candidate if there is one
+    ScopedArray<std::uint8_t> hasOdd_;  // whether odd links lead out of the node
+    ScopedArray<double> added_;         // to scores, by position
+    ScopedArray<double> offers_;        // last made, by position
+    ScopedArray<Lead> leads_;           // of nodes reached in the pass before
+    ScopedArray<Long> active_;          // nodes reached, by rank
+    ScopedArray<Long> flagged_;
     ScopedArray<Candidate> elected_;  // of this pass
-    // Of networks where some nodes cannot be reached, or for sums of utilisations:
+    // The least offer that was looked at in this pass and improves a label: no other can
+    // come to be less.
+    double least_ = kInfinity;
+    // Of networks where some links lead to nodes that do not lead back, or for sums of
+    // utilisations:
     ScopedArray<Long>
         order_;  // nodes reached through any links, in the order of the walk
     ScopedArray<bool> isBuilt_;
     ScopedArray<bool> strangers_;  // heads of links whose tail the topology does not know
-    Long size_ = 0;                // ids of these nodes lie below
+    bool hasStrangers_ = false;
+    Long size_ = 0;  // ids of these nodes lie below
     bool isConfigOdd_ = false;
-    bool anyOdd_ = false;
-    bool isPlain_ = true;  // a score is a finite sum of one term a link
     bool loopsPossible_ = true;
-    bool isChanged_ = false;
 };
 
 bool isReasonable(double weight) {
@@ -380,6 +514,6 @@ SearchResult findPath(DataBase* dataBase, LSPRequest* req, double* cost,
     search.setConfigOdd(isConfigOdd());
     if (!search.prepare(src) || !search.admitLinks(isLeftOut))
         return SearchResult::NOT_APPLICABLE;
-    search.run(src);
+    search.run(src, dst);
     return search.readPath(src, dst, cost);
 }

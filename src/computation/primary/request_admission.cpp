@@ -57,18 +57,17 @@ bool RequestAdmission::prepare(unsigned classes) {
     isPlain_ = std::popcount(asked_) == 1 && !isOdd_ && req_->rerouteInfo.id < 0 &&
                config.capacityClause &&
                (!config.colorClause || req_->forbidLinks.top == 0);
-    views_ = live_->views.links.cont;
     if (!isPlain_) return true;
     const int oa = std::countr_zero(asked_);
     bw_ = req_->bw[oa];
-    rooms_ = live_->views.rooms[oa][upTo_].cont;
+    rooms_ = &live_->views.rooms[oa][upTo_];
     return true;
 }
 
 bool RequestAdmission::admitsSlowly(Long position, Long tail) {
     const PredicateConfig& config = kavrilConfig.predicateConfig;
     const LSPrerouteInfo& info = req_->rerouteInfo;
-    const Long head = live_->graph.out[position].head;
+    const Long head = live_->graph.heads[position];
     if (info.id >= 0) {
         if (tail == info.src && head == info.dst) return false;
         if (hopIndex(&DBgetLSP(dataBase_, info.id)->path, tail, head) >= 0)
@@ -88,14 +87,14 @@ bool RequestAdmission::fitsInto(Long position, Long tail) {
     for (int oa = 0; oa < kClasses; oa++) {
         if ((asked_ >> oa & 1U) == 0) continue;
         const double bw = req_->bw[oa];
-        const Room& room = views.rooms[oa][upTo_][position];
-        if (bw <= room.sure) continue;
+        const Rooms& rooms = views.rooms[oa][upTo_];
+        if (bw <= rooms.sure[position]) continue;
         // What fails on the way there may free what it takes.
         if ((view.ownNeed >> oa & 1U) != 0) {
             isClear = false;
             continue;
         }
-        if (bw > room.most) return false;
+        if (bw > rooms.most[position]) return false;
         const DBLink* link = live_->graph.out[position].link;
         const LedgerClass* cls = link->ledger->classes[oa];
         const Need worst = cls != nullptr ? cls->worst : Need{};
@@ -105,10 +104,11 @@ bool RequestAdmission::fitsInto(Long position, Long tail) {
 }
 
 bool RequestAdmission::admitsOnTrial(Long position, Long tail) {
-    const OutLink& link = live_->graph.out[position];
+    const Long head = live_->graph.heads[position];
     double gain[kClasses];
     lsp_.path.cont[0] = tail;
-    lsp_.path.cont[1] = link.head;
+    lsp_.path.cont[1] = head;
     if (trial_.init() < 0) hasFailed_ = true;
-    return !hasFailed_ && trial_.admits(link.link, tail, link.head, gain);
+    return !hasFailed_ &&
+           trial_.admits(live_->graph.out[position].link, tail, head, gain);
 }

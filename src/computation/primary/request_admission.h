@@ -29,14 +29,15 @@ class RequestAdmission {
     // Whether the link at a position of the graph takes the request.
     bool admits(Long position, Long tail) {
         if (isPlain_) {
-            if (bw_ <= rooms_[position].sure &&
-                (views_[position].overfull[upTo_] & othersThan_) == 0)
-                return true;
-            if (bw_ > rooms_[position].most && (views_[position].ownNeed & asked_) == 0)
-                return false;
+            if (bw_ <= rooms_->sure[position]) return true;
+            if (bw_ > rooms_->most[position]) return false;
         }
         return admitsSlowly(position, tail);
     }
+
+    // What decides on amount() unless it is close; null where more has to be looked at.
+    const Rooms* rooms() const { return isPlain_ ? rooms_ : nullptr; }
+    double amount() const { return bw_; }
 
     // True if a link could not be judged for lack of memory.
     bool hasFailed() const { return hasFailed_; }
@@ -59,6 +60,5 @@ class RequestAdmission {
     // One class is asked for, and nothing but its capacity counts:
     bool isPlain_ = false;
     double bw_ = 0.0;
-    const Room* rooms_ = nullptr;
-    const LinkView* views_ = nullptr;
+    const Rooms* rooms_ = nullptr;
 };

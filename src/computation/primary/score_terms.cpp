@@ -3,8 +3,6 @@
 #include <cmath>
 #include <limits>
 
-#include "computation/primary/score_formulas.h"
-
 namespace {
 
 // Whether a class is scored by anything besides congestion.
@@ -39,50 +37,51 @@ bool ScoreTerms::init(const Live* live, Long nbLinks, const LSPRequest* req) {
         addStep(DELAY, oa, config.delay[oa]);
     }
     isSingle_ = stride_ == 1;
-    return (isSingle_ || makeRoom(&terms_, live->graph.out.top * stride_)) &&
+    return (isSingle_ || makeRoom(&terms_, live->graph.nbLinks() * stride_)) &&
            (nbSums_ == 0 || makeRoom(&sums_, 2 * nbSums_ * live->graph.nodeSlots()));
 }
 
 void ScoreTerms::addStep(Criterion criterion, int oa, double weight) {
     if (!inUse(weight)) return;
-    steps_[nbSteps_++] = {criterion, oa, weight};
+    steps_[nbSteps_++] = {criterion, oa, weight, req_->bw[oa], &views_->loads[oa]};
     stride_ += criterion == BALANCE ? kBalanceTerms : 1;
     if (criterion == BALANCE) nbSums_++;
 }
 
-double ScoreTerms::term(const Step& step, const LoadView& load) const {
-    const ClassLoad l = {load.load, load.cap, req_->bw[step.oa]};
-    switch (step.criterion) {
-        case CONGESTION:
-            return step.weight * congestionIncrease(load, l.bw);
+double ScoreTerms::Step::otherTerm(Long position) const {
+    const ClassLoad l = loadAt(position);
+    switch (criterion) {
         case LOAD:
-            return step.weight * l.bw;
+            return weight * l.bw;
         case SQ_LOAD:
-            return step.weight * squaredLoadIncrease(l);
+            return weight * squaredLoadIncrease(l);
         case REL_LOAD:
-            return step.weight * l.bw / l.capacity;
+            return weight * l.bw / l.capacity;
         case SQ_REL_LOAD:
-            return step.weight * squaredLoadIncrease(l) / (l.capacity * l.capacity);
+            return weight * squaredLoadIncrease(l) / (l.capacity * l.capacity);
         case DELAY:
-            return delayIncrease(l) * step.weight;
+            return delayIncrease(l) * weight;
         default:
             return 0.0;
     }
 }
 
-double ScoreTerms::computeAll(Long position) {
+double ScoreTerms::compute(Long position) {
+    if (isSingle()) {
+        const double only = steps_[0].term(position);
+        if (!(only >= 0.0)) hasNegative_ = true;
+        return only;
+    }
     double* out = terms_.cont + static_cast<std::ptrdiff_t>(position) * stride_;
     for (int i = 0; i < nbSteps_; i++) {
         const Step& step = steps_[i];
-        const LoadView& load = views_->loads[step.oa][position];
         if (step.criterion == BALANCE) {
-            const LoadBalance balance =
-                balanceOf(step.weight, {load.load, load.cap, req_->bw[step.oa]});
+            const LoadBalance balance = balanceOf(step.weight, step.loadAt(position));
             *out++ = balance.rise;
             *out++ = balance.fall;
             *out++ = balance.share;
         } else {
-            *out = term(step, load);
+            *out = step.term(position);
             if (!(*out++ >= 0.0)) hasNegative_ = true;
         }
     }
@@ -115,8 +114,8 @@ void ScoreTerms::addUtilisation(Long node, Long position) const {
     double* sum = sums(node);
     for (int i = 0; i < nbSteps_; i++) {
         if (steps_[i].criterion != BALANCE) continue;
-        const LoadView& link = views_->loads[steps_[i].oa][position];
-        *sum++ += link.load / link.cap;
+        const ClassLoad link = steps_[i].loadAt(position);
+        *sum++ += link.load / link.capacity;
     }
 }
 
@@ -125,8 +124,8 @@ void ScoreTerms::electSums(Long position, Long tail, Long head) {
     double* to = sums(head) + nbSums_;
     for (int i = 0; i < nbSteps_; i++) {
         if (steps_[i].criterion != BALANCE) continue;
-        const int oa = steps_[i].oa;
-        *to++ = req_->bw[oa] / views_->loads[oa][position].cap + *from++;
+        const ClassLoad link = steps_[i].loadAt(position);
+        *to++ = link.bw / link.capacity + *from++;
     }
 }
 

@@ -8,6 +8,7 @@
 
 #include "common/setup.h"
 #include "computation/computation_st.h"
+#include "computation/primary/score_formulas.h"
 #include "database/live/live.h"
 
 // Smaller improvements count as none.
@@ -22,18 +23,41 @@ class ScoreTerms {
     // False if there is no memory. nbLinks is the database's count.
     bool init(const Live* live, Long nbLinks, const LSPRequest* req);
 
+    enum Criterion { CONGESTION, BALANCE, LOAD, SQ_LOAD, REL_LOAD, SQ_REL_LOAD, DELAY };
+
+    // One criterion of one class.
+    struct Step {
+        Criterion criterion;
+        int oa;
+        double weight;
+        double bw;  // asked for
+        const LoadViews* loads;
+
+        double term(Long position) const {
+            return criterion == CONGESTION
+                       ? congestionTerm(loads->load[position], loads->slope[position],
+                                        loads->shift[position])
+                       : otherTerm(position);
+        }
+        double congestionTerm(double load, double slope, double shift) const {
+            return weight * ((slope * (load + bw) + shift) - (slope * load + shift));
+        }
+        ClassLoad loadAt(Long position) const {
+            return {loads->load[position], loads->cap[position], bw};
+        }
+
+      private:
+        double otherTerm(Long position) const;
+    };
+
     // Computes the terms of a link. Returns the term, if there is only one.
-    double compute(Long position) {
-        if (!isSingle()) return computeAll(position);
-        const Step& step = steps_[0];
-        const LoadView& load = views_->loads[step.oa][position];
-        const double only =
-            step.criterion == CONGESTION
-                ? step.weight * congestionIncrease(load, req_->bw[step.oa])
-                : term(step, load);
-        if (!(only >= 0.0)) hasNegative_ = true;
-        return only;
+    double compute(Long position);
+    // The only step, if there is one and it is congestion.
+    const Step* onlyCongestion() const {
+        return isSingle_ && steps_[0].criterion == CONGESTION ? &steps_[0] : nullptr;
     }
+    // Says that a term of it is negative, or not a number.
+    void noteNegative() { hasNegative_ = true; }
     // Whether a score is that of the tail plus one term, and priced.
     bool isSingle() const { return isSingle_; }
 
@@ -71,29 +95,18 @@ class ScoreTerms {
     }
 
   private:
-    enum Criterion { CONGESTION, BALANCE, LOAD, SQ_LOAD, REL_LOAD, SQ_REL_LOAD, DELAY };
-    struct Step {
-        Criterion criterion;
-        int oa;
-        double weight;
-    };
     static constexpr int kMaxSteps = 7 * kClasses;
     static constexpr Long kBalanceTerms = 3;
 
     void addStep(Criterion criterion, int oa, double weight);
-    static double congestionIncrease(const LoadView& load, double bw) {
-        return (load.slope * (load.load + bw) + load.shift) - load.cost;
-    }
     void electSums(Long position, Long tail, Long head);
-    double computeAll(Long position);
-    double term(const Step& step, const LoadView& load) const;
     double balancedScore(const double* term, double tailCost, Long tail) const;
     double* sums(Long node) const { return sums_.cont + 2 * nbSums_ * node; }
 
     const LSPRequest* req_ = nullptr;
     const Views* views_ = nullptr;
     double nbLinks_ = 0.0;
-    Step steps_[kMaxSteps];
+    Step steps_[kMaxSteps] = {};
     int nbSteps_ = 0;
     Long stride_ = 0;  // terms of a link
     bool isSingle_ = false;

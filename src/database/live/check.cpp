@@ -130,7 +130,7 @@ bool isGraphRight(const DataBase* dataBase) {
     Graph fresh = {};
     if (!buildGraph(dataBase, &fresh)) return true;
     auto same = [](const OutLink& a, const OutLink& b) {
-        return a.head == b.head && a.slot == b.slot && a.link == b.link;
+        return a.slot == b.slot && a.link == b.link;
     };
     bool isRight = std::equal(fresh.out.begin(), fresh.out.end(), graph->out.begin(),
                               graph->out.end(), same);
@@ -142,10 +142,10 @@ bool isGraphRight(const DataBase* dataBase) {
     auto equal = [](const Array<Long>& a, const Array<Long>& b) {
         return std::equal(a.begin(), a.end(), b.begin(), b.end());
     };
-    isRight = isRight && equal(fresh.inOfOut, graph->inOfOut) &&
+    isRight = isRight && equal(fresh.heads, graph->heads) &&
+              equal(fresh.positions, graph->positions) &&
               equal(fresh.tails, graph->tails);
-    if (graph->knowsConnected)
-        isRight = isRight && graph->isConnected == isConnected(dataBase, &fresh);
+    if (graph->knowsTwoWay) isRight = isRight && graph->isTwoWay == isTwoWay(&fresh);
     endGraph(&fresh);
     return isRight;
 }

@@ -5,29 +5,68 @@
 
 namespace {
 
-// Walks from `start`, nearest nodes first, where forEachNext(node, act) calls act for the
-// nodes next to one, until it is at `goal`. Returns how many nodes it has met, itself
-// included; -1 if there is no memory.
+// Gives `mark` to the nodes that a walk from `start` meets, nearest first, where
+// forEachNext(node, act) calls act for the nodes next to one, until it is at `goal`.
+// Walks past no node that has a mark already.
 template <class ForEachNext>
-Long countReached(Long slots, Long start, Long goal, ForEachNext forEachNext) {
-    ScopedArray<bool> reached;
-    ScopedArray<Long> toVisit;
-    if (!reached.fill(slots, false) || !makeRoom(&toVisit, slots)) return -1;
-    auto visit = [&](Long node) {
-        if (reached[node]) return;
-        reached[node] = true;
-        toVisit[toVisit.top++] = node;
+void markReached(Array<Long>* marks, Array<Long>* toVisit, Long start, Long goal,
+                 Long mark, ForEachNext forEachNext) {
+    toVisit->top = 0;
+    auto visit = [=](Long node) {
+        if ((*marks)[node] >= 0) return;
+        (*marks)[node] = mark;
+        (*toVisit)[toVisit->top++] = node;
     };
     visit(start);
-    for (Long i = 0; i < toVisit.top && toVisit[i] != goal; i++)
-        forEachNext(toVisit[i], visit);
-    return toVisit.top;
+    for (Long i = 0; i < toVisit->top && (*toVisit)[i] != goal; i++)
+        forEachNext((*toVisit)[i], visit);
 }
 
 template <class Act>
 void forEachHead(const Graph* graph, Long node, Act act) {
     for (Long i = graph->first[node]; i < graph->first[node + 1]; i++)
-        act(graph->out[i].head);
+        act(graph->heads[i]);
+}
+
+template <class Act>
+void forEachTail(const Graph* graph, Long node, Act act) {
+    for (Long in = graph->firstIn[node]; in < graph->firstIn[node + 1]; in++)
+        act(graph->tails[in]);
+}
+
+// False, too, if there is no memory.
+bool hasWay(const Graph* graph, Long from, Long to) {
+    ScopedArray<Long> marks, toVisit;
+    if (!marks.fill(graph->nodeSlots(), -1) || !makeRoom(&toVisit, graph->nodeSlots()))
+        return false;
+    markReached(&marks, &toVisit, from, to, 0,
+                [=](Long node, auto act) { forEachHead(graph, node, act); });
+    return marks[to] >= 0;
+}
+
+// Node by node, those not met yet: what it reaches and what reaches it have to be the
+// same, and all links to stay inside.
+bool findOut(const Graph* graph) {
+    const Long slots = graph->nodeSlots();
+    ScopedArray<Long> reached, reaching, toVisit;
+    if (!reached.fill(slots, -1) || !reaching.fill(slots, -1) ||
+        !makeRoom(&toVisit, slots))
+        return false;
+    for (Long n = 0; n < slots; n++) {
+        if (reached[n] < 0)
+            markReached(&reached, &toVisit, n, -1, n,
+                        [=](Long node, auto act) { forEachHead(graph, node, act); });
+        if (reaching[n] < 0)
+            markReached(&reaching, &toVisit, n, -1, n,
+                        [=](Long node, auto act) { forEachTail(graph, node, act); });
+    }
+    for (Long n = 0; n < slots; n++) {
+        bool staysInside = reached[n] == reaching[n];
+        forEachHead(graph, n,
+                    [&](Long head) { staysInside &= reached[head] == reached[n]; });
+        if (!staysInside) return false;
+    }
+    return true;
 }
 
 // In-position of a link, or where it would stand.
@@ -38,52 +77,33 @@ Long inPositionOf(const Graph* graph, Long tail, Long head) {
                              tails);
 }
 
-bool findOut(const DataBase* dataBase, const Graph* graph) {
-    const DBNodeVec* nodes = &dataBase->nodeVec;
-    Long nb = 0;
-    Long start = -1;
-    for (Long id = 0; id < nodes->top; id++) {
-        if (nodes->cont[id] == nullptr) continue;
-        nb++;
-        if (start < 0) start = id;
-    }
-    if (start < 0) return false;
-    auto heads = [&](Long node, auto act) { forEachHead(graph, node, act); };
-    auto tails = [&](Long node, auto act) {
-        for (Long in = graph->firstIn[node]; in < graph->firstIn[node + 1]; in++)
-            act(graph->tails[in]);
-    };
-    return countReached(graph->nodeSlots(), start, -1, heads) == nb &&
-           countReached(graph->nodeSlots(), start, -1, tails) == nb;
-}
-
-// Makes or closes a gap of one link from tail to head, that of the in-position given.
-void shift(Graph* graph, Long tail, Long head, Long in, Long by) {
+// Makes or closes a gap of one link from tail to head, that of the position given.
+void shift(Graph* graph, Long tail, Long head, Long at, Long by) {
     for (Long n = tail + 1; n < graph->first.top; n++) graph->first[n] += by;
     for (Long n = head + 1; n < graph->firstIn.top; n++) graph->firstIn[n] += by;
-    for (Long& other : graph->inOfOut)
-        if (other >= in) other += by;
+    for (Long& other : graph->positions)
+        if (other >= at) other += by;
 }
 
 // In-positions: heads ascending, and of the same head tails, as positions go.
 bool fillIn(Graph* graph) {
     const Long slots = graph->nodeSlots();
-    if (!makeRoom(&graph->firstIn, slots + 1) ||
-        !makeRoom(&graph->inOfOut, graph->out.top) ||
-        !makeRoom(&graph->tails, graph->out.top))
+    const Long nbLinks = graph->nbLinks();
+    ScopedArray<Long> next;
+    if (!makeRoom(&graph->firstIn, slots + 1) || !makeRoom(&graph->positions, nbLinks) ||
+        !makeRoom(&graph->tails, nbLinks) || !makeRoom(&next, slots))
         return false;
     graph->firstIn.top = slots + 1;
-    graph->inOfOut.top = graph->tails.top = graph->out.top;
+    graph->positions.top = graph->tails.top = nbLinks;
     std::fill(graph->firstIn.begin(), graph->firstIn.end(), 0);
-    for (const OutLink& link : graph->out) graph->firstIn[link.head + 1]++;
+    for (Long head : graph->heads) graph->firstIn[head + 1]++;
     for (Long n = 0; n < slots; n++) graph->firstIn[n + 1] += graph->firstIn[n];
-    ScopedArray<Long> next;
-    if (!makeRoom(&next, slots)) return false;
     std::copy_n(graph->firstIn.cont, slots, next.cont);
     for (Long n = 0; n < slots; n++)
         for (Long i = graph->first[n]; i < graph->first[n + 1]; i++) {
-            graph->inOfOut[i] = next[graph->out[i].head]++;
-            graph->tails[graph->inOfOut[i]] = n;
+            const Long in = next[graph->heads[i]]++;
+            graph->positions[in] = i;
+            graph->tails[in] = n;
         }
     return true;
 }
@@ -92,90 +112,83 @@ bool fillIn(Graph* graph) {
 
 bool buildGraph(const DataBase* dataBase, Graph* graph) {
     const DBNodeVec* nodes = &dataBase->nodeVec;
-    graph->first.top = graph->out.top = 0;
-    graph->knowsConnected = false;
+    graph->first.top = graph->heads.top = graph->out.top = 0;
+    graph->knowsTwoWay = false;
     if (!makeRoom(&graph->first, nodes->top + 1)) return false;
     for (Long n = 0; n < nodes->top; n++) {
-        graph->first[graph->first.top++] = graph->out.top;
+        graph->first[graph->first.top++] = graph->nbLinks();
         if (nodes->cont[n] == nullptr) continue;
         const LongList* heads = &nodes->cont[n]->outNeighb;
-        if (!makeRoom(&graph->out, graph->out.top + heads->top)) return false;
+        if (!makeRoom(&graph->heads, graph->nbLinks() + heads->top) ||
+            !makeRoom(&graph->out, graph->nbLinks() + heads->top))
+            return false;
         for (Long i = 0; i < heads->top; i++) {
-            const Long head = heads->cont[i];
-            DBLink* link = findLink(&dataBase->linkTab, n, head);
-            graph->out[graph->out.top++] = {head, link->ledger->slot, link};
+            DBLink* link = findLink(&dataBase->linkTab, n, heads->cont[i]);
+            graph->heads[graph->heads.top++] = heads->cont[i];
+            graph->out[graph->out.top++] = {link->ledger->slot, link};
         }
     }
-    graph->first[graph->first.top++] = graph->out.top;
+    graph->first[graph->first.top++] = graph->nbLinks();
     graph->isBuilt = fillIn(graph);
     return graph->isBuilt;
 }
 
 void endGraph(Graph* graph) {
-    endArray(&graph->first);
+    for (Array<Long>* array : {&graph->first, &graph->heads, &graph->firstIn,
+                               &graph->positions, &graph->tails})
+        endArray(array);
     endArray(&graph->out);
-    endArray(&graph->firstIn);
-    endArray(&graph->inOfOut);
-    endArray(&graph->tails);
     *graph = {};
 }
 
 Long positionOf(const Graph* graph, Long tail, Long head) {
-    const OutLink* from = graph->out.begin() + graph->first[tail];
-    const OutLink* end = graph->out.begin() + graph->first[tail + 1];
-    auto before = [](const OutLink& link, Long id) { return link.head < id; };
-    return static_cast<Long>(std::lower_bound(from, end, head, before) -
-                             graph->out.begin());
+    const Long* heads = graph->heads.cont;
+    return static_cast<Long>(std::lower_bound(heads + graph->first[tail],
+                                              heads + graph->first[tail + 1], head) -
+                             heads);
 }
 
-void addToGraph(Graph* graph, Long tail, const OutLink& link) {
+Long tailOf(const Graph* graph, Long position) {
+    const Long* after =
+        std::upper_bound(graph->first.begin(), graph->first.end(), position);
+    return static_cast<Long>(after - graph->first.begin()) - 1;
+}
+
+void addToGraph(Graph* graph, Long tail, Long head, const OutLink& link) {
     if (!graph->isBuilt) return;
-    const Long head = link.head;
     const Long at = positionOf(graph, tail, head);
     const Long in = inPositionOf(graph, tail, head);
-    shift(graph, tail, head, in, 1);
-    graph->isBuilt = insertAt(&graph->out, at, link) &&
-                     insertAt(&graph->inOfOut, at, in) &&
-                     insertAt(&graph->tails, in, tail);
-    if (graph->knowsConnected && !graph->isConnected) graph->knowsConnected = false;
+    shift(graph, tail, head, at, 1);
+    graph->isBuilt =
+        insertAt(&graph->heads, at, head) && insertAt(&graph->out, at, link) &&
+        insertAt(&graph->positions, in, at) && insertAt(&graph->tails, in, tail);
+    if (!graph->isBuilt || !graph->isTwoWay || !hasWay(graph, head, tail))
+        graph->knowsTwoWay = false;
 }
 
 void removeFromGraph(Graph* graph, Long tail, Long head) {
     if (!graph->isBuilt) return;
     const Long at = positionOf(graph, tail, head);
-    const Long in = graph->inOfOut[at];
+    const Long in = inPositionOf(graph, tail, head);
+    eraseAt(&graph->heads, at);
     eraseAt(&graph->out, at);
-    eraseAt(&graph->inOfOut, at);
+    eraseAt(&graph->positions, in);
     eraseAt(&graph->tails, in);
-    shift(graph, tail, head, in, -1);
+    shift(graph, tail, head, at, -1);
     // As long as there is another way from tail to head, all others go on, too.
-    bool isAround = false;
-    auto heads = [&](Long node, auto act) {
-        forEachHead(graph, node, [&](Long next) {
-            isAround = isAround || next == head;
-            act(next);
-        });
-    };
-    if (graph->knowsConnected && graph->isConnected)
-        countReached(graph->nodeSlots(), tail, head, heads);
-    if (!isAround) graph->knowsConnected = false;
+    if (!graph->isTwoWay || !hasWay(graph, tail, head)) graph->knowsTwoWay = false;
 }
 
 void addNodeToGraph(Graph* graph, Long node) {
-    graph->knowsConnected = false;
     while (graph->isBuilt && graph->nodeSlots() <= node)
-        graph->isBuilt = append(&graph->first, graph->out.top) &&
-                         append(&graph->firstIn, graph->out.top);
+        graph->isBuilt = append(&graph->first, graph->nbLinks()) &&
+                         append(&graph->firstIn, graph->nbLinks());
 }
 
-void removeNodeFromGraph(Graph* graph) {
-    graph->knowsConnected = false;
-}
-
-bool isConnected(const DataBase* dataBase, Graph* graph) {
-    if (!graph->knowsConnected) {
-        graph->isConnected = findOut(dataBase, graph);
-        graph->knowsConnected = true;
+bool isTwoWay(Graph* graph) {
+    if (!graph->knowsTwoWay) {
+        graph->isTwoWay = findOut(graph);
+        graph->knowsTwoWay = true;
     }
-    return graph->isConnected;
+    return graph->isTwoWay;
 }

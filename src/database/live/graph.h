@@ -10,23 +10,25 @@
 #include "database/database_st.h"
 
 struct OutLink {
-    Long head;
     Long slot;  // of the link (ledger.h)
     DBLink* link;
 };
 
-// The links that leave node n are out[first[n]] up to out[first[n + 1] - 1], heads
+// The links that leave node n have the positions first[n] up to first[n + 1] - 1, heads
 // ascending. Those that enter it have the in-positions firstIn[n] up to firstIn[n + 1] -
 // 1, tails ascending.
 struct Graph {
     bool isBuilt;
-    bool knowsConnected;
-    bool isConnected;  // if known: every node can be reached from every other
+    bool knowsTwoWay;
+    bool isTwoWay;  // if known: from the head of every link there is a way to its tail
     Array<Long> first;
+    Array<Long> heads;  // by position
     Array<OutLink> out;
     Array<Long> firstIn;
-    Array<Long> inOfOut;  // in-position by position
-    Array<Long> tails;    // by in-position
+    Array<Long> positions;  // by in-position
+    Array<Long> tails;
+
+    Long nbLinks() const { return heads.top; }
 
     Long nodeSlots() const { return first.top - 1; }  // ids of nodes lie below
 };
@@ -38,13 +40,15 @@ void endGraph(Graph* graph);
 // Position of a link, or where it would stand.
 Long positionOf(const Graph* graph, Long tail, Long head);
 
+Long tailOf(const Graph* graph, Long position);
+
 // Say that a link or node has come or gone. Without memory the graph is given up, to be
 // built again.
-void addToGraph(Graph* graph, Long tail, const OutLink& link);
+void addToGraph(Graph* graph, Long tail, Long head, const OutLink& link);
 void removeFromGraph(Graph* graph, Long tail, Long head);
 void addNodeToGraph(Graph* graph, Long node);
-void removeNodeFromGraph(Graph* graph);
 
-// Whether every node can be reached from every other. Found out once after a change;
-// false if there is no memory to find out.
-bool isConnected(const DataBase* dataBase, Graph* graph);
+// Whether from the head of every link there is a way to its tail: what can be reached
+// from a node is then what it can be reached from. Found out once after a change; false
+// if there is no memory to find out.
+bool isTwoWay(Graph* graph);

@@ -149,7 +149,7 @@ void linkJoins(DataBase* dataBase, DBLink* link) {
         }
         noteIdle(live, other->ledger);
     });
-    addToGraph(&live->graph, tail, {head, ledger->slot, link});
+    addToGraph(&live->graph, tail, head, {ledger->slot, link});
     if (live->graph.isBuilt)
         addView(&live->views, positionOf(&live->graph, tail, head), link);
     else
@@ -203,7 +203,6 @@ void nodeJoins(DataBase* dataBase, Long node) {
 }
 
 void nodeLeaves(DataBase* dataBase) {
-    removeNodeFromGraph(&dataBase->live->graph);
     countsChanged(dataBase);
 }
 

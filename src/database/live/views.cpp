@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
+#include <limits>
 
 #include "common/congestion.h"
 #include "database/live/live.h"
@@ -11,6 +12,8 @@ namespace {
 
 // Beyond this, products of capacities and slopes could overflow.
 constexpr double kReasonable = 1e150;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 // Far more than the roundings of a sum over eight levels, three operations each, come to.
 constexpr double kMargin = 0x1p-40;
@@ -40,11 +43,13 @@ Reservation reservationOf(const double (&pbw)[kLevels], const Need& worst) {
     return reserved;
 }
 
-Room roomOf(double cap, double reserved, double magnitude) {
-    const double margin = kMargin * magnitude;
-    const double left = cap - reserved;
-    return {(left - margin) * (left > margin ? 1.0 - kMargin : 1.0 + kMargin),
-            (left + margin) * (left > -margin ? 1.0 + kMargin : 1.0 - kMargin)};
+// `left` rounded down, or up, by more than the roundings that it took.
+double surely(double left, double margin) {
+    return (left - margin) * (left > margin ? 1.0 - kMargin : 1.0 + kMargin);
+}
+
+double atMost(double left, double margin) {
+    return (left + margin) * (left > -margin ? 1.0 + kMargin : 1.0 - kMargin);
 }
 
 double loadOf(const double (&pbw)[kLevels]) {
@@ -71,6 +76,7 @@ void refresh(Views* views, Long position, const DBLink* link) {
              ledger->stale == 0,
              static_cast<std::uint8_t>(ledger->occupied),
              {}};
+    Reservation reservations[kClasses];
     double total = 0.0;
     for (int oa = 0; oa < kClasses; oa++) {
         const double cap = state->cap[oa];
@@ -87,7 +93,8 @@ void refresh(Views* views, Long position, const DBLink* link) {
         if ((ledger->occupied >> oa & 1U) == 0 && !isRead && cap >= 0.0 &&
             cap < kReasonable)
             continue;
-        const Reservation reserved = reservationOf(state->pbw[oa], worst);
+        const Reservation& reserved = reservations[oa] =
+            reservationOf(state->pbw[oa], worst);
         const double load = loadOf(state->pbw[oa]);
         for (int p = 0; p < kLevels; p++)
             if (reserved.upTo[p] > cap) view->overfull[p] |= bitOf(oa);
@@ -96,15 +103,26 @@ void refresh(Views* views, Long position, const DBLink* link) {
         if (hasOwnNeed(ledger, oa)) view->ownNeed |= bitOf(oa);
         if (!isRead) continue;
         const auto [slope, intercept] = segmentAt(load / cap);
-        const double shift = intercept * cap;
-        views->loads[oa][position] = {load, cap, slope, shift, slope * load + shift};
-        for (int p = 0; p < kLevels; p++)
-            if ((views->levels[oa] >> p & 1U) != 0)
-                views->rooms[oa][p][position] =
-                    roomOf(cap, reserved.upTo[p], reserved.magnitude[p]);
+        const LoadViews& loads = views->loads[oa];
+        loads.load[position] = load;
+        loads.cap[position] = cap;
+        loads.slope[position] = slope;
+        loads.shift[position] = intercept * cap;
     }
-    for (int oa = 0; oa < kClasses; oa++)
+    for (int oa = 0; oa < kClasses; oa++) {
         if ((views->needed >> oa & 1U) != 0) views->needs[oa][position].reserved = total;
+        if ((views->classes >> oa & 1U) == 0) continue;
+        for (int p = 0; p < kLevels; p++) {
+            if ((views->levels[oa] >> p & 1U) == 0) continue;
+            const Rooms& rooms = views->rooms[oa][p];
+            const double left = state->cap[oa] - reservations[oa].upTo[p];
+            const double margin = kMargin * reservations[oa].magnitude[p];
+            const bool wantsLook = view->isOdd || (view->overfull[p] & ~bitOf(oa)) != 0;
+            rooms.sure[position] = wantsLook ? -1.0 : surely(left, margin);
+            const bool frees = (view->ownNeed & bitOf(oa)) != 0;
+            rooms.most[position] = frees ? kInfinity : atMost(left, margin);
+        }
+    }
 }
 
 // Calls act(array) for every array in use, until it is false.
@@ -114,9 +132,13 @@ bool forEachArray(Views* views, Act act) {
     for (int oa = 0; oa < kClasses; oa++) {
         if ((views->needed >> oa & 1U) != 0 && !act(&views->needs[oa])) return false;
         if ((views->classes >> oa & 1U) == 0) continue;
-        if (!act(&views->loads[oa])) return false;
+        LoadViews* loads = &views->loads[oa];
+        for (Array<double>* array :
+             {&loads->load, &loads->cap, &loads->slope, &loads->shift})
+            if (!act(array)) return false;
         for (int p = 0; p < kLevels; p++)
-            if ((views->levels[oa] >> p & 1U) != 0 && !act(&views->rooms[oa][p]))
+            if ((views->levels[oa] >> p & 1U) != 0 &&
+                (!act(&views->rooms[oa][p].sure) || !act(&views->rooms[oa][p].most)))
                 return false;
     }
     return true;
@@ -140,13 +162,13 @@ void clearStale(Views* views) {
 
 bool makeAll(const Graph* graph, Views* views) {
     auto size = [=](auto* array) {
-        if (!makeRoom(array, graph->out.top)) return false;
-        array->top = graph->out.top;
+        if (!makeRoom(array, graph->nbLinks())) return false;
+        array->top = graph->nbLinks();
         return true;
     };
     views->isAligned = false;
     if (!forEachArray(views, size)) return false;
-    for (Long i = 0; i < graph->out.top; i++) refresh(views, i, graph->out[i].link);
+    for (Long i = 0; i < graph->nbLinks(); i++) refresh(views, i, graph->out[i].link);
     clearStale(views);
     views->isAligned = true;
     return true;
@@ -214,7 +236,7 @@ bool checkViews(const Live* live, Long (&where)[2]) {
     fresh.needed = views->needed;
     std::copy_n(views->levels, kClasses, fresh.levels);
     auto size = [=](auto* array) { return makeRoom(array, 1); };
-    bool isRight = views->links.top == live->graph.out.top;
+    bool isRight = views->links.top == live->graph.nbLinks();
     for (Long i = 0; isRight && forEachArray(&fresh, size) && i < views->links.top; i++) {
         const DBLink* link = live->graph.out[i].link;
         if (link->ledger->isViewStale) continue;
@@ -224,10 +246,17 @@ bool checkViews(const Live* live, Long (&where)[2]) {
             if ((views->needed >> oa & 1U) != 0)
                 isRight &= isSameView(fresh.needs[oa][0], views->needs[oa][i]);
             if ((views->classes >> oa & 1U) == 0) continue;
-            isRight &= isSameBytes(fresh.loads[oa][0], views->loads[oa][i]);
+            const LoadViews& a = fresh.loads[oa];
+            const LoadViews& b = views->loads[oa];
+            isRight &= isSameBytes(a.load[0], b.load[i]) &&
+                       isSameBytes(a.cap[0], b.cap[i]) &&
+                       isSameBytes(a.slope[0], b.slope[i]) &&
+                       isSameBytes(a.shift[0], b.shift[i]);
             for (int p = 0; p < kLevels; p++)
-                if ((views->levels[oa] >> p & 1U) != 0)
-                    isRight &= isSameBytes(fresh.rooms[oa][p][0], views->rooms[oa][p][i]);
+                if (const Rooms& rooms = views->rooms[oa][p];
+                    (views->levels[oa] >> p & 1U) != 0)
+                    isRight &= isSameBytes(fresh.rooms[oa][p].sure[0], rooms.sure[i]) &&
+                               isSameBytes(fresh.rooms[oa][p].most[0], rooms.most[i]);
         }
         if (isRight) continue;
         where[0] = link->ledger->tail;
@@ -241,9 +270,15 @@ void endViews(Views* views) {
     endArray(&views->links);
     endArray(&views->stale);
     for (int oa = 0; oa < kClasses; oa++) {
-        endArray(&views->loads[oa]);
         endArray(&views->needs[oa]);
-        for (Array<Room>& room : views->rooms[oa]) endArray(&room);
+        LoadViews* loads = &views->loads[oa];
+        for (Array<double>* array :
+             {&loads->load, &loads->cap, &loads->slope, &loads->shift})
+            endArray(array);
+        for (Rooms& rooms : views->rooms[oa]) {
+            endArray(&rooms.sure);
+            endArray(&rooms.most);
+        }
     }
 }
 

@@ -4,7 +4,7 @@
 // add up its levels; what a request reads of a link is summed up here instead, once after
 // each change of the link, back to back in the order of the graph.
 //
-// Nothing here decides what a rounded sum has to: a Room says how much surely fits and
+// Nothing here decides what a rounded sum has to: Rooms say how much surely fits and
 // how much surely does not, with a margin for every rounding on the way, and between the
 // two the link itself is asked.
 #pragma once
@@ -30,20 +30,23 @@ struct LinkView {
     bool operator==(const LinkView&) const = default;
 };
 
-// Of one class, what may be added at a level or below.
-struct Room {
-    double sure;  // up to this it fits
-    double most;  // beyond this it does not
+// Of one class, what may be added at a level or below. For most requests this is all that
+// decides. Like LoadViews it is numbers in arrays of their own, so that a request can
+// work on the numbers of several links at once.
+struct Rooms {
+    // Up to this it fits. Negative on links that want a look at more: odd ones, and those
+    // where the reservation of another class exceeds its capacity.
+    Array<double> sure;
+    // Beyond this it does not. Infinite where a primary frees bandwidth (ownNeed).
+    Array<double> most;
 };
 
-// Primary bandwidth of one class. The congestion cost of a load x is slope * x + shift,
-// that of `load` is cost.
-struct LoadView {
-    double load;  // of all levels
-    double cap;
-    double slope;
-    double shift;
-    double cost;
+// Primary bandwidth of one class. The congestion cost of a load x is slope * x + shift.
+struct LoadViews {
+    Array<double> load;  // of all levels
+    Array<double> cap;
+    Array<double> slope;
+    Array<double> shift;
 };
 
 // What backups read of one class.
@@ -63,8 +66,8 @@ struct Views {
     unsigned levels[kClasses];  // likewise, of these
     unsigned needed;            // classes that backups have asked for
     Array<LinkView> links;
-    Array<LoadView> loads[kClasses];
-    Array<Room> rooms[kClasses][kLevels];  // what is reserved up to the level stays
+    LoadViews loads[kClasses];
+    Rooms rooms[kClasses][kLevels];  // what is reserved up to the level stays
     Array<NeedView> needs[kClasses];
     Array<DBLink*> stale;  // links that have changed since
 };
@@ -95,7 +98,7 @@ void endViews(Views* views);
 // ends of the first that is not.
 bool checkViews(const Live* live, Long (&where)[2]);
 
-// Whether an amount fits, where a Room does not tell: the sum of the levels 0 to upTo of
+// Whether an amount fits, where Rooms do not tell: the sum of the levels 0 to upTo of
 // rbw, as it would be with `bw` more in pbw of a level, against the capacity. `worst` is
 // the worst need of the class then.
 bool fits(const DBLinkState* state, const double* worst, int oa, int level, double bw,
