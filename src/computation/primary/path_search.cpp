@@ -109,13 +109,17 @@ class PathSearch {
 
     // False, nothing changed, if a link cannot be judged for lack of memory.
     bool admitLinks(const bool* isLeftOut) {
-        if (isLeftOut != nullptr || order_.top > 0 || isConfigOdd_ || !admitPlainly())
+        if (isLeftOut != nullptr || order_.top > 0 || isConfigOdd_ || !admitByRoom())
             std::fill_n(added_.cont, graph_->nbLinks(), kOdd);
+        const Long nbLinks = graph_->nbLinks();
+        double* const added = added_.cont;
+        for (Long i = 0; !terms_.isSingle() && i < nbLinks; i++)
+            if (added[i] == 0.0) terms_.compute(i);
         Long tail = 0;
-        for (Long i = 0; i < graph_->nbLinks(); i++) {
-            if (added_[i] >= 0.0) continue;
+        for (Long i = 0; i < nbLinks; i++) {
+            if (added[i] >= 0.0) continue;
             while (graph_->first[tail + 1] <= i) tail++;
-            added_[i] = judge(i, tail, isLeftOut);
+            added[i] = judge(i, tail, isLeftOut);
         }
         return !admission_.hasFailed();
     }
@@ -181,28 +185,43 @@ class PathSearch {
         return true;
     }
 
-    // What the links add whose room decides at once, kOdd for the others; without
-    // branches, several at a time. No term overflows: amounts that surely fit are less
-    // than 1e150, and so are weights. False where more than congestion and room counts.
-    bool admitPlainly() {
-        const ScoreTerms::Step* const step = terms_.onlyCongestion();
+    // What the links add whose room decides at once, kOdd for the others. False where
+    // room decides on none.
+    bool admitByRoom() {
         const Rooms* const rooms = admission_.rooms();
-        if (step == nullptr || rooms == nullptr) return false;
-        const ScoreTerms::Step only = *step;
-        const double bw = only.bw;
-        const double* const sure = rooms->sure.cont;
-        const double* const most = rooms->most.cont;
-        const double* const loads = only.loads->load.cont;
-        const double* const slopes = only.loads->slope.cont;
-        const double* const shifts = only.loads->shift.cont;
-        double* const added = added_.cont;
+        if (rooms == nullptr) return false;
+        const ScoreTerms::Step only = terms_.first();
+        if (!terms_.isSingle())
+            admitByRoom(*rooms, [](Long) { return 0.0; });
+        else if (only.criterion == ScoreTerms::CONGESTION)
+            // Amounts that surely fit are less than 1e150, and so are weights.
+            admitByRoom(*rooms, [only, load = only.loads->load.cont,
+                                 slope = only.loads->slope.cont,
+                                 shift = only.loads->shift.cont](Long i) {
+                return only.congestionTerm(load[i], slope[i], shift[i]);
+            });
+        else
+            admitByRoom(*rooms, [only](Long i) {
+                const double term = only.term(i);
+                return std::abs(term) <= kOrdinary ? term : kOdd;
+            });
+        admission_.forEachSpecial([this](Long i) { added_[i] = kOdd; });
+        return true;
+    }
+
+    // Without branches, so that several links are worked out at a time.
+    template <class Term>
+    void admitByRoom(const Rooms& rooms, Term term) {
+        const double bw = admission_.amount();
+        const double* const sure = rooms.sure.cont;
+        const double* const most = rooms.most.cont;
+        double* const result = added_.cont;
         const Long nbLinks = graph_->nbLinks();
         for (Long i = 0; i < nbLinks; i++) {
-            const double term = only.congestionTerm(loads[i], slopes[i], shifts[i]);
-            const double ifNotTooMuch = bw <= sure[i] ? term : kOdd;
-            added[i] = bw > most[i] ? kClosed : ifNotTooMuch;
+            const double added = term(i);
+            const double ifNotTooMuch = bw <= sure[i] ? added : kOdd;
+            result[i] = bw > most[i] ? kClosed : ifNotTooMuch;
         }
-        return true;
     }
 
     // What a link adds to a score: kClosed, kOdd, or its term if there is only one.
@@ -259,7 +278,7 @@ class PathSearch {
             least_ = kInfinity;
             // Nodes expanded before see nothing of those reached in this pass; one that
             // is expanded now sees what the ones before it have reached.
-            takeFlagged(seen);
+            takeFlagged(0, seen);
             for (const Long n : flagged_) relax<false>(n);
             expand<kIsSingle>(reached);
             takeFlagged(seen, reached);
@@ -293,7 +312,7 @@ class PathSearch {
     bool isFinal(Long dst, double leastTerm) const {
         const Label& label = labels_[dst];
         return label.neighb >= 0 && !loopsPossible_ && !hasStrangers_ &&
-               mayImprove_[dst] == 0 && least_ >= labels_[label.neighb].cost &&
+               mayImprove_[label.rank] == 0 && least_ >= labels_[label.neighb].cost &&
                !beats(least_ + leastTerm, label.cost);
     }
 
@@ -316,7 +335,7 @@ class PathSearch {
         auto offer = [&](Long i, double score) {
             offers[i] = score;
             const Label& head = labels[heads[i]];
-            mayImprove[heads[i]] |= beats(score, head.cost) ? 1 : 0;
+            mayImprove[head.rank] |= beats(score, head.cost) ? 1 : 0;
             if (!kIsNew) return;
             leads[nbLeads] = {i, n};
             nbLeads += head.neighb == kNotReached ? 1 : 0;
@@ -342,12 +361,11 @@ class PathSearch {
             least = offer < least ? offer : least;
             if (labels[head].neighb != kNotReached) {
                 // It was not flagged by this offer if it has been reached since.
-                mayImprove_[head] |= beats(offer, labels[head].cost) ? 1 : 0;
+                mayImprove_[labels[head].rank] |= beats(offer, labels[head].cost) ? 1 : 0;
                 continue;
             }
             if (added_[lead.position] == kClosed) continue;
             labels[head] = {offer, active_.top, lead.tail};
-            mayImprove_[head] = 0;
             reachedBy_[head] = labels[lead.tail].rank;
             newNeighb_[head] = lead.tail;
             terms_.elect(lead.position, lead.tail, head);
@@ -359,37 +377,20 @@ class PathSearch {
         for (; rank < active_.top; rank++) makeOffers<kIsSingle, true>(active_[rank]);
     }
 
-    // Collects the nodes of ranks below `seen` whose flags are set, and clears these.
-    void takeFlagged(Long seen) {
+    // Collects the nodes of these ranks whose flags are set, and clears the flags.
+    void takeFlagged(Long from, Long end) {
+        std::uint8_t* const flags = mayImprove_.cont;
+        const Long* const active = active_.cont;
         Long* const flagged = flagged_.cont;
         Long top = 0;
-        for (Long n = 0; n < graph_->nodeSlots(); n += kFlagsAtOnce) {
-            std::uint8_t* const flags = &mayImprove_[n];
-            if (areClear(flags)) continue;
-            for (Long k = 0; k < kFlagsAtOnce; k++) {
-                const std::uint8_t isTaken = labels_[n + k].rank < seen ? flags[k] : 0;
-                flagged[top] = n + k;
-                top += isTaken;
-                flags[k] ^= isTaken;
-            }
+        for (Long rank = from; rank < end; rank++) {
+            while (rank + kFlagsAtOnce < end && areClear(&flags[rank]))
+                rank += kFlagsAtOnce;
+            flagged[top] = active[rank];
+            top += flags[rank];
+            flags[rank] = 0;
         }
         flagged_.top = top;
-        // Where loops are possible, who chooses first matters.
-        if (loopsPossible_)
-            std::sort(flagged_.begin(), flagged_.end(), [this](Long a, Long b) {
-                return labels_[a].rank < labels_[b].rank;
-            });
-    }
-
-    // The same for ranks from `seen` up to `reached` - 1.
-    void takeFlagged(Long seen, Long reached) {
-        flagged_.top = 0;
-        for (Long rank = seen; rank < reached; rank++) {
-            const Long n = active_[rank];
-            flagged_[flagged_.top] = n;
-            flagged_.top += mayImprove_[n];
-            mayImprove_[n] = 0;
-        }
     }
 
     // The last offer, in order of tails, that beats n's committed cost and closes no loop
@@ -417,17 +418,17 @@ class PathSearch {
             last = beats(offer, label.cost) ? in : last;
             least = offer < least ? offer : least;
         });
-        if (areHidden) mayImprove_[n] = 1;
+        if (areHidden) mayImprove_[label.rank] = 1;
         while (loopsPossible_ && last >= from) {
             if (beats(offerBy(last), label.cost)) {
                 if (!isOnChain(tails[last], n)) break;
-                mayImprove_[n] = 1;  // the loop may go
+                mayImprove_[label.rank] = 1;  // the loop may go
             }
             last--;
         }
         if (last < from) return;
         const double chosen = offers[positions[last]];
-        mayImprove_[n] |= beats(least, chosen) ? 1 : 0;
+        mayImprove_[label.rank] |= beats(least, chosen) ? 1 : 0;
         least_ = least < least_ ? least : least_;
         newNeighb_[n] = tails[last];
         terms_.elect(positions[last], tails[last], n);
@@ -437,7 +438,7 @@ class PathSearch {
     // Whether n is on the chain of candidates of `from`, which form a tree rooted in the
     // source: none is taken that would close a loop.
     bool isOnChain(Long from, Long n) const {
-        while (from != n && labels_[from].neighb != -1) from = newNeighb_[from];
+        while (from != n && from >= 0) from = newNeighb_[from];
         return from == n;
     }
 

@@ -44,27 +44,25 @@ bool RequestAdmission::prepare(unsigned classes) {
     upTo_ = config.allowReroute ? req_->precedence : kLevels - 1;
     othersThan_ = ~asked_;
     if (!refreshViews(dataBase_, live_, {classes, asked_, upTo_, 0})) return false;
-    if (DBlspInit(&lsp_) < 0 || longVecResize(&lsp_.path, 2) < 0 ||
-        longVecCopy(&lsp_.forbidLinks, const_cast<LongList*>(&req_->forbidLinks)) < 0)
-        return false;
-    lsp_.path.top = 2;
-    lsp_.id = req_->id;
-    lsp_.type = DB_PRIMARY_LSP;
-    lsp_.precedence = req_->precedence;
-    lsp_.noContentionId = std::max(req_->rerouteInfo.id, -1);
-    std::copy_n(req_->bw, kClasses, lsp_.bw);
-
-    isPlain_ = std::popcount(asked_) == 1 && !isOdd_ && req_->rerouteInfo.id < 0 &&
-               config.capacityClause &&
-               (!config.colorClause || req_->forbidLinks.top == 0);
-    if (!isPlain_) return true;
-    const int oa = std::countr_zero(asked_);
-    bw_ = req_->bw[oa];
-    rooms_ = &live_->views.rooms[oa][upTo_];
-    return true;
+    isColored_ = config.colorClause && req_->forbidLinks.top > 0;
+    if (std::popcount(asked_) == 1 && !isOdd_ && config.capacityClause)
+        rooms_ = &live_->views.rooms[std::countr_zero(asked_)][upTo_];
+    return req_->rerouteInfo.id < 0 || listShared();
 }
 
-bool RequestAdmission::admitsSlowly(Long position, Long tail) {
+bool RequestAdmission::listShared() {
+    const LSPrerouteInfo& info = req_->rerouteInfo;
+    const LongList* path = &DBgetLSP(dataBase_, info.id)->path;
+    auto add = [this](Long tail, Long head) {
+        const DBLink* link = findLink(&dataBase_->linkTab, tail, head);
+        return link == nullptr || append(&shared_, positionOf(&live_->graph, tail, head));
+    };
+    for (Long i = 0; i + 1 < path->top; i++)
+        if (!add(path->cont[i], path->cont[i + 1])) return false;
+    return add(info.src, info.dst);
+}
+
+bool RequestAdmission::admits(Long position, Long tail) {
     const PredicateConfig& config = kavrilConfig.predicateConfig;
     const LSPrerouteInfo& info = req_->rerouteInfo;
     const Long head = live_->graph.heads[position];
@@ -74,8 +72,7 @@ bool RequestAdmission::admitsSlowly(Long position, Long tail) {
             return admitsOnTrial(position, tail);
     }
     if (config.capacityClause && !fitsInto(position, tail)) return false;
-    return !config.colorClause ||
-           indexOf(&req_->forbidLinks, live_->views.links[position].color) < 0;
+    return !isColored_ || !isForbidden(position);
 }
 
 bool RequestAdmission::fitsInto(Long position, Long tail) {
@@ -89,12 +86,12 @@ bool RequestAdmission::fitsInto(Long position, Long tail) {
         const double bw = req_->bw[oa];
         const Rooms& rooms = views.rooms[oa][upTo_];
         if (bw <= rooms.sure[position]) continue;
+        if (bw > rooms.most[position]) return false;
         // What fails on the way there may free what it takes.
         if ((view.ownNeed >> oa & 1U) != 0) {
             isClear = false;
             continue;
         }
-        if (bw > rooms.most[position]) return false;
         const DBLink* link = live_->graph.out[position].link;
         const LedgerClass* cls = link->ledger->classes[oa];
         const Need worst = cls != nullptr ? cls->worst : Need{};
@@ -103,8 +100,23 @@ bool RequestAdmission::fitsInto(Long position, Long tail) {
     return isClear || admitsOnTrial(position, tail);
 }
 
+bool RequestAdmission::prepareTrial() {
+    if (DBlspInit(&lsp_) < 0 || longVecResize(&lsp_.path, 2) < 0 ||
+        longVecCopy(&lsp_.forbidLinks, const_cast<LongList*>(&req_->forbidLinks)) < 0)
+        return false;
+    lsp_.path.top = 2;
+    lsp_.id = req_->id;
+    lsp_.type = DB_PRIMARY_LSP;
+    lsp_.precedence = req_->precedence;
+    lsp_.noContentionId = std::max(req_->rerouteInfo.id, -1);
+    std::copy_n(req_->bw, kClasses, lsp_.bw);
+    return true;
+}
+
 bool RequestAdmission::admitsOnTrial(Long position, Long tail) {
     const Long head = live_->graph.heads[position];
+    if (lsp_.path.top == 0 && !prepareTrial()) hasFailed_ = true;
+    if (hasFailed_) return false;
     double gain[kClasses];
     lsp_.path.cont[0] = tail;
     lsp_.path.cont[1] = head;

@@ -4,6 +4,8 @@
 // link decides at once unless it is close; then the link itself is asked.
 #pragma once
 
+#include <bit>
+
 #include "computation/computation_st.h"
 #include "database/live/live.h"
 #include "database/lsp.h"
@@ -27,38 +29,46 @@ class RequestAdmission {
     bool prepare(unsigned classes);
 
     // Whether the link at a position of the graph takes the request.
-    bool admits(Long position, Long tail) {
-        if (isPlain_) {
-            if (bw_ <= rooms_->sure[position]) return true;
-            if (bw_ > rooms_->most[position]) return false;
-        }
-        return admitsSlowly(position, tail);
-    }
+    bool admits(Long position, Long tail);
 
-    // What decides on amount() unless it is close; null where more has to be looked at.
-    const Rooms* rooms() const { return isPlain_ ? rooms_ : nullptr; }
-    double amount() const { return bw_; }
+    // What decides on the amount that is asked for, unless it is close or something else
+    // counts on a link. Null where links have to be asked one by one.
+    const Rooms* rooms() const { return rooms_; }
+    double amount() const { return req_->bw[std::countr_zero(asked_)]; }
+
+    // Calls act(position) for the links where something else counts.
+    template <class Act>
+    void forEachSpecial(Act act) const {
+        if (isColored_)
+            for (Long i = 0; i < live_->graph.nbLinks(); i++)
+                if (isForbidden(i)) act(i);
+        for (const Long position : shared_) act(position);
+    }
 
     // True if a link could not be judged for lack of memory.
     bool hasFailed() const { return hasFailed_; }
 
   private:
-    bool admitsSlowly(Long position, Long tail);
+    bool isForbidden(Long position) const {
+        return indexOf(&req_->forbidLinks, live_->views.links[position].color) >= 0;
+    }
+    bool listShared();
+    bool prepareTrial();
     bool fitsInto(Long position, Long tail);
     bool admitsOnTrial(Long position, Long tail);
 
     DataBase* dataBase_;
     Live* live_;
     const LSPRequest* req_;
-    ScopedLSP lsp_;  // the request, its path one link
+    ScopedLSP lsp_;  // the request, its path one link; prepared for the first trial
     LinkTrial trial_;
     unsigned asked_ = 0;  // classes with bandwidth, as bits
     unsigned othersThan_ = 0;
     int upTo_ = 0;        // levels up to this one are in the way
     bool isOdd_ = false;  // an amount that is infinite or less than nothing
     bool hasFailed_ = false;
-    // One class is asked for, and nothing but its capacity counts:
-    bool isPlain_ = false;
-    double bw_ = 0.0;
+    bool isColored_ = false;  // links of some colours are not to be taken
+    ScopedArray<Long>
+        shared_;  // positions of the partner's links, and of the one to avoid
     const Rooms* rooms_ = nullptr;
 };

@@ -28,7 +28,7 @@ bool addLoadBalance(double* score, double weight, const ClassLoad& l, double sum
     *score = *score + balance.rise - balance.fall;
     const double newSum = sum + balance.share;
     if (std::isinf(newSum)) return false;
-    *score = addSums(*score, weight, newSum, sum, nbLinks);
+    *score = addSums(*score, sumWeights(weight, nbLinks), newSum, sum);
     return true;
 }
 

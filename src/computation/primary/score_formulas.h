@@ -54,11 +54,20 @@ inline LoadBalance balanceOf(double weight, const ClassLoad& l) {
     return {after * (weight * after), before * (before * weight), l.bw / l.capacity};
 }
 
+// What the squares of a sum of utilisations after and before count in a score.
+struct SumWeights {
+    double after;
+    double before;
+};
+
+inline SumWeights sumWeights(double weight, double nbLinks) {
+    return {(-1.0 / nbLinks) * weight, weight * (1.0 / nbLinks)};
+}
+
 // What a changed sum of utilisations adds to a score.
-inline double addSums(double score, double weight, double newSum, double sum,
-                      double nbLinks) {
-    return score + newSum * ((-1.0 / nbLinks) * weight * newSum) +
-           (weight * (1.0 / nbLinks)) * sum * sum;
+inline double addSums(double score, const SumWeights& weights, double newSum,
+                      double sum) {
+    return score + newSum * (weights.after * newSum) + weights.before * sum * sum;
 }
 
 // Adds to the score of a link's tail what the request adds on the link, rerouting prices

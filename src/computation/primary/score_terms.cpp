@@ -43,7 +43,9 @@ bool ScoreTerms::init(const Live* live, Long nbLinks, const LSPRequest* req) {
 
 void ScoreTerms::addStep(Criterion criterion, int oa, double weight) {
     if (!inUse(weight)) return;
-    steps_[nbSteps_++] = {criterion, oa, weight, req_->bw[oa], &views_->loads[oa]};
+    steps_[nbSteps_++] = {
+        criterion,         oa, weight, req_->bw[oa], sumWeights(weight, nbLinks_),
+        &views_->loads[oa]};
     stride_ += criterion == BALANCE ? kBalanceTerms : 1;
     if (criterion == BALANCE) nbSums_++;
 }
@@ -100,7 +102,7 @@ double ScoreTerms::balancedScore(const double* term, double tailCost, Long tail)
         const double newSum = sum + term[2];
         score = score + term[0] - term[1];
         if (std::isinf(newSum)) return std::numeric_limits<double>::infinity();
-        score = addSums(score, steps_[i].weight, newSum, sum, nbLinks_);
+        score = addSums(score, steps_[i].sums, newSum, sum);
         term += kBalanceTerms;
     }
     return priced(score);

@@ -30,7 +30,8 @@ class ScoreTerms {
         Criterion criterion;
         int oa;
         double weight;
-        double bw;  // asked for
+        double bw;        // asked for
+        SumWeights sums;  // of load balance
         const LoadViews* loads;
 
         double term(Long position) const {
@@ -52,12 +53,8 @@ class ScoreTerms {
 
     // Computes the terms of a link. Returns the term, if there is only one.
     double compute(Long position);
-    // The only step, if there is one and it is congestion.
-    const Step* onlyCongestion() const {
-        return isSingle_ && steps_[0].criterion == CONGESTION ? &steps_[0] : nullptr;
-    }
-    // Says that a term of it is negative, or not a number.
-    void noteNegative() { hasNegative_ = true; }
+    // The only step, if there is just one.
+    const Step& first() const { return steps_[0]; }
     // Whether a score is that of the tail plus one term, and priced.
     bool isSingle() const { return isSingle_; }
 

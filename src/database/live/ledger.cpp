@@ -321,6 +321,16 @@ Need worstOf(const LedgerClass* cls, Counted counted) {
     return worst;
 }
 
+Need worstOfNodesBut(const LedgerClass* cls, Long head) {
+    Need worst = {};
+    for (Run rest = allOf(cls); rest.nb > 0;) {
+        const Run run = front(rest, kBelowHead);
+        if (headOf(run.keys[0]) != head && anyActive(run)) raise(&worst, needOf(run));
+        rest = part(rest, run.nb, rest.nb);
+    }
+    return worst;
+}
+
 LedgerClass* classOf(Ledger* ledger, int oa) {
     LedgerClass** cls = &ledger->classes[oa];
     if (*cls == nullptr)

@@ -143,6 +143,9 @@ bool worstAfter(const LedgerClass* cls, int oa, const Booking& booking, Counted 
 // The worst need summed up from all cells.
 Need worstOf(const LedgerClass* cls, Counted counted);
 
+// The worst need of all nodes but one.
+Need worstOfNodesBut(const LedgerClass* cls, Long head);
+
 // The class, made if it is missing; null if there is no memory.
 LedgerClass* classOf(Ledger* ledger, int oa);
 

@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
-#include <limits>
 
 #include "common/congestion.h"
 #include "database/live/live.h"
@@ -12,8 +11,6 @@ namespace {
 
 // Beyond this, products of capacities and slopes could overflow.
 constexpr double kReasonable = 1e150;
-
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 // Far more than the roundings of a sum over eight levels, three operations each, come to.
 constexpr double kMargin = 0x1p-40;
@@ -43,12 +40,16 @@ Reservation reservationOf(const double (&pbw)[kLevels], const Need& worst) {
     return reserved;
 }
 
-// `left` rounded down, or up, by more than the roundings that it took.
-double surely(double left, double margin) {
+// What is left of a capacity, rounded down or up by more than the roundings that it took.
+double surely(double cap, const Reservation& reserved, int p) {
+    const double left = cap - reserved.upTo[p];
+    const double margin = kMargin * reserved.magnitude[p];
     return (left - margin) * (left > margin ? 1.0 - kMargin : 1.0 + kMargin);
 }
 
-double atMost(double left, double margin) {
+double atMost(double cap, const Reservation& reserved, int p) {
+    const double left = cap - reserved.upTo[p];
+    const double margin = kMargin * reserved.magnitude[p];
     return (left + margin) * (left > -margin ? 1.0 + kMargin : 1.0 - kMargin);
 }
 
@@ -77,6 +78,7 @@ void refresh(Views* views, Long position, const DBLink* link) {
              static_cast<std::uint8_t>(ledger->occupied),
              {}};
     Reservation reservations[kClasses];
+    Reservation stays[kClasses];  // whatever a primary frees
     double total = 0.0;
     for (int oa = 0; oa < kClasses; oa++) {
         const double cap = state->cap[oa];
@@ -102,6 +104,10 @@ void refresh(Views* views, Long position, const DBLink* link) {
             view->isOdd = true;
         if (hasOwnNeed(ledger, oa)) view->ownNeed |= bitOf(oa);
         if (!isRead) continue;
+        stays[oa] =
+            (view->ownNeed & bitOf(oa)) == 0
+                ? reserved
+                : reservationOf(state->pbw[oa], worstOfNodesBut(cls, ledger->head));
         const auto [slope, intercept] = segmentAt(load / cap);
         const LoadViews& loads = views->loads[oa];
         loads.load[position] = load;
@@ -115,12 +121,10 @@ void refresh(Views* views, Long position, const DBLink* link) {
         for (int p = 0; p < kLevels; p++) {
             if ((views->levels[oa] >> p & 1U) == 0) continue;
             const Rooms& rooms = views->rooms[oa][p];
-            const double left = state->cap[oa] - reservations[oa].upTo[p];
-            const double margin = kMargin * reservations[oa].magnitude[p];
+            const double cap = state->cap[oa];
             const bool wantsLook = view->isOdd || (view->overfull[p] & ~bitOf(oa)) != 0;
-            rooms.sure[position] = wantsLook ? -1.0 : surely(left, margin);
-            const bool frees = (view->ownNeed & bitOf(oa)) != 0;
-            rooms.most[position] = frees ? kInfinity : atMost(left, margin);
+            rooms.sure[position] = wantsLook ? -1.0 : surely(cap, reservations[oa], p);
+            rooms.most[position] = atMost(cap, stays[oa], p);
         }
     }
 }

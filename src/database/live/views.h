@@ -37,7 +37,7 @@ struct Rooms {
     // Up to this it fits. Negative on links that want a look at more: odd ones, and those
     // where the reservation of another class exceeds its capacity.
     Array<double> sure;
-    // Beyond this it does not. Infinite where a primary frees bandwidth (ownNeed).
+    // Beyond this it does not, whatever a primary frees (ownNeed).
     Array<double> most;
 };
 
