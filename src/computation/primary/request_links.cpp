@@ -1,0 +1,163 @@
+#include "computation/primary/request_links.h"
+
+#include <algorithm>
+
+#include "common/setup.h"
+
+namespace {
+
+// Stands for a score that has to be made term by term.
+constexpr double kOdd = std::numeric_limits<double>::quiet_NaN();
+
+// No sum of terms up to this one overflows.
+constexpr double kOrdinary = 1e200;
+
+bool isReasonable(double weight) {
+    return std::abs(weight) < 1e100;
+}
+
+// Weights that make sums which cannot be left out.
+bool isConfigOdd() {
+    const PrimaryComputationConfig& config = kavrilConfig.primaryComputationConfig;
+    if (!isReasonable(config.Fortz)) return true;
+    for (int oa = 0; oa < kClasses; oa++)
+        for (double weight : {config.loadBal[oa], config.load[oa], config.sqLoad[oa],
+                              config.relLoad[oa], config.sqRelLoad[oa], config.delay[oa]})
+            if (!isReasonable(weight)) return true;
+    return false;
+}
+
+}  // namespace
+
+RequestLinks::RequestLinks(DataBase* dataBase, const LSPRequest* req)
+    : dataBase_(dataBase),
+      live_(dataBase->live),
+      graph_(&dataBase->live->graph),
+      req_(req),
+      admission_(dataBase, req),
+      isConfigOdd_(isConfigOdd()) {}
+
+bool RequestLinks::prepare(Long src) {
+    return admission_.prepare(classesToRead(req_)) &&
+           terms_.init(live_, dataBase_->nbLinks, req_) &&
+           makeRoom(&added_, graph_->nbLinks()) &&
+           hasOdd_.fill(graph_->nodeSlots(), false) && walkFrom(src);
+}
+
+// The nodes that the topology would have, in the order in which a depth-first walk builds
+// them; none where no link leads to other nodes and the order does not matter.
+bool RequestLinks::walkFrom(Long src) {
+    if (!terms_.hasSums() && isTwoWay(graph_)) return true;
+    const Long nodes = graph_->nodeSlots();
+    ScopedArray<Long> toVisit;
+    if (!makeRoom(&order_, nodes) || !makeRoom(&toVisit, nodes) ||
+        !isBuilt_.fill(nodes, false) || !strangers_.fill(nodes, false))
+        return false;
+    auto visit = [&](Long n) {
+        if (isBuilt_[n]) return;
+        isBuilt_[n] = true;
+        toVisit[toVisit.top++] = n;
+    };
+    visit(src);
+    while (toVisit.top > 0) {
+        const Long n = toVisit[--toVisit.top];
+        order_[order_.top++] = n;
+        size_ = std::max(size_, n + 1);
+        for (Long i = graph_->first[n]; i < graph_->first[n + 1]; i++)
+            visit(graph_->heads[i]);
+    }
+    return true;
+}
+
+bool RequestLinks::admit(const bool* isLeftOut) {
+    const Long nbLinks = graph_->nbLinks();
+    double* const added = added_.cont;
+    if (isLeftOut != nullptr || order_.top > 0 || isConfigOdd_ || !admitByRoom())
+        std::fill_n(added, nbLinks, kOdd);
+    for (Long i = 0; !isSingle() && i < nbLinks; i++)
+        if (added[i] == 0.0) terms_.compute(i);
+    Long tail = 0;
+    for (Long i = 0; i < nbLinks; i++) {
+        if (added[i] >= 0.0) continue;
+        while (graph_->first[tail + 1] <= i) tail++;
+        added[i] = judge(i, tail, isLeftOut);
+    }
+    return !admission_.hasFailed();
+}
+
+// What the links add whose room decides at once, kOdd for the others. False where room
+// decides on none.
+bool RequestLinks::admitByRoom() {
+    const Rooms* const rooms = admission_.rooms();
+    if (rooms == nullptr) return false;
+    const ScoreTerms::Step only = terms_.first();
+    if (!isSingle())
+        admitByRoom(*rooms, [](Long) { return 0.0; });
+    else if (only.criterion == ScoreTerms::CONGESTION)
+        // Ordinary: amounts that surely fit are less than 1e150, and weights than 1e100.
+        admitByRoom(*rooms,
+                    [only, load = only.loads->load.cont, slope = only.loads->slope.cont,
+                     shift = only.loads->shift.cont](Long i) {
+                        return only.congestionTerm(load[i], slope[i], shift[i]);
+                    });
+    else
+        admitByRoom(*rooms, [only](Long i) {
+            const double term = only.term(i);
+            return std::abs(term) <= kOrdinary ? term : kOdd;
+        });
+    admission_.forEachSpecial([this](Long i) { added_[i] = kOdd; });
+    return true;
+}
+
+// Without branches, so that several links are worked out at a time.
+template <class Term>
+void RequestLinks::admitByRoom(const Rooms& rooms, Term term) {
+    const double bw = admission_.amount();
+    const double* const sure = rooms.sure.cont;
+    const double* const most = rooms.most.cont;
+    double* const result = added_.cont;
+    const Long nbLinks = graph_->nbLinks();
+    for (Long i = 0; i < nbLinks; i++) {
+        const double added = term(i);
+        const double ifNotTooMuch = bw <= sure[i] ? added : kOdd;
+        result[i] = bw > most[i] ? kClosed : ifNotTooMuch;
+    }
+}
+
+double RequestLinks::judge(Long position, Long tail, const bool* isLeftOut) {
+    const Long head = graph_->heads[position];
+    if (order_.top > 0 && !isBuilt_[head]) return kClosed;
+    if (isLeftOut != nullptr && isLeftOut[position]) return kClosed;
+    if (!admission_.admits(position, tail)) return kClosed;
+    // The topology does not know this tail: reaching the head is an error.
+    if (order_.top > 0 && !isBuilt_[tail] && tail >= size_)
+        strangers_[head] = hasStrangers_ = true;
+    if (!isConfigOdd_ && !live_->views.links[position].isOdd) {
+        const double term = terms_.compute(position);
+        if (std::abs(term) <= kOrdinary) return term;
+    }
+    hasOdd_[tail] = true;
+    terms_.noteOdd(&graph_->out[position].link->state);
+    return kOdd;
+}
+
+double RequestLinks::leastTermInto(Long n) const {
+    if (!isSingle() || n >= graph_->nodeSlots()) return 0.0;
+    double least = kClosed;
+    for (Long in = graph_->firstIn[n]; in < graph_->firstIn[n + 1]; in++) {
+        const double added = added_[graph_->positions[in]];
+        if (std::isnan(added)) return 0.0;
+        least = std::min(least, added);
+    }
+    return least;
+}
+
+// In the order of the topology: node by node, by ascending tails.
+void RequestLinks::sumUtilisations(Long src) {
+    if (!terms_.hasSums()) return;
+    terms_.clearSums(src);
+    for (const Long n : order_)
+        for (Long in = graph_->firstIn[n]; in < graph_->firstIn[n + 1]; in++)
+            if (added_[graph_->positions[in]] != kClosed)
+                terms_.addUtilisation(src, graph_->positions[in]);
+}

@@ -1,0 +1,87 @@
+// The links as one primary request sees them: which take it, and what they add to the
+// score of a path.
+//
+// Private to the library. For most links two numbers of the views decide, and one term is
+// all that they add: these are worked out for several links at a time. All others are
+// judged one by one.
+#pragma once
+
+#include <cmath>
+#include <limits>
+
+#include "computation/primary/request_admission.h"
+#include "computation/primary/score_terms.h"
+
+class RequestLinks {
+  public:
+    // What a link that does not take the request adds.
+    static constexpr double kClosed = std::numeric_limits<double>::infinity();
+
+    RequestLinks(DataBase* dataBase, const LSPRequest* req);
+
+    // False if there is no memory.
+    bool prepare(Long src);
+
+    // Judges all links but those left out, by position, if any are. False if one cannot
+    // be judged for lack of memory.
+    bool admit(const bool* isLeftOut);
+
+    // By position: kClosed; a number that is none where score() has to be asked;
+    // otherwise what is to be added to the score of the tail, if isSingle().
+    const double* added() const { return added_.cont; }
+    bool isSingle() const { return terms_.isSingle(); }
+    // Whether links out of a node have to be scored term by term.
+    bool hasOdd(Long tail) const { return hasOdd_[tail] != 0; }
+
+    // The score by way of a link that takes the request, from that of its tail.
+    template <bool kIsSingle>
+    double score(Long position, double tailCost, Long tail) const {
+        const double added = added_[position];
+        if (std::isnan(added))
+            return terms_.oddScore(&graph_->out[position].link->state, tailCost, tail);
+        return kIsSingle ? tailCost + added : terms_.score(position, tailCost, tail);
+    }
+
+    // Whether a path can only get dearer with every link.
+    bool neverFalls() const { return terms_.neverFalls(); }
+
+    // Whatever the score of its tail, a link into n adds that much at least; 0 if this is
+    // not known.
+    double leastTermInto(Long n) const;
+
+    // Sums of utilisations (score_terms.h); that of the source is over all links that
+    // take the request.
+    void sumUtilisations(Long src);
+    void elect(Long position, Long tail, Long head) {
+        terms_.elect(position, tail, head);
+    }
+    void activate(Long node) { terms_.activate(node); }
+
+    // Nodes that the topology would not know how to reach: an error if one is.
+    bool hasStrangers() const { return hasStrangers_; }
+    bool isStranger(Long n) const { return hasStrangers_ && strangers_[n]; }
+
+  private:
+    bool walkFrom(Long src);
+    bool admitByRoom();
+    template <class Term>
+    void admitByRoom(const Rooms& rooms, Term term);
+    double judge(Long position, Long tail, const bool* isLeftOut);
+
+    DataBase* dataBase_;
+    Live* live_;
+    Graph* graph_;
+    const LSPRequest* req_;
+    RequestAdmission admission_;
+    ScoreTerms terms_;
+    ScopedArray<double> added_;
+    ScopedArray<bool> hasOdd_;  // by tail
+    bool isConfigOdd_ = false;
+    // Of networks where some links lead to nodes that do not lead back, or for sums of
+    // utilisations: nodes reached through any links, in the order of the walk.
+    ScopedArray<Long> order_;
+    ScopedArray<bool> isBuilt_;
+    ScopedArray<bool> strangers_;  // heads of links whose tail the topology does not know
+    bool hasStrangers_ = false;
+    Long size_ = 0;  // ids of these nodes lie below
+};
