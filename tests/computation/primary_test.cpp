@@ -1,5 +1,8 @@
 #include "computation/primary/primaryPath.h"
 
+#include <random>
+
+#include "computation/backup/backup.h"
 #include "support/support.h"
 
 using PrimaryPath = KavrilTest;
@@ -72,4 +75,85 @@ TEST_F(PrimaryPath, LinksTakeWhatTheFailureOfTheirHeadFrees) {
         EXPECT_EQ(bw == 10.0 ? Ids({0, 1, 2}) : Ids(), values(req.path));
     }
     EXPECT_EQ("Destination unreachable", errorTexts().at(1));
+}
+
+// Networks in one piece or several, links without a way back, whole and broken numbers,
+// ties, odd capacities, weights of both signs.
+TEST_F(PrimaryPath, SearchesEndWhereThoseOnTheTopologyDo) {
+    int found = 0;
+    for (unsigned seed = 1; seed <= 180; seed++) {
+        std::mt19937 random(seed);
+        auto draw = [&](Long end) { return static_cast<Long>(random() % end); };
+        auto rarely = [&] { return draw(6) == 0; };
+        const Long nodes = 6 + draw(50);
+        const bool isWhole = draw(2) == 0, isOneWay = rarely(), isSplit = rarely();
+        auto amount = [&](Long end) {
+            return (1 + draw(end)) * (isWhole ? 1.0 : 0.1) * (rarely() ? 1e-3 : 1.0);
+        };
+        auto capacity = [&] { return 20.0 * (1 + draw(20)) * (rarely() ? 0.1 : 1.0); };
+        Net net;
+        DataBase* dataBase = net;
+        for (Long i = 0; i < 2 * nodes; i++) {
+            const Long from = i < nodes ? i : draw(nodes);
+            const Long to = i < nodes ? (i + 1) % nodes : draw(nodes);
+            if (from == to || (isSplit && (from < nodes / 2) != (to < nodes / 2)))
+                continue;
+            const double odd[] = {0.0, HUGE_VAL, std::nan(""), 1e-9, 1e160};
+            net.link(from, to, draw(60) == 0 ? odd[draw(5)] : capacity());
+            if (!isOneWay || !rarely()) net.link(to, from, capacity());
+        }
+        errorManager.top = 0;  // links that were there
+        auto ask = [&](Request* req) {
+            const Long src = draw(nodes), dst = draw(nodes);
+            *req->bw = amount(6);
+            if (rarely()) req->bw[3] = amount(3);
+            for (Long node : {src, Long{-1}, dst}) longVecPushBack(&req->path, node);
+        };
+        weights = {};
+        weights.Fortz = rarely() ? 0.0 : 1.0;
+        weights.relLoad[0] = isWhole ? 0.0 : 300.0;
+        for (Long id = 0; id < nodes; id++) {
+            Request req({});
+            ask(&req);
+            req.precedence = draw(3);
+            if (computePrimaryPath(net, &req) < 0) continue;
+            net.add(Lsp(id, values(req.path), *req.bw, req.precedence));
+            LSPRequestList backups = {};
+            lspRequestListInit(&backups, 1);
+            if (rarely()) output(computeBackup, dataBase, &backups, id, GLOBAL_BACKUP);
+            const LongList& way = backups.cont[0].path;
+            if (way.top > 1)
+                net.add(Lsp(1000 + id, values(way), *req.bw, req.precedence,
+                            DB_GLOBAL_BACKUP_LSP, id, values(req.path)));
+            lspRequestListEnd(&backups);
+        }
+        if (rarely()) weights.relLoad[0] = -0.25;
+        if (rarely()) weights.loadBal[0] = 0.5;
+        if (rarely()) weights.load[3] = weights.delay[0] = 2.0;
+        for (int i = 0; i < 12; i++) {
+            Request fast({});
+            ask(&fast);
+            if (rarely()) fast.rerouteInfo = {draw(nodes), draw(nodes), draw(nodes)};
+            Request slow(values(fast.path));
+            std::copy_n(fast.bw, kClasses, slow.bw);
+            slow.rerouteInfo = fast.rerouteInfo;
+            errorManager.top = 0;
+            COST = 0.0;
+            const bool isFound = computePrimaryPath(net, &fast) == 0;
+            ScopedTopo topo;
+            initTopo(&topo, -1);
+            const bool isRight = fillTopo(net, &slow, &topo) == 0 &&
+                                 bellmanKalaba(&topo, &slow) == 0 &&
+                                 updateRequest(&topo, &slow) == 0;
+            ASSERT_EQ(isRight, isFound) << seed;
+            if (!isFound) continue;
+            ASSERT_EQ(values(slow.path), values(fast.path)) << seed;
+            const Long last = topo.nodeInd.cont[slow.path.cont[slow.path.top - 1]];
+            const double cost = topo.nodeVec.cont[last].info.cost;
+            ASSERT_TRUE(cost == COST || (std::isnan(cost) && std::isnan(COST))) << seed;
+            found++;
+        }
+        errorManager.top = 0;
+    }
+    EXPECT_LT(1000, found);
 }

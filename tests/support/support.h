@@ -98,6 +98,8 @@ class Net {
   public:
     Net() : db_(DBnew(0)) {}
     ~Net() { DBdestroy(db_); }
+    Net(const Net&) = delete;
+    Net& operator=(const Net&) = delete;
     operator DataBase*() const { return db_; }
     DataBase* operator->() const { return db_; }
 
