@@ -53,8 +53,14 @@ void handOut(State& state) {
     require(DBgetLinkState(state.dataBase, link.src, link.dst) != nullptr, "no state");
 }
 
-void addNodeAlone(State& state) {
-    require(DBaddNode(state.dataBase, state.network.nodes) == 0, "no node");
+// A node that a link leads to and none leaves.
+void addDeadEnd(State& state) {
+    const Long node = state.network.nodes;
+    require(DBaddNode(state.dataBase, node) == 0, "no node");
+    ScopedLinkState link;
+    require(DBlinkStateInit(&link) == 0 &&
+                DBaddLink(state.dataBase, state.facts.links, 0, node, &link) == 0,
+            "no link");
 }
 
 // Every seventh link, which is then one without traffic.
@@ -137,7 +143,7 @@ const std::vector<OddRow> kOddRows = {
     {.name = "weight loadBal besides", .limit = 5.0, .balance = 1.0},
     {.name = "weight loadBal alone", .limit = 5.0, .congestion = 0.0, .balance = 1.0},
     {.name = "all weights but loadBal", .limit = 5.0, .others = 1.0},
-    {.name = "a node without links", .limit = 1.2, .once = addNodeAlone},
+    {.name = "a link without a way back", .limit = 1.5, .once = addDeadEnd},
     {.name = "a colour to avoid", .limit = 2.0, .once = colourLinks, .ask = avoidColour},
     {.name = "in place of an LSP", .limit = 2.0, .ask = replaceLSP},
     {.name = "bandwidth in two classes", .limit = 3.0, .ask = askInBothClasses},

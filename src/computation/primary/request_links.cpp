@@ -72,17 +72,29 @@ bool RequestLinks::walkFrom(Long src) {
 bool RequestLinks::admit(const bool* isLeftOut) {
     const Long nbLinks = graph_->nbLinks();
     double* const added = added_.cont;
-    if (isLeftOut != nullptr || order_.top > 0 || isConfigOdd_ || !admitByRoom())
-        std::fill_n(added, nbLinks, kOdd);
+    if (isConfigOdd_ || !admitByRoom()) std::fill_n(added, nbLinks, kOdd);
+    for (Long i = 0; i < nbLinks; i++)
+        if ((isLeftOut != nullptr && isLeftOut[i]) ||
+            (order_.top > 0 && !isBuilt_[graph_->heads[i]]))
+            added[i] = kClosed;
     for (Long i = 0; !isSingle() && i < nbLinks; i++)
         if (added[i] == 0.0) terms_.compute(i);
     Long tail = 0;
     for (Long i = 0; i < nbLinks; i++) {
         if (added[i] >= 0.0) continue;
         while (graph_->first[tail + 1] <= i) tail++;
-        added[i] = judge(i, tail, isLeftOut);
+        added[i] = judge(i, tail);
     }
+    if (order_.top > 0) findStrangers();
     return !admission_.hasFailed();
+}
+
+// The topology does not know nodes beyond the last that it has: a link from there that
+// leads to one it has makes reaching that an error.
+void RequestLinks::findStrangers() {
+    for (Long tail = size_; tail < graph_->nodeSlots(); tail++)
+        for (Long i = graph_->first[tail]; i < graph_->first[tail + 1]; i++)
+            if (added_[i] != kClosed) strangers_[graph_->heads[i]] = hasStrangers_ = true;
 }
 
 // What the links add whose room decides at once, kOdd for the others. False where room
@@ -124,14 +136,8 @@ void RequestLinks::admitByRoom(const Rooms& rooms, Term term) {
     }
 }
 
-double RequestLinks::judge(Long position, Long tail, const bool* isLeftOut) {
-    const Long head = graph_->heads[position];
-    if (order_.top > 0 && !isBuilt_[head]) return kClosed;
-    if (isLeftOut != nullptr && isLeftOut[position]) return kClosed;
+double RequestLinks::judge(Long position, Long tail) {
     if (!admission_.admits(position, tail)) return kClosed;
-    // The topology does not know this tail: reaching the head is an error.
-    if (order_.top > 0 && !isBuilt_[tail] && tail >= size_)
-        strangers_[head] = hasStrangers_ = true;
     if (!isConfigOdd_ && !live_->views.links[position].isOdd) {
         const double term = terms_.compute(position);
         if (std::abs(term) <= kOrdinary) return term;

@@ -57,7 +57,8 @@ class RequestLinks {
     }
     void activate(Long node) { terms_.activate(node); }
 
-    // Nodes that the topology would not know how to reach: an error if one is.
+    // Nodes that links lead to from where the topology knows no node: reaching one is an
+    // error.
     bool hasStrangers() const { return hasStrangers_; }
     bool isStranger(Long n) const { return hasStrangers_ && strangers_[n]; }
 
@@ -66,7 +67,8 @@ class RequestLinks {
     bool admitByRoom();
     template <class Term>
     void admitByRoom(const Rooms& rooms, Term term);
-    double judge(Long position, Long tail, const bool* isLeftOut);
+    double judge(Long position, Long tail);
+    void findStrangers();
 
     DataBase* dataBase_;
     Live* live_;
@@ -81,7 +83,7 @@ class RequestLinks {
     // utilisations: nodes reached through any links, in the order of the walk.
     ScopedArray<Long> order_;
     ScopedArray<bool> isBuilt_;
-    ScopedArray<bool> strangers_;  // heads of links whose tail the topology does not know
+    ScopedArray<bool> strangers_;
     bool hasStrangers_ = false;
     Long size_ = 0;  // ids of these nodes lie below
 };
