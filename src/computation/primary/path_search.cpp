@@ -61,7 +61,8 @@ void forEachOf(Long from, Long end, Act act) {
 
 // The passes of the search, pushed along: whenever the label of a node is committed, its
 // out-links write what they offer, and flag their heads where that is an improvement.
-// Only flagged nodes look at the offers of their in-links.
+// Only flagged nodes look at the offers of their in-links. Offers to nodes that have not
+// been reached are kept as leads: the first, in order of ranks, reaches the node.
 //
 // Branches that nobody can foretell are what a search takes its time for; the loops over
 // links have none.
@@ -160,8 +161,9 @@ class PathSearch {
         }
     }
 
-    // Whether no label on the way to dst can change any more: no offer to come is less
-    // than the least that was looked at in this pass.
+    // Whether no label on the way to dst can change any more. No offer to come is less
+    // than least_: none beats the labels before dst, which are no larger, and one to dst
+    // itself is leastTerm more.
     bool isFinal(Long dst, double leastTerm) const {
         const Label& label = labels_[dst];
         return label.neighb >= 0 && !loopsPossible_ && !links_.hasStrangers() &&
@@ -320,8 +322,8 @@ class PathSearch {
     ScopedArray<Long> active_;     // nodes reached, by rank
     ScopedArray<Long> flagged_;
     ScopedArray<Candidate> elected_;  // of this pass
-    // The least offer that was looked at in this pass and improves a label: no other can
-    // come to be less.
+    // The least offer that reached a node or improved its label in this pass. Where
+    // scores do not fall along a path, none in later passes is less.
     double least_ = kInfinity;
     bool loopsPossible_ = true;
 };
