@@ -50,12 +50,13 @@ bool RequestLinks::walkFrom(Long src) {
     if (!terms_.hasSums() && isTwoWay(graph_)) return true;
     const Long nodes = graph_->nodeSlots();
     ScopedArray<Long> toVisit;
+    ScopedArray<bool> isBuilt;
     if (!makeRoom(&order_, nodes) || !makeRoom(&toVisit, nodes) ||
-        !isBuilt_.fill(nodes, false) || !strangers_.fill(nodes, false))
+        !isBuilt.fill(nodes, false) || !strangers_.fill(nodes, false))
         return false;
     auto visit = [&](Long n) {
-        if (isBuilt_[n]) return;
-        isBuilt_[n] = true;
+        if (isBuilt[n]) return;
+        isBuilt[n] = true;
         toVisit[toVisit.top++] = n;
     };
     visit(src);
@@ -73,10 +74,8 @@ bool RequestLinks::admit(const bool* isLeftOut) {
     const Long nbLinks = graph_->nbLinks();
     double* const added = added_.cont;
     if (isConfigOdd_ || !admitByRoom()) std::fill_n(added, nbLinks, kOdd);
-    for (Long i = 0; i < nbLinks; i++)
-        if ((isLeftOut != nullptr && isLeftOut[i]) ||
-            (order_.top > 0 && !isBuilt_[graph_->heads[i]]))
-            added[i] = kClosed;
+    for (Long i = 0; isLeftOut != nullptr && i < nbLinks; i++)
+        if (isLeftOut[i]) added[i] = kClosed;
     for (Long i = 0; !isSingle() && i < nbLinks; i++)
         if (added[i] == 0.0) terms_.compute(i);
     Long tail = 0;
@@ -149,12 +148,11 @@ double RequestLinks::judge(Long position, Long tail) {
 
 double RequestLinks::leastTermInto(Long n) const {
     if (!isSingle() || n >= graph_->nodeSlots()) return 0.0;
+    // Odd links that are no numbers either leave `least` as it is, and never improve a
+    // score; where others can, no search ends early.
     double least = kClosed;
-    for (Long in = graph_->firstIn[n]; in < graph_->firstIn[n + 1]; in++) {
-        const double added = added_[graph_->positions[in]];
-        if (std::isnan(added)) return 0.0;
-        least = std::min(least, added);
-    }
+    for (Long in = graph_->firstIn[n]; in < graph_->firstIn[n + 1]; in++)
+        least = std::min(least, added_[graph_->positions[in]]);
     return least;
 }
 

@@ -45,8 +45,8 @@ class RequestLinks {
     // Whether a path can only get dearer with every link.
     bool neverFalls() const { return terms_.neverFalls(); }
 
-    // Whatever the score of its tail, a link into n adds that much at least; 0 if this is
-    // not known.
+    // Whatever the score of its tail, a link into n adds that much at least if it can add
+    // to scores at all; 0 if this is not known.
     double leastTermInto(Long n) const;
 
     // Sums of utilisations (score_terms.h); that of the source is over all links that
@@ -82,7 +82,6 @@ class RequestLinks {
     // Of networks where some links lead to nodes that do not lead back, or for sums of
     // utilisations: nodes reached through any links, in the order of the walk.
     ScopedArray<Long> order_;
-    ScopedArray<bool> isBuilt_;
     ScopedArray<bool> strangers_;
     bool hasStrangers_ = false;
     Long size_ = 0;  // ids of these nodes lie below
