@@ -87,6 +87,34 @@ void askInBothClasses(State&, LSPRequest* req) {
     std::fill_n(req->bw, kUsedClasses, bw);
 }
 
+// Some node between.
+Long nodeBetween(const Ask& ask) {
+    Long node = 100;
+    while (node == ask.src || node == ask.dst) node++;
+    return node;
+}
+
+bool passes(const Path& path, Long node) {
+    return std::find(path.begin(), path.end(), node) != path.end();
+}
+
+void avoidNode(const Ask& ask, PathLimits* limits, LSPRequest*, const Path* path) {
+    const Long node = nodeBetween(ask);
+    require(path == nullptr || !passes(*path, node), "the path does not avoid a node");
+    require(longVecPushBack(&limits->nodes, node) == 0, "no memory");
+}
+
+void passNode(const Ask& ask, PathLimits*, LSPRequest* req, const Path* path) {
+    const Long node = nodeBetween(ask);
+    require(path == nullptr || passes(*path, node), "the path does not pass a node");
+    if (path == nullptr) setPath(req, {ask.src, -1, node, -1, ask.dst});
+}
+
+void takeFewLinks(const Ask&, PathLimits* limits, LSPRequest*, const Path* path) {
+    limits->maxLinks = 4;
+    require(path == nullptr || path->size() <= 5, "the path has too many links");
+}
+
 void setWeights(double congestion, double balance, double others) {
     PrimaryComputationConfig& config = kavrilConfig.primaryComputationConfig;
     config.Fortz = congestion;
@@ -109,14 +137,22 @@ const OddRow kUsual = {.name = "as usual", .limit = 1.0};
         ScopedRequest req;
         initRequest(&req, ask);
         if (row.ask != nullptr) row.ask(state, &req);
+        ScopedLimits limits;
+        require(pathLimitsInit(&limits) == 0, "no memory");
+        if (row.within != nullptr) row.within(ask, &limits, &req, nullptr);
         errorManager.top = 0;
         bool found = false;
         const double seconds = timed([&] {
             if (row.each != nullptr) row.each(state);
-            found = computePrimaryPath(state.dataBase, &req) == 0;
+            found = row.within == nullptr
+                        ? computePrimaryPath(state.dataBase, &req) == 0
+                        : computeLimitedPath(state.dataBase, &req, limits) ==
+                              LimitedPath::FOUND;
         });
         if (!found) continue;
-        requirePath(state, nodesOf(req.path), ask.src, ask.dst);
+        const Path path = nodesOf(req.path);
+        requirePath(state, path, ask.src, ask.dst);
+        if (row.within != nullptr) row.within(ask, &limits, &req, &path);
         return seconds;
     }
     throw std::runtime_error("the network is full");
@@ -125,6 +161,7 @@ const OddRow kUsual = {.name = "as usual", .limit = 1.0};
 // Some answers compared with those of the public operations one by one or, where that
 // would take too long, with the floor's.
 void check(Rig& rig, const OddRow& row) {
+    if (row.within != nullptr) return;  // no public operations find such paths
     if (rig.state.network.links.size() <= kPlainLinks) {
         for (int i = 0; i < 2; i++) plainRequest(rig, row.ask);
         return;
@@ -147,6 +184,9 @@ const std::vector<OddRow> kOddRows = {
     {.name = "a colour to avoid", .limit = 2.0, .once = colourLinks, .ask = avoidColour},
     {.name = "in place of an LSP", .limit = 2.0, .ask = replaceLSP},
     {.name = "bandwidth in two classes", .limit = 3.0, .ask = askInBothClasses},
+    {.name = "a node to avoid", .limit = 2.0, .within = avoidNode},
+    {.name = "a node to pass", .limit = 10.0, .within = passNode},
+    {.name = "four links at most", .limit = 10.0, .within = takeFewLinks},
     {.name = "link flap before each request", .limit = 3.0, .each = flap},
     {.name = "link flap, 5,000 nodes", .limit = 3.0, .nodes = 5000, .each = flap},
 };

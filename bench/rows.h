@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "computation/primary/limited_path.h"
 #include "floor.h"
 #include "state.h"
 
@@ -66,6 +67,9 @@ struct OddRow {
     void (*once)(State& state) = nullptr;                      // before all requests
     void (*each)(State& state) = nullptr;  // before each request, and timed with it
     void (*ask)(State& state, LSPRequest* req) = nullptr;  // what else is asked for
+    // Limits of the path; throws, given a path, if it is not within them.
+    void (*within)(const Ask& ask, PathLimits* limits, LSPRequest* req,
+                   const Path* path) = nullptr;
     // Weights of the request; the network is filled with these.
     double congestion = 1.0;
     double balance = 0.0;
