@@ -90,24 +90,6 @@ double ScoreTerms::compute(Long position) {
     return 0.0;
 }
 
-double ScoreTerms::balancedScore(const double* term, double tailCost, Long tail) const {
-    double score = tailCost;
-    const double* tailSum = sums(tail);
-    for (int i = 0; i < nbSteps_; i++) {
-        if (steps_[i].criterion != BALANCE) {
-            score += *term++;
-            continue;
-        }
-        const double sum = *tailSum++;
-        const double newSum = sum + term[2];
-        score = score + term[0] - term[1];
-        if (std::isinf(newSum)) return std::numeric_limits<double>::infinity();
-        score = addSums(score, steps_[i].sums, newSum, sum);
-        term += kBalanceTerms;
-    }
-    return priced(score);
-}
-
 void ScoreTerms::clearSums(Long node) {
     for (Long k = 0; k < nbSums_; k++) sums(node)[k] = 0.0;
 }

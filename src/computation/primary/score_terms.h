@@ -6,6 +6,9 @@
 // leads to the link, through its sums of utilisations; they keep what does not.
 #pragma once
 
+#include <cmath>
+#include <limits>
+
 #include "common/setup.h"
 #include "computation/computation_st.h"
 #include "computation/primary/score_formulas.h"
@@ -97,7 +100,23 @@ class ScoreTerms {
 
     void addStep(Criterion criterion, int oa, double weight);
     void electSums(Long position, Long tail, Long head);
-    double balancedScore(const double* term, double tailCost, Long tail) const;
+    double balancedScore(const double* term, double tailCost, Long tail) const {
+        double score = tailCost;
+        const double* tailSum = sums(tail);
+        for (int i = 0; i < nbSteps_; i++) {
+            if (steps_[i].criterion != BALANCE) {
+                score += *term++;
+                continue;
+            }
+            const double sum = *tailSum++;
+            const double newSum = sum + term[2];
+            score = score + term[0] - term[1];
+            if (std::isinf(newSum)) return std::numeric_limits<double>::infinity();
+            score = addSums(score, steps_[i].sums, newSum, sum);
+            term += kBalanceTerms;
+        }
+        return priced(score);
+    }
     double* sums(Long node) const { return sums_.cont + 2 * nbSums_ * node; }
 
     const LSPRequest* req_ = nullptr;
