@@ -45,8 +45,8 @@ extern constinit thread_local KAVRILConfig kavrilConfig;  // of the loaded sessi
 
 // Classes and levels that callers use, and the summed cost of the primary paths found
 // since the last initialisation. These belong to the process: sessions with different
-// numbers of classes or levels cannot be mixed, unless they have all numbers (SessionUse).
-// One thread may read them while another writes.
+// numbers of classes or levels cannot be mixed, unless they have all numbers
+// (SessionUse). One thread may read them while another writes.
 extern std::atomic<int> NBOA;
 extern std::atomic<int> NBPL;
 extern std::atomic<double> COST;
