@@ -87,7 +87,7 @@ void askInBothClasses(State&, LSPRequest* req) {
     std::fill_n(req->bw, kUsedClasses, bw);
 }
 
-// Some node between.
+// One that is not an end; all networks of these rows are larger.
 Long nodeBetween(const Ask& ask) {
     Long node = 100;
     while (node == ask.src || node == ask.dst) node++;

@@ -88,8 +88,8 @@ bool RequestLinks::admit(const bool* isLeftOut) {
     return !admission_.hasFailed();
 }
 
-// The topology does not know nodes beyond the last that it has: a link from there that
-// leads to one it has makes reaching that an error.
+// The topology does not know nodes beyond the last that it has: a link from there makes
+// reaching its head an error.
 void RequestLinks::findStrangers() {
     for (Long tail = size_; tail < graph_->nodeSlots(); tail++)
         for (Long i = graph_->first[tail]; i < graph_->first[tail + 1]; i++)

@@ -31,7 +31,7 @@ class RequestLinks {
     const double* added() const { return added_.cont; }
     bool isSingle() const { return terms_.isSingle(); }
     // Whether links out of a node have to be scored term by term.
-    bool hasOdd(Long tail) const { return hasOdd_[tail] != 0; }
+    bool hasOdd(Long tail) const { return hasOdd_[tail]; }
 
     // The score by way of a link that takes the request, from that of its tail.
     template <bool kIsSingle>

@@ -148,12 +148,6 @@ Long positionOf(const Graph* graph, Long tail, Long head) {
                              heads);
 }
 
-Long tailOf(const Graph* graph, Long position) {
-    const Long* after =
-        std::upper_bound(graph->first.begin(), graph->first.end(), position);
-    return static_cast<Long>(after - graph->first.begin()) - 1;
-}
-
 void addToGraph(Graph* graph, Long tail, Long head, const OutLink& link) {
     if (!graph->isBuilt) return;
     const Long at = positionOf(graph, tail, head);

@@ -40,8 +40,6 @@ void endGraph(Graph* graph);
 // Position of a link, or where it would stand.
 Long positionOf(const Graph* graph, Long tail, Long head);
 
-Long tailOf(const Graph* graph, Long position);
-
 // Say that a link or node has come or gone. Without memory the graph is given up, to be
 // built again.
 void addToGraph(Graph* graph, Long tail, Long head, const OutLink& link);
