@@ -126,6 +126,7 @@ void setWeights(double congestion, double balance, double others) {
 
 void setWeights(const OddRow& row) {
     setWeights(row.congestion, row.balance, row.others);
+    kavrilConfig.predicateConfig.capacityClause = row.needsRoom;
 }
 
 const OddRow kUsual = {.name = "as usual", .limit = 1.0};
@@ -184,6 +185,8 @@ const std::vector<OddRow> kOddRows = {
     {.name = "a colour to avoid", .limit = 2.0, .once = colourLinks, .ask = avoidColour},
     {.name = "in place of an LSP", .limit = 2.0, .ask = replaceLSP},
     {.name = "bandwidth in two classes", .limit = 3.0, .ask = askInBothClasses},
+    {.name = "no capacity clause", .limit = 2.0, .needsRoom = false},
+    {.name = "weights below 0 besides", .limit = 10.0, .others = -1e-9},
     {.name = "a node to avoid", .limit = 2.0, .within = avoidNode},
     {.name = "a node to pass", .limit = 10.0, .within = passNode},
     {.name = "four links at most", .limit = 10.0, .within = takeFewLinks},

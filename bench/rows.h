@@ -73,7 +73,8 @@ struct OddRow {
     // Weights of the request; the network is filled with these.
     double congestion = 1.0;
     double balance = 0.0;
-    double others = 0.0;  // of all criteria but these two
+    double others = 0.0;    // of all criteria but these two
+    bool needsRoom = true;  // whether the capacity clause is on
 };
 
 struct OddFigures {
