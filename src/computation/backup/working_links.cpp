@@ -148,7 +148,7 @@ void WorkingLinks::raiseByTrial(Long position, int oa, bool alsoFrees,
     for (const Failing& failing : protected_) {
         if (isCovered && !failing.concerned[oa].active.has(slot)) continue;
         const Run ofNode =
-            nodeRun(live_->views.needs[oa][position].cells, headOf(failing.key));
+            nodeRun(live_->views.needs[oa][slot].cells, headOf(failing.key));
         raise(worst, needWith(ofNode, failing.key, added));
         const Run ofLink = runOf(ofNode, tailOf(failing.key));
         if (failing.counts && ofLink.nb < ofNode.nb)
@@ -178,7 +178,7 @@ bool WorkingLinks::gatherTrial(const Overlay* overlay, bool alsoFrees) {
 
 bool WorkingLinks::worstWithTrial(Long position, const Overlay* overlay, bool alsoFrees,
                                   int oa, Need* worst) {
-    const NeedView& view = live_->views.needs[oa][position];
+    const NeedView& view = live_->views.needs[oa][live_->graph.out[position].slot];
     if (overlay == nullptr && isSimple_) {
         *worst = view.worst;
         raiseByTrial(position, oa, alsoFrees, worst);
@@ -193,21 +193,21 @@ bool WorkingLinks::worstWithTrial(Long position, const Overlay* overlay, bool al
 // have what was reserved before, only the classes asked for and those above are added up.
 double WorkingLinks::costOf(Long position, const Overlay* overlay, bool isPlain,
                             const Need* worst) const {
-    const DBLink* link = live_->graph.out[position].link;
+    const auto [slot, link] = live_->graph.out[position];
     const DBLinkState& state = link->state;
     const Views& views = live_->views;
     const LinkView& view = views.links[position];
     const unsigned occupied = view.occupied | asked_;
     const int first = isPlain ? std::countr_zero(asked_) : 0;
-    double before = isPlain ? views.needs[first][position].reserved : 0.0;
-    double after = isPlain ? views.needs[first][position].below : 0.0;
+    double before = isPlain ? views.needs[first][slot].reserved : 0.0;
+    double after = isPlain ? views.needs[first][slot].below : 0.0;
     for (int oa = first; occupied >> oa != 0; oa++) {
         if ((occupied >> oa & 1U) == 0) continue;
         if (!isPlain)
             addUp(overlay != nullptr ? overlay->rbw[oa] : state.rbw[oa], &before);
         double rbw[kLevels];
         if ((asked_ >> oa & 1U) != 0) {
-            const NeedView& need = views.needs[oa][position];
+            const NeedView& need = views.needs[oa][slot];
             addNeeds(worst[oa].at, need.pbw, rbw);
             if (addUp(rbw, &after) > need.cap) return -1.0;
         } else if (view.isFresh) {
@@ -225,6 +225,7 @@ double WorkingLinks::cost(Long position, Long tail) {
     if (!isProtectable_) return failUnprotectable();
     const Views& views = live_->views;
     const LinkView& view = views.links[position];
+    const Long slot = live_->graph.out[position].slot;
     const Long head = live_->graph.heads[position];
     const Overlay* overlay =
         overlayAt_[position] >= 0 ? overlays_[overlayAt_[position]] : nullptr;
@@ -239,7 +240,7 @@ double WorkingLinks::cost(Long position, Long tail) {
             PUSH_ERROR(WARNING, "Error while computing new link state");
             return -1.0;
         }
-        const Need& before = views.needs[oa][position].worst;
+        const Need& before = views.needs[oa][slot].worst;
         isSame = isSame && std::equal(before.at, before.at + kLevels, worst[oa].at);
     }
     // Where the backup finds all it needs reserved, nothing is to be added up.

@@ -67,7 +67,7 @@ bool hasOwnNeed(const Ledger* ledger, int oa) {
            isAmongWorst(needOf(runOf(ofHead, ledger->tail)), cls->worst);
 }
 
-void refresh(Views* views, Long position, const DBLink* link) {
+void refresh(Views* views, Long position, Long slot, const DBLink* link) {
     const DBLinkState* state = &link->state;
     const Ledger* ledger = link->ledger;
     LinkView* view = &views->links[position];
@@ -86,7 +86,7 @@ void refresh(Views* views, Long position, const DBLink* link) {
         const LedgerClass* cls = ledger->classes[oa];
         const Need worst = cls != nullptr ? cls->worst : Need{};
         if ((views->needed >> oa & 1U) != 0) {
-            NeedView* need = &views->needs[oa][position];
+            NeedView* need = &views->needs[oa][slot];
             *need = {{}, worst, cap, total, 0.0, allOf(cls)};
             std::copy_n(state->pbw[oa], kLevels, need->pbw);
         }
@@ -116,7 +116,7 @@ void refresh(Views* views, Long position, const DBLink* link) {
         loads.shift[position] = intercept * cap;
     }
     for (int oa = 0; oa < kClasses; oa++) {
-        if ((views->needed >> oa & 1U) != 0) views->needs[oa][position].reserved = total;
+        if ((views->needed >> oa & 1U) != 0) views->needs[oa][slot].reserved = total;
         if ((views->classes >> oa & 1U) == 0) continue;
         for (int p = 0; p < kLevels; p++) {
             if ((views->levels[oa] >> p & 1U) == 0) continue;
@@ -129,12 +129,11 @@ void refresh(Views* views, Long position, const DBLink* link) {
     }
 }
 
-// Calls act(array) for every array in use, until it is false.
+// Calls act(array) for every array by position that is in use, until it is false.
 template <class Act>
 bool forEachArray(Views* views, Act act) {
     if (!act(&views->links)) return false;
     for (int oa = 0; oa < kClasses; oa++) {
-        if ((views->needed >> oa & 1U) != 0 && !act(&views->needs[oa])) return false;
         if ((views->classes >> oa & 1U) == 0) continue;
         LoadViews* loads = &views->loads[oa];
         for (Array<double>* array :
@@ -145,6 +144,14 @@ bool forEachArray(Views* views, Act act) {
                 (!act(&views->rooms[oa][p].sure) || !act(&views->rooms[oa][p].most)))
                 return false;
     }
+    return true;
+}
+
+// False if there is no memory for links of slots below this.
+bool makeRoomForNeeds(Views* views, Long slots) {
+    for (int oa = 0; oa < kClasses; oa++)
+        if ((views->needed >> oa & 1U) != 0 && !makeRoom(&views->needs[oa], slots))
+            return false;
     return true;
 }
 
@@ -171,8 +178,11 @@ bool makeAll(const Graph* graph, Views* views) {
         return true;
     };
     views->isAligned = false;
-    if (!forEachArray(views, size)) return false;
-    for (Long i = 0; i < graph->nbLinks(); i++) refresh(views, i, graph->out[i].link);
+    Long slots = 0;
+    for (const OutLink& link : graph->out) slots = std::max(slots, link.slot + 1);
+    if (!forEachArray(views, size) || !makeRoomForNeeds(views, slots)) return false;
+    for (Long i = 0; i < graph->nbLinks(); i++)
+        refresh(views, i, graph->out[i].slot, graph->out[i].link);
     clearStale(views);
     views->isAligned = true;
     return true;
@@ -198,7 +208,7 @@ bool refreshViews(DataBase* dataBase, Live* live, const Wanted& wanted) {
     if (!views->isAligned) return makeAll(graph, views);
     for (const DBLink* link : views->stale) {
         const Ledger* ledger = link->ledger;
-        refresh(views, positionOf(graph, ledger->tail, ledger->head), link);
+        refresh(views, positionOf(graph, ledger->tail, ledger->head), ledger->slot, link);
     }
     clearStale(views);
     return true;
@@ -215,7 +225,7 @@ void viewChanged(Views* views, DBLink* link) {
 void addView(Views* views, Long position, DBLink* link) {
     if (!views->isAligned) return;
     auto open = [=](auto* array) { return insertAt(array, position, {}); };
-    if (forEachArray(views, open))
+    if (forEachArray(views, open) && makeRoomForNeeds(views, link->ledger->slot + 1))
         viewChanged(views, link);
     else
         views->isAligned = false;
@@ -241,14 +251,19 @@ bool checkViews(const Live* live, Long (&where)[2]) {
     std::copy_n(views->levels, kClasses, fresh.levels);
     auto size = [=](auto* array) { return makeRoom(array, 1); };
     bool isRight = views->links.top == live->graph.nbLinks();
-    for (Long i = 0; isRight && forEachArray(&fresh, size) && i < views->links.top; i++) {
+    if (!forEachArray(&fresh, size) || !makeRoomForNeeds(&fresh, 1)) {
+        endViews(&fresh);
+        return true;
+    }
+    for (Long i = 0; isRight && i < views->links.top; i++) {
         const DBLink* link = live->graph.out[i].link;
         if (link->ledger->isViewStale) continue;
-        refresh(&fresh, 0, link);
+        refresh(&fresh, 0, 0, link);
         isRight = fresh.links[0] == views->links[i];
         for (int oa = 0; oa < kClasses; oa++) {
             if ((views->needed >> oa & 1U) != 0)
-                isRight &= isSameView(fresh.needs[oa][0], views->needs[oa][i]);
+                isRight &=
+                    isSameView(fresh.needs[oa][0], views->needs[oa][link->ledger->slot]);
             if ((views->classes >> oa & 1U) == 0) continue;
             const LoadViews& a = fresh.loads[oa];
             const LoadViews& b = views->loads[oa];

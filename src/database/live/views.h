@@ -68,7 +68,7 @@ struct Views {
     Array<LinkView> links;
     LoadViews loads[kClasses];
     Rooms rooms[kClasses][kLevels];  // what is reserved up to the level stays
-    Array<NeedView> needs[kClasses];
+    Array<NeedView> needs[kClasses];  // by slot: they are too large to be moved
     Array<DBLink*> stale;  // links that have changed since
 };
 
