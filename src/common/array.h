@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <type_traits>
+#include <utility>
 
 #include "common/memory.h"
 
@@ -71,6 +72,8 @@ struct ScopedArray : Array<T> {
     ~ScopedArray() { endArray(this); }
     ScopedArray(const ScopedArray&) = delete;
     ScopedArray& operator=(const ScopedArray&) = delete;
+
+    void swap(ScopedArray& other) { std::swap<Array<T>>(*this, other); }
 
     // Makes it so many copies of an element.
     bool fill(Long elements, const T& element) {

@@ -120,8 +120,9 @@ class Arcs {
         if (live->views.links[arc.position].isOdd)
             return terms_.oddScore(&live->graph.out[arc.position].link->state, tailCost,
                                    tail);
-        return terms_.isSingle() ? ScoreTerms::priced(tailCost + arc.term)
-                                 : terms_.score(arc.position, tailCost, tail);
+        return terms_.isSingle()
+                   ? ScoreTerms::priced(tailCost + arc.term)
+                   : ScoreTerms::Scorer(terms_, tailCost, tail)(arc.position);
     }
 
     DataBase* dataBase_;

@@ -1,8 +1,10 @@
 #include "computation/primary/path_search.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cmath>
+#include <cstdint>
 #include <limits>
+#include <utility>
 
 #include "common/setup.h"
 #include "computation/primary/primaryPath.h"
@@ -14,58 +16,34 @@
 
 namespace {
 
-constexpr Long kNotReached = -2;
+constexpr Long kNone = -1;
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kClosed = RequestLinks::kClosed;
 
-// The committed label of a node, and where the node stands among those reached.
-struct Label {
-    double cost;
-    Long rank;
-    Long neighb;  // predecessor, -1 for none
-};
+// Adding what an ordinary link adds to no more than this gives a finite score.
+constexpr double kOrdinary = 1e300;
 
-// What a node's label will be at the end of the pass.
-struct Candidate {
-    double cost;
-    Long node;
-    Long neighb;
-};
+// What to add to a count if something holds, without a branch. Conditions are joined by &
+// and |, since && and || are branches, too.
+constexpr Long one(bool holds) {
+    return static_cast<Long>(holds);
+}
 
-// A link to a node that had not been reached when its tail was.
-struct Lead {
+// The score of a link's head by way of the link.
+struct Offer {
+    double score;
     Long position;
     Long tail;
 };
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kClosed = RequestLinks::kClosed;
-
-// Flags are passed over eight at a time where none is set.
-constexpr Long kFlagsAtOnce = sizeof(std::uint64_t);
-
-bool areClear(const std::uint8_t* flags) {
-    std::uint64_t all;
-    std::memcpy(&all, flags, sizeof all);
-    return all == 0;
-}
-
-// The processor foretells the end of a loop over the few links of a node badly: links are
-// taken so many at a time, the last one again for those that are missing.
-constexpr Long kLinksAtOnce = 4;
-
-// Calls act(i) for i from `from` up to end - 1, kAtOnce at a time.
-template <Long kAtOnce, class Act>
-void forEachOf(Long from, Long end, Act act) {
-    for (Long i = from; i < end; i += kAtOnce)
-        for (Long k = i; k < i + kAtOnce; k++) act(std::min(k, end - 1));
-}
-
-// The passes of the search, pushed along: whenever the label of a node is committed, its
-// out-links write what they offer, and flag their heads where that is an improvement.
-// Only flagged nodes look at the offers of their in-links. Offers to nodes that have not
-// been reached are kept as leads: the first, in order of ranks, reaches the node.
+// The passes of the search, pushed along: a node whose label has been committed makes
+// offers to the heads of its links. Those that beat their heads' labels are kept, and
+// only these are looked at in the next pass. The label of a node that has not been
+// reached is infinite: what it is offered leads to it.
 //
-// Branches that nobody can foretell are what a search takes its time for; the loops over
-// links have none.
+// Branches that nobody can foretell are what a search takes its time for. The loops over
+// links and offers have none: an offer is written behind those of a list in any case, and
+// counted if it is wanted.
 class PathSearch {
   public:
     PathSearch(DataBase* dataBase, LSPRequest* req)
@@ -75,19 +53,17 @@ class PathSearch {
     bool prepare(Long src) {
         if (!links_.prepare(src)) return false;
         const Long nodes = graph_->nodeSlots();
-        const Long nbLinks = graph_->nbLinks();
         // Room for any path, so that nothing can fail once the search has begun.
         LongList* path = &req_->path;
         if (path->size <= nodes && longVecResize(path, nodes + 1) < 0) return false;
-        // Behind the nodes there are some more that are never reached, since flags are
-        // looked at so many at once; behind the links, one that offers nothing.
-        const Long padded = nodes + kFlagsAtOnce;
-        return labels_.fill(padded, {kInfinity, nodes, kNotReached}) &&
-               mayImprove_.fill(padded, 0) && reachedBy_.fill(nodes, -1) &&
-               makeRoom(&newNeighb_, nodes) && offers_.fill(nbLinks + 1, kInfinity) &&
-               makeRoom(&leads_, nbLinks + kLinksAtOnce * nodes) &&
-               makeRoom(&active_, nodes) && makeRoom(&flagged_, nodes) &&
-               makeRoom(&elected_, nodes);
+        // One place more than there can be offers, to write those that are not wanted;
+        // a rank more, of destinations that are no nodes.
+        const Long offers = graph_->nbLinks() + 1;
+        return costs_.fill(nodes, kInfinity) && ranks_.fill(nodes + 1, kNone) &&
+               chosen_.fill(nodes, kNone) && makeRoom(&neighbs_, nodes) &&
+               makeRoom(&active_, nodes + 1) && makeRoom(&elected_, nodes + 1) &&
+               places_.fill(offers, 0) && makeRoom(&fresh_, offers) &&
+               makeRoom(&pending_, offers) && makeRoom(&later_, offers);
     }
 
     // False, nothing changed, if a link cannot be judged for lack of memory.
@@ -114,217 +90,298 @@ class PathSearch {
             }
         LongList* path = &req_->path;
         path->top = 0;
-        if (dst >= graph_->nodeSlots() || !isReached(dst)) {
+        if (dst != src && (dst >= graph_->nodeSlots() || !isReached(dst))) {
             PUSH_ERROR(CRITICAL, "Destination unreachable");
             return SearchResult::UNREACHABLE;
         }
-        for (Long n = dst; n != src; n = labels_[n].neighb) path->cont[path->top++] = n;
+        for (Long n = dst; n != src; n = neighbs_[n]) path->cont[path->top++] = n;
         path->cont[path->top++] = src;
         std::reverse(path->cont, path->cont + path->top);
-        *cost = labels_[dst].cost;
+        *cost = dst == src ? 0.0 : costs_[dst];
         return SearchResult::FOUND;
     }
 
   private:
-    bool isReached(Long n) const { return labels_[n].neighb != kNotReached; }
+    bool isReached(Long n) const { return ranks_[n] != kNone; }
+    bool isElected(Long n) const { return chosen_[n] != kNone; }
+
+    // Of two choices that of the later position is larger; its place in pending_ is with
+    // it.
+    static std::int64_t choice(Long position, Long place) {
+        return (std::int64_t{position} << 32) + place;
+    }
+    const Offer& chosenBy(Long n) const {
+        return pending_[static_cast<Long>(chosen_[n] & 0xFFFFFFFF)];
+    }
 
     static bool beats(double offer, double cost) { return offer - cost < -kMinGain; }
 
     template <bool kIsSingle>
     void run(Long src, Long dst) {
         const Long goal = std::min(dst, graph_->nodeSlots());
-        const double leastTerm = links_.leastTermInto(goal);
-        labels_[src] = {0.0, labels_[src].rank + 1, -1};
-        newNeighb_[src] = -1;
-        makeOffers<kIsSingle, true>(src);
-        expand<kIsSingle>(0);
-        for (Long rank = 0; rank < active_.top; rank++) reachedBy_[active_[rank]] = -1;
-        Long seen = 0;  // nodes that were there in the pass before
-        for (Long reached = active_.top; reached > 0; reached = active_.top) {
-            least_ = kInfinity;
-            // Nodes expanded before see nothing of those reached in this pass; one that
-            // is expanded now sees what the ones before it have reached.
-            takeFlagged(0, seen);
-            for (const Long n : flagged_) relax<false>(n);
-            expand<kIsSingle>(reached);
-            takeFlagged(seen, reached);
-            for (const Long n : flagged_) relax<true>(n);
-            for (const Candidate& elected : elected_) commit(elected);
-            if (elected_.top == 0 && active_.top == reached) return;
-            if (isFinal(goal, leastTerm)) return;
-            for (const Candidate& elected : elected_)
-                makeOffers<kIsSingle, false>(elected.node);
-            elected_.top = 0;
+        // The source is no node that can be reached, and nothing beats its label.
+        costs_[src] = 0.0;
+        ranks_[src] = graph_->nodeSlots();
+        neighbs_[src] = kNone;
+        makeOffers<kIsSingle>(src, &fresh_);
+        costs_[src] = -kInfinity;
+        while (!isFinal(goal)) {
+            const Long reached = active_.top;
+            reach();
             for (Long rank = reached; rank < active_.top; rank++)
-                reachedBy_[active_[rank]] = -1;
-            seen = reached;
+                makeOffers<kIsSingle>(active_[rank], &fresh_);
+            revealFresh(reached);
+            elect();
+            if (loopsPossible_) avoidLoops();
+            if (elected_.top == 0 && active_.top == reached) return;
+            for (const Long n : elected_) commit(n);
+            keepWhatBeats();
+            for (const Long n : elected_) {
+                chosen_[n] = kNone;
+                makeOffers<kIsSingle>(n, &pending_);
+            }
+            elected_.top = 0;
         }
     }
 
-    // Whether no label on the way to dst can change any more. No offer to come is less
-    // than least_: none beats the labels before dst, which are no larger, and one to dst
-    // itself is leastTerm more.
-    bool isFinal(Long dst, double leastTerm) const {
-        const Label& label = labels_[dst];
-        return label.neighb >= 0 && !loopsPossible_ && !links_.hasStrangers() &&
-               mayImprove_[label.rank] == 0 && least_ >= labels_[label.neighb].cost &&
-               !beats(least_ + leastTerm, label.cost);
-    }
-
-    // The label of n has been committed. Costs only fall: an offer that does not beat
-    // that of the head now will not later, and neither does what the link has offered
-    // before.
-    template <bool kIsSingle, bool kIsNew>
-    void makeOffers(Long n) {
-        // In locals, since a store to a flag might change any member.
-        const Label* const labels = labels_.cont;
+    // Adds the offers of n that beat the labels of their heads, or lead to them.
+    template <bool kIsSingle>
+    void makeOffers(Long n, Array<Offer>* list) {
+        const Long end = graph_->first[n + 1];
+        const double cost = costs_[n];
+        if (!kIsSingle || links_.hasOdd(n) || !(std::abs(cost) <= kOrdinary)) {
+            makeEachOffer<kIsSingle>(n, list);
+            return;
+        }
+        // In locals, since a stored offer might change any member.
+        const double* const costs = costs_.cont;
         const Long* const heads = graph_->heads.cont;
         const double* const added = links_.added();
-        double* const offers = offers_.cont;
-        std::uint8_t* const mayImprove = mayImprove_.cont;
-        Lead* const leads = leads_.cont;
-        Long nbLeads = leads_.top;
-        const double cost = labels[n].cost;
-        const Long from = graph_->first[n];
-        const Long end = graph_->first[n + 1];
-        auto offer = [&](Long i, double score) {
-            offers[i] = score;
-            const Label& head = labels[heads[i]];
-            mayImprove[head.rank] |= beats(score, head.cost) ? 1 : 0;
-        };
-        auto lead = [&](Long i) {
-            if (!kIsNew) return;
-            leads[nbLeads] = {i, n};
-            nbLeads += labels[heads[i]].neighb == kNotReached ? 1 : 0;
-        };
-        if (kIsSingle)
-            forEachOf<kLinksAtOnce>(from, end, [&](Long i) {
-                offer(i, cost + added[i]);
-                lead(i);
-            });
-        for (Long i = from; (!kIsSingle || links_.hasOdd(n)) && i < end; i++) {
-            if (kIsSingle ? !std::isnan(added[i]) : added[i] == kClosed) continue;
-            offer(i, links_.score<kIsSingle>(i, cost, n));
-            if (!kIsSingle) lead(i);
+        Offer* const offers = list->cont;
+        Long top = list->top;
+        for (Long i = graph_->first[n]; i < end; i++) {
+            const double score = cost + added[i];
+            offers[top] = {score, i, n};
+            top += one(beats(score, costs[heads[i]]));
         }
-        if (kIsNew) leads_.top = nbLeads;
+        list->top = top;
     }
 
-    // Reaches what new nodes lead to, in the order in which these were reached; the next
-    // to be reached is of this rank.
+    // The same for scores that can be infinite or no numbers, which lead to a node all
+    // the same.
     template <bool kIsSingle>
-    void expand(Long rank) {
-        Label* const labels = labels_.cont;
-        double least = least_;
-        for (const Lead& lead : leads_) {
-            const Long head = graph_->heads[lead.position];
-            const double offer = offers_[lead.position];
-            least = offer < least ? offer : least;
-            if (labels[head].neighb != kNotReached) {
-                // It was not flagged by this offer if it has been reached since.
-                mayImprove_[labels[head].rank] |= beats(offer, labels[head].cost) ? 1 : 0;
-                continue;
-            }
-            if (links_.added()[lead.position] == kClosed) continue;
-            labels[head] = {offer, active_.top, lead.tail};
-            reachedBy_[head] = labels[lead.tail].rank;
-            newNeighb_[head] = lead.tail;
-            links_.elect(lead.position, lead.tail, head);
+    void makeEachOffer(Long n, Array<Offer>* list) {
+        const Long end = graph_->first[n + 1];
+        const double cost = costs_[n];
+        const Long* const heads = graph_->heads.cont;
+        const Long* const ranks = ranks_.cont;
+        const double* const costs = costs_.cont;
+        const double* const added = links_.added();
+        const ScoreTerms::Scorer scorer = links_.scorer(cost, n);
+        Offer* const offers = list->cont;
+        Long top = list->top;
+        for (Long i = graph_->first[n]; i < end; i++) {
+            if (added[i] == kClosed) continue;
+            const double ordinary = kIsSingle ? cost + added[i] : scorer(i);
+            const double score =
+                std::isnan(added[i]) ? links_.oddScore(i, cost, n) : ordinary;
+            offers[top] = {score, i, n};
+            top += one((ranks[heads[i]] == kNone) | beats(score, costs[heads[i]]));
+        }
+        list->top = top;
+    }
+
+    // Takes the offers of the nodes reached in the pass before, in the order in which
+    // these were reached: to a node that has not been reached, the first leads; others
+    // that beat a label are pending from now on, or from the next pass if the node has
+    // only been reached now.
+    void reach() {
+        const Long* const heads = graph_->heads.cont;
+        double* const costs = costs_.cont;
+        Long* const ranks = ranks_.cont;
+        Long* const neighbs = neighbs_.cont;
+        Long* const active = active_.cont;
+        Offer* const pending = pending_.cont;
+        Offer* const later = later_.cont;
+        const Long reached = active_.top;
+        Long nbReached = reached, nbPending = pending_.top, nbLater = 0;
+        for (const Offer offer : fresh_) {
+            const Long head = heads[offer.position];
+            const Long rank = ranks[head];
+            const bool isNew = rank == kNone;
+            const bool isWanted = !isNew & beats(offer.score, costs[head]);
+            pending[nbPending] = offer;
+            later[nbLater] = offer;
+            nbPending += one(isWanted & (rank < reached));
+            nbLater += one(isWanted & (rank >= reached));
+            active[nbReached] = head;
+            ranks[head] = isNew ? nbReached : rank;
+            costs[head] = isNew ? offer.score : costs[head];
+            neighbs[head] = isNew ? offer.tail : neighbs[head];
+            nbReached += one(isNew);
+            if (!links_.hasSums() || !isNew) continue;
+            links_.elect(offer.position, offer.tail, head);
             links_.activate(head);
-            active_[active_.top++] = head;
         }
-        least_ = least;
-        leads_.top = 0;
-        for (; rank < active_.top; rank++) makeOffers<kIsSingle, true>(active_[rank]);
+        active_.top = nbReached;
+        pending_.top = nbPending;
+        later_.top = nbLater;
+        fresh_.top = 0;
     }
 
-    // Collects the nodes of these ranks whose flags are set, and clears the flags.
-    void takeFlagged(Long from, Long end) {
-        std::uint8_t* const flags = mayImprove_.cont;
-        const Long* const active = active_.cont;
-        Long* const flagged = flagged_.cont;
+    // Offers of nodes that have just been reached are for the next pass. Only those that
+    // were reached in the pass before, up to rank end - 1, see in this one what nodes of
+    // lower ranks have reached.
+    void revealFresh(Long end) {
+        const Long* const heads = graph_->heads.cont;
+        const Long* const ranks = ranks_.cont;
+        const Long* const neighbs = neighbs_.cont;
+        Offer* const fresh = fresh_.cont;
+        Offer* const pending = pending_.cont;
+        Long nbFresh = 0, nbPending = pending_.top;
+        for (const Offer offer : fresh_) {
+            const Long rank = ranks[heads[offer.position]];
+            const Long discoverer = ranks[neighbs[offer.tail]];
+            const bool isSeen = (rank < end) & (discoverer < rank);
+            fresh[nbFresh] = offer;
+            pending[nbPending] = offer;
+            nbFresh += one(!isSeen);
+            nbPending += one(isSeen);
+        }
+        fresh_.top = nbFresh;
+        pending_.top = nbPending;
+    }
+
+    void choose(const Offer& offer) {
+        const Long head = graph_->heads[offer.position];
+        neighbs_[head] = offer.tail;
+        links_.elect(offer.position, offer.tail, head);
+    }
+
+    // Of the offers to a node, the last one, in order of tails, will be its label.
+    void elect() {
+        const Long* const heads = graph_->heads.cont;
+        const Offer* const pending = pending_.cont;
+        std::int64_t* const chosen = chosen_.cont;
+        Long* const elected = elected_.cont;
         Long top = 0;
-        for (Long rank = from; rank < end; rank++) {
-            while (rank + kFlagsAtOnce < end && areClear(&flags[rank]))
-                rank += kFlagsAtOnce;
-            flagged[top] = active[rank];
-            top += flags[rank];
-            flags[rank] = 0;
+        for (Long k = 0; k < pending_.top; k++) {
+            const Long head = heads[pending[k].position];
+            const std::int64_t former = chosen[head];
+            elected[top] = head;
+            top += one(former == kNone);
+            chosen[head] = std::max(former, choice(pending[k].position, k));
         }
-        flagged_.top = top;
+        elected_.top = top;
+        for (Long k = 0; k < top && !loopsPossible_; k++) choose(chosenBy(elected[k]));
     }
 
-    // The last offer, in order of tails, that beats n's committed cost and closes no loop
-    // will be its label. A node that is expanded in this pass sees nothing of what nodes
-    // after it have reached.
-    template <bool kIsExpanded>
-    void relax(Long n) {
-        const Label label = labels_[n];
-        const double* const offers = offers_.cont;
-        const Long* const positions = graph_->positions.cont;
-        const Long* const tails = graph_->tails.cont;
-        const Long* const reachedBy = reachedBy_.cont;
-        const Long none = graph_->nbLinks();
-        const Long from = graph_->firstIn[n];
-        bool areHidden = false;
-        auto offerBy = [&](Long in) {
-            const bool isHidden = kIsExpanded && reachedBy[tails[in]] >= label.rank;
-            areHidden |= isHidden;
-            return offers[isHidden ? none : positions[in]];
-        };
-        Long last = -1;
-        double least = kInfinity;
-        forEachOf<kLinksAtOnce>(from, graph_->firstIn[n + 1], [&](Long in) {
-            const double offer = offerBy(in);
-            last = beats(offer, label.cost) ? in : last;
-            least = offer < least ? offer : least;
-        });
-        if (areHidden) mayImprove_[label.rank] = 1;
-        while (loopsPossible_ && last >= from) {
-            if (beats(offerBy(last), label.cost)) {
-                if (!isOnChain(tails[last], n)) break;
-                mayImprove_[label.rank] = 1;  // the loop may go
+    // Lets the nodes choose again, in order of ranks: the last offer that closes no loop.
+    void avoidLoops() {
+        bool isPlaced = false;
+        elected_.top = 0;
+        for (const Long n : active_) {
+            if (!isElected(n)) continue;
+            const Offer* offer = &chosenBy(n);
+            Long in = graph_->firstIn[n + 1];
+            while (offer != nullptr && isOnChain(offer->tail, n)) {
+                for (Long k = 0; !isPlaced && k < pending_.top; k++)
+                    places_[pending_[k].position] = k;
+                isPlaced = true;
+                offer = offerBefore(offer->position, graph_->firstIn[n], &in);
             }
-            last--;
+            chosen_[n] = kNone;
+            if (offer == nullptr) continue;
+            const auto place = static_cast<Long>(offer - pending_.cont);
+            chosen_[n] = choice(offer->position, place);
+            choose(*offer);
+            elected_[elected_.top++] = n;
         }
-        if (last < from) return;
-        const double chosen = offers[positions[last]];
-        mayImprove_[label.rank] |= beats(least, chosen) ? 1 : 0;
-        least_ = least < least_ ? least : least_;
-        newNeighb_[n] = tails[last];
-        links_.elect(positions[last], tails[last], n);
-        elected_[elected_.top++] = {chosen, n, tails[last]};
+    }
+
+    // The last offer of a link before this position and before in-position `*in`, which
+    // goes there; null if there is none from in-position `from` on.
+    const Offer* offerBefore(Long position, Long from, Long* in) const {
+        while (--*in >= from) {
+            const Long other = graph_->positions[*in];
+            const Long place = places_[other];
+            if (other < position && place < pending_.top &&
+                pending_[place].position == other)
+                return &pending_[place];
+        }
+        return nullptr;
     }
 
     // Whether n is on the chain of candidates of `from`, which form a tree rooted in the
     // source: none is taken that would close a loop.
     bool isOnChain(Long from, Long n) const {
-        while (from != n && from >= 0) from = newNeighb_[from];
+        while (from != n && from >= 0) from = neighbs_[from];
         return from == n;
     }
 
-    void commit(const Candidate& elected) {
-        labels_[elected.node].cost = elected.cost;
-        labels_[elected.node].neighb = elected.neighb;
-        links_.activate(elected.node);
+    void commit(Long n) {
+        costs_[n] = chosenBy(n).score;
+        links_.activate(n);
+    }
+
+    // Offers that still beat the labels of their heads stay, but for those whose tails
+    // make new ones.
+    void keepWhatBeats() {
+        const Long* const heads = graph_->heads.cont;
+        const double* const costs = costs_.cont;
+        const std::int64_t* const chosen = chosen_.cont;
+        Offer* const kept = later_.cont;
+        Long top = 0;
+        auto keepOf = [&](const Array<Offer>& list) {
+            for (const Offer offer : list) {
+                const bool isBetter = beats(offer.score, costs[heads[offer.position]]);
+                kept[top] = offer;
+                top += one(isBetter & (chosen[offer.tail] == kNone));
+            }
+        };
+        keepOf(later_);
+        keepOf(pending_);
+        later_.top = top;
+        pending_.swap(later_);
+    }
+
+    // Whether no label on the way to dst can change any more. Where scores do not fall
+    // along a path, no offer to come is less than the least there is: none beats the
+    // labels before dst, which are no larger, and those to dst itself are as much more as
+    // the links into it add.
+    bool isFinal(Long dst) const {
+        if (loopsPossible_ || links_.hasStrangers()) return false;
+        if (!isReached(dst) || neighbs_[dst] == kNone) return false;
+        const double cost = costs_[dst];
+        const double before = costs_[neighbs_[dst]];
+        double least = kInfinity;
+        // Not true either if `before` is no number: then nothing is known of the way
+        // there.
+        auto changesNothing = [&](const Offer& offer) {
+            least = std::min(offer.score, least);
+            return offer.score >= before &&
+                   (graph_->heads[offer.position] != dst || !beats(offer.score, cost));
+        };
+        return std::all_of(pending_.begin(), pending_.end(), changesNothing) &&
+               std::all_of(fresh_.begin(), fresh_.end(), changesNothing) &&
+               !beats(links_.leastOffer(dst, least), cost);
     }
 
     Graph* graph_;
     LSPRequest* req_;
     RequestLinks links_;
-    ScopedArray<Label> labels_;  // by node id
-    ScopedArray<std::uint8_t>
-        mayImprove_;               // whether an offer may beat the label, by rank
-    ScopedArray<Long> reachedBy_;  // in this pass, by the node of this rank; or -1
-    ScopedArray<Long> newNeighb_;  // of the candidate if there is one
-    ScopedArray<double> offers_;   // last made, by position
-    ScopedArray<Lead> leads_;      // of nodes reached in the pass before
-    ScopedArray<Long> active_;     // nodes reached, by rank
-    ScopedArray<Long> flagged_;
-    ScopedArray<Candidate> elected_;  // of this pass
-    // The least offer that reached a node or improved its label in this pass. Where
-    // scores do not fall along a path, none in later passes is less.
-    double least_ = kInfinity;
+    // By node id. What the search has committed, but for predecessors, which are those of
+    // the candidates where there are any.
+    ScopedArray<double> costs_;
+    ScopedArray<Long> ranks_;  // among the nodes reached
+    ScopedArray<Long> neighbs_;
+    ScopedArray<std::int64_t> chosen_;  // the offer of this pass
+    ScopedArray<Long> active_;          // nodes reached, by rank
+    ScopedArray<Long> elected_;         // nodes that chose an offer in this pass
+    ScopedArray<Offer> fresh_;          // of nodes reached in the last pass
+    ScopedArray<Offer> pending_;
+    ScopedArray<Offer> later_;  // to be pending in the next pass
+    ScopedArray<Long> places_;
     bool loopsPossible_ = true;
 };
 

@@ -146,13 +146,17 @@ double RequestLinks::judge(Long position, Long tail) {
     return kOdd;
 }
 
-double RequestLinks::leastTermInto(Long n) const {
-    if (!isSingle() || n >= graph_->nodeSlots()) return 0.0;
-    // Odd links that are no numbers either leave `least` as it is, and never improve a
-    // score; where others can, no search ends early.
+double RequestLinks::leastOffer(Long n, double tailCost) const {
+    if (n >= graph_->nodeSlots() || terms_.hasSums()) return tailCost;
+    // Odd links either make no numbers of scores, and never improve one, or no search
+    // ends early.
     double least = kClosed;
-    for (Long in = graph_->firstIn[n]; in < graph_->firstIn[n + 1]; in++)
-        least = std::min(least, added_[graph_->positions[in]]);
+    const ScoreTerms::Scorer scorer(terms_, tailCost, n);
+    for (Long in = graph_->firstIn[n]; in < graph_->firstIn[n + 1]; in++) {
+        const Long i = graph_->positions[in];
+        if (added_[i] < kClosed)
+            least = std::min(least, isSingle() ? tailCost + added_[i] : scorer(i));
+    }
     return least;
 }
 
@@ -164,4 +168,5 @@ void RequestLinks::sumUtilisations(Long src) {
         for (Long in = graph_->firstIn[n]; in < graph_->firstIn[n + 1]; in++)
             if (added_[graph_->positions[in]] != kClosed)
                 terms_.addUtilisation(src, graph_->positions[in]);
+    terms_.findFalls(src);
 }

@@ -26,32 +26,33 @@ class RequestLinks {
     // be judged for lack of memory.
     bool admit(const bool* isLeftOut);
 
-    // By position: kClosed; a number that is none where score() has to be asked;
+    // By position: kClosed; a number that is none where oddScore() has to be asked;
     // otherwise what is to be added to the score of the tail, if isSingle().
     const double* added() const { return added_.cont; }
     bool isSingle() const { return terms_.isSingle(); }
     // Whether links out of a node have to be scored term by term.
     bool hasOdd(Long tail) const { return hasOdd_[tail]; }
 
-    // The score by way of a link that takes the request, from that of its tail.
-    template <bool kIsSingle>
-    double score(Long position, double tailCost, Long tail) const {
-        const double added = added_[position];
-        if (std::isnan(added))
-            return terms_.oddScore(&graph_->out[position].link->state, tailCost, tail);
-        return kIsSingle ? tailCost + added : terms_.score(position, tailCost, tail);
+    // The score by way of a link that takes the request, from that of its tail: of one
+    // whose score is made term by term, and of the others if not isSingle().
+    double oddScore(Long position, double tailCost, Long tail) const {
+        return terms_.oddScore(&graph_->out[position].link->state, tailCost, tail);
+    }
+    ScoreTerms::Scorer scorer(double tailCost, Long tail) const {
+        return {terms_, tailCost, tail};
     }
 
     // Whether a path can only get dearer with every link.
     bool neverFalls() const { return terms_.neverFalls(); }
 
-    // Whatever the score of its tail, a link into n adds that much at least if it can add
-    // to scores at all; 0 if this is not known.
-    double leastTermInto(Long n) const;
+    // No link into n offers less if the scores of tails are this at least, and scores
+    // never fall.
+    double leastOffer(Long n, double tailCost) const;
 
     // Sums of utilisations (score_terms.h); that of the source is over all links that
     // take the request.
     void sumUtilisations(Long src);
+    bool hasSums() const { return terms_.hasSums(); }
     void elect(Long position, Long tail, Long head) {
         terms_.elect(position, tail, head);
     }

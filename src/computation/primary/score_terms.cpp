@@ -1,9 +1,12 @@
 #include "computation/primary/score_terms.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
 namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 // Whether a class is scored by anything besides congestion.
 bool hasCriteria(const PrimaryComputationConfig& config, int oa) {
@@ -47,7 +50,8 @@ void ScoreTerms::addStep(Criterion criterion, int oa, double weight) {
         criterion,         oa, weight, req_->bw[oa], sumWeights(weight, nbLinks_),
         &views_->loads[oa]};
     stride_ += criterion == BALANCE ? kBalanceTerms : 1;
-    if (criterion == BALANCE) nbSums_++;
+    if (criterion == BALANCE)
+        gathered_[nbSums_++].after = steps_[nbSteps_ - 1].sums.after;
 }
 
 double ScoreTerms::Step::otherTerm(Long position) const {
@@ -74,7 +78,9 @@ double ScoreTerms::compute(Long position) {
         if (!(only >= 0.0)) hasNegative_ = true;
         return only;
     }
-    double* out = terms_.cont + static_cast<std::ptrdiff_t>(position) * stride_;
+    double* out = termsOf(position);
+    double rise = 0.0;
+    Gathered* gathered = gathered_;
     for (int i = 0; i < nbSteps_; i++) {
         const Step& step = steps_[i];
         if (step.criterion == BALANCE) {
@@ -82,11 +88,20 @@ double ScoreTerms::compute(Long position) {
             *out++ = balance.rise;
             *out++ = balance.fall;
             *out++ = balance.share;
+            rise += balance.rise - balance.fall;
+            size_ += std::abs(balance.rise) + std::abs(balance.fall);
+            gathered->shares += balance.share;
+            gathered->largest = std::max(gathered->largest, balance.share);
+            gathered->smallest = std::min(gathered->smallest, balance.share);
+            gathered++;
         } else {
             *out = step.term(position);
+            rise += *out;
+            size_ += std::abs(*out);
             if (!(*out++ >= 0.0)) hasNegative_ = true;
         }
     }
+    leastRise_ = std::min(leastRise_, rise);
     return 0.0;
 }
 
@@ -101,6 +116,24 @@ void ScoreTerms::addUtilisation(Long node, Long position) const {
         const ClassLoad link = steps_[i].loadAt(position);
         *sum++ += link.load / link.capacity;
     }
+}
+
+// What a sum of utilisations takes off is most where it is largest, on a path that has
+// gathered the shares of all links. If links add something even then, and more than
+// rounding can take away, they do so on every path.
+void ScoreTerms::findFalls(Long src) {
+    double least = leastRise_;
+    double size = size_;
+    for (Long k = 0; k < nbSums_; k++) {
+        const Gathered& gathered = gathered_[k];
+        const double most = sums(src)[k] + gathered.shares;
+        // Only weights above 0 take something off.
+        const double after = std::min(gathered.after, 0.0);
+        least += after * gathered.largest * (2.0 * most + gathered.largest);
+        size += std::abs(gathered.after) * most * most;
+        if (!(sums(src)[k] >= 0.0 && gathered.smallest >= 0.0)) return;
+    }
+    alwaysRises_ = least > 1e-12 * size;
 }
 
 void ScoreTerms::electSums(Long position, Long tail, Long head) {
@@ -119,8 +152,7 @@ double ScoreTerms::oddScore(const DBLinkState* ls, double tailCost, Long tail) c
     for (int i = 0; i < nbSteps_; i++)
         if (steps_[i].criterion == BALANCE) byClass[steps_[i].oa] = *sum++;
     double score = tailCost;
-    if (!addTerms(ls, req_, byClass, nbLinks_, &score))
-        return std::numeric_limits<double>::infinity();
+    if (!addTerms(ls, req_, byClass, nbLinks_, &score)) return kInfinity;
     return priced(score);
 }
 

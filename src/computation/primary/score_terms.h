@@ -66,18 +66,58 @@ class ScoreTerms {
         return score > 0.0 ? score + score * 0.0 : score;
     }
 
-    // The score at the head of a link, from the label of its tail.
-    double score(Long position, double tailCost, Long tail) const {
-        const double* term =
-            terms_.cont + static_cast<std::ptrdiff_t>(position) * stride_;
-        if (nbSums_ > 0) return balancedScore(term, tailCost, tail);
-        double score = tailCost;
-        for (Long k = 0; k < stride_; k++) score += term[k];
-        return priced(score);
-    }
+    // Scores at the heads of the links of one tail, from its label. A value of its own,
+    // since members would be read again for every link.
+    class Scorer {
+      public:
+        Scorer(const ScoreTerms& terms, double tailCost, Long tail)
+            : tailCost_(tailCost),
+              terms_(terms.terms_.cont),
+              stride_(terms.stride_),
+              steps_(terms.steps_),
+              nbSteps_(terms.nbSteps_),
+              sums_(terms.hasSums() ? terms.sums(tail) : nullptr) {}
+
+        double operator()(Long position) const {
+            const double* term = terms_ + static_cast<std::ptrdiff_t>(position) * stride_;
+            if (sums_ != nullptr) return balanced(term);
+            double score = tailCost_;
+            for (Long k = 0; k < stride_; k++) score += term[k];
+            return priced(score);
+        }
+
+      private:
+        double balanced(const double* term) const {
+            double score = tailCost_;
+            const double* tailSum = sums_;
+            for (int i = 0; i < nbSteps_; i++) {
+                if (steps_[i].criterion != BALANCE) {
+                    score += *term++;
+                    continue;
+                }
+                const double sum = *tailSum++;
+                const double newSum = sum + term[2];
+                score = score + term[0] - term[1];
+                if (std::isinf(newSum)) return std::numeric_limits<double>::infinity();
+                score = addSums(score, steps_[i].sums, newSum, sum);
+                term += kBalanceTerms;
+            }
+            return priced(score);
+        }
+
+        double tailCost_;
+        const double* terms_;
+        Long stride_;
+        const Step* steps_;
+        int nbSteps_;
+        const double* sums_;  // null without load balance
+    };
 
     // Whether a path can only get dearer with every link.
-    bool neverFalls() const { return nbSums_ == 0 && !hasNegative_; }
+    bool neverFalls() const { return !hasNegative_ && (!hasSums() || alwaysRises_); }
+    // Finds that out for load balance, once the terms of all links that take the request
+    // and the sums of the source are there.
+    void findFalls(Long src);
 
     // Sums per class with load balance, by node: as committed, and of the candidate.
     bool hasSums() const { return nbSums_ > 0; }
@@ -100,22 +140,8 @@ class ScoreTerms {
 
     void addStep(Criterion criterion, int oa, double weight);
     void electSums(Long position, Long tail, Long head);
-    double balancedScore(const double* term, double tailCost, Long tail) const {
-        double score = tailCost;
-        const double* tailSum = sums(tail);
-        for (int i = 0; i < nbSteps_; i++) {
-            if (steps_[i].criterion != BALANCE) {
-                score += *term++;
-                continue;
-            }
-            const double sum = *tailSum++;
-            const double newSum = sum + term[2];
-            score = score + term[0] - term[1];
-            if (std::isinf(newSum)) return std::numeric_limits<double>::infinity();
-            score = addSums(score, steps_[i].sums, newSum, sum);
-            term += kBalanceTerms;
-        }
-        return priced(score);
+    double* termsOf(Long position) const {
+        return terms_.cont + static_cast<std::ptrdiff_t>(position) * stride_;
     }
     double* sums(Long node) const { return sums_.cont + 2 * nbSums_ * node; }
 
@@ -130,4 +156,17 @@ class ScoreTerms {
     Long nbSums_ = 0;
     ScopedArray<double> terms_;
     ScopedArray<double> sums_;
+
+    // Of all links whose terms have been computed, what tells whether scores can fall
+    // where there is load balance: by class, the shares in sums of utilisations.
+    struct Gathered {
+        double after = 0.0;  // the weight of a sum's square
+        double shares = 0.0;
+        double largest = 0.0;
+        double smallest = 0.0;
+    };
+    Gathered gathered_[kClasses];
+    double leastRise_ = std::numeric_limits<double>::infinity();
+    double size_ = 0.0;  // that no number in a score exceeds, but for squares of sums
+    bool alwaysRises_ = false;
 };
