@@ -32,7 +32,7 @@ constexpr Long one(bool holds) {
 // The score of a link's head by way of the link.
 struct Offer {
     double score;
-    Long position;
+    Long head;
     Long tail;
 };
 
@@ -62,7 +62,8 @@ class PathSearch {
         return costs_.fill(nodes, kInfinity) && ranks_.fill(nodes + 1, kNone) &&
                chosen_.fill(nodes, kNone) && makeRoom(&neighbs_, nodes) &&
                makeRoom(&active_, nodes + 1) && makeRoom(&elected_, nodes + 1) &&
-               places_.fill(offers, 0) && makeRoom(&fresh_, offers) &&
+               makeRoom(&lastTo_, nodes) && makeRoom(&before_, offers) &&
+               makeRoom(&tried_, nodes) && makeRoom(&fresh_, offers) &&
                makeRoom(&pending_, offers) && makeRoom(&later_, offers);
     }
 
@@ -105,10 +106,9 @@ class PathSearch {
     bool isReached(Long n) const { return ranks_[n] != kNone; }
     bool isElected(Long n) const { return chosen_[n] != kNone; }
 
-    // Of two choices that of the later position is larger; its place in pending_ is with
-    // it.
-    static std::int64_t choice(Long position, Long place) {
-        return (std::int64_t{position} << 32) + place;
+    // Of two choices that of the later tail is larger; its place in pending_ is with it.
+    static std::int64_t choice(Long tail, Long place) {
+        return (std::int64_t{tail} << 32) + place;
     }
     const Offer& chosenBy(Long n) const {
         return pending_[static_cast<Long>(chosen_[n] & 0xFFFFFFFF)];
@@ -161,7 +161,7 @@ class PathSearch {
         Long top = list->top;
         for (Long i = graph_->first[n]; i < end; i++) {
             const double score = cost + added[i];
-            offers[top] = {score, i, n};
+            offers[top] = {score, heads[i], n};
             top += one(beats(score, costs[heads[i]]));
         }
         list->top = top;
@@ -185,7 +185,7 @@ class PathSearch {
             const double ordinary = kIsSingle ? cost + added[i] : scorer(i);
             const double score =
                 std::isnan(added[i]) ? links_.oddScore(i, cost, n) : ordinary;
-            offers[top] = {score, i, n};
+            offers[top] = {score, heads[i], n};
             top += one((ranks[heads[i]] == kNone) | beats(score, costs[heads[i]]));
         }
         list->top = top;
@@ -196,7 +196,6 @@ class PathSearch {
     // that beat a label are pending from now on, or from the next pass if the node has
     // only been reached now.
     void reach() {
-        const Long* const heads = graph_->heads.cont;
         double* const costs = costs_.cont;
         Long* const ranks = ranks_.cont;
         Long* const neighbs = neighbs_.cont;
@@ -206,7 +205,7 @@ class PathSearch {
         const Long reached = active_.top;
         Long nbReached = reached, nbPending = pending_.top, nbLater = 0;
         for (const Offer offer : fresh_) {
-            const Long head = heads[offer.position];
+            const Long head = offer.head;
             const Long rank = ranks[head];
             const bool isNew = rank == kNone;
             const bool isWanted = !isNew & beats(offer.score, costs[head]);
@@ -220,7 +219,7 @@ class PathSearch {
             neighbs[head] = isNew ? offer.tail : neighbs[head];
             nbReached += one(isNew);
             if (!links_.hasSums() || !isNew) continue;
-            links_.elect(offer.position, offer.tail, head);
+            gather(offer);
             links_.activate(head);
         }
         active_.top = nbReached;
@@ -233,14 +232,13 @@ class PathSearch {
     // were reached in the pass before, up to rank end - 1, see in this one what nodes of
     // lower ranks have reached.
     void revealFresh(Long end) {
-        const Long* const heads = graph_->heads.cont;
         const Long* const ranks = ranks_.cont;
         const Long* const neighbs = neighbs_.cont;
         Offer* const fresh = fresh_.cont;
         Offer* const pending = pending_.cont;
         Long nbFresh = 0, nbPending = pending_.top;
         for (const Offer offer : fresh_) {
-            const Long rank = ranks[heads[offer.position]];
+            const Long rank = ranks[offer.head];
             const Long discoverer = ranks[neighbs[offer.tail]];
             const bool isSeen = (rank < end) & (discoverer < rank);
             fresh[nbFresh] = offer;
@@ -253,24 +251,28 @@ class PathSearch {
     }
 
     void choose(const Offer& offer) {
-        const Long head = graph_->heads[offer.position];
-        neighbs_[head] = offer.tail;
-        links_.elect(offer.position, offer.tail, head);
+        neighbs_[offer.head] = offer.tail;
+        if (links_.hasSums()) gather(offer);
+    }
+
+    // Sums up the utilisations on the way of an offer.
+    void gather(const Offer& offer) {
+        const Long position = positionOf(graph_, offer.tail, offer.head);
+        links_.elect(position, offer.tail, offer.head);
     }
 
     // Of the offers to a node, the last one, in order of tails, will be its label.
     void elect() {
-        const Long* const heads = graph_->heads.cont;
         const Offer* const pending = pending_.cont;
         std::int64_t* const chosen = chosen_.cont;
         Long* const elected = elected_.cont;
         Long top = 0;
         for (Long k = 0; k < pending_.top; k++) {
-            const Long head = heads[pending[k].position];
+            const Long head = pending[k].head;
             const std::int64_t former = chosen[head];
             elected[top] = head;
             top += one(former == kNone);
-            chosen[head] = std::max(former, choice(pending[k].position, k));
+            chosen[head] = std::max(former, choice(pending[k].tail, k));
         }
         elected_.top = top;
         for (Long k = 0; k < top && !loopsPossible_; k++) choose(chosenBy(elected[k]));
@@ -278,37 +280,41 @@ class PathSearch {
 
     // Lets the nodes choose again, in order of ranks: the last offer that closes no loop.
     void avoidLoops() {
-        bool isPlaced = false;
+        bool isChained = false;
         elected_.top = 0;
         for (const Long n : active_) {
             if (!isElected(n)) continue;
             const Offer* offer = &chosenBy(n);
-            Long in = graph_->firstIn[n + 1];
-            while (offer != nullptr && isOnChain(offer->tail, n)) {
-                for (Long k = 0; !isPlaced && k < pending_.top; k++)
-                    places_[pending_[k].position] = k;
-                isPlaced = true;
-                offer = offerBefore(offer->position, graph_->firstIn[n], &in);
+            if (isOnChain(offer->tail, n)) {
+                if (!isChained) chainOffers();
+                isChained = true;
+                offer = lastWithoutLoop(n);
             }
             chosen_[n] = kNone;
             if (offer == nullptr) continue;
-            const auto place = static_cast<Long>(offer - pending_.cont);
-            chosen_[n] = choice(offer->position, place);
+            chosen_[n] = choice(offer->tail, static_cast<Long>(offer - pending_.cont));
             choose(*offer);
             elected_[elected_.top++] = n;
         }
     }
 
-    // The last offer of a link before this position and before in-position `*in`, which
-    // goes there; null if there is none from in-position `from` on.
-    const Offer* offerBefore(Long position, Long from, Long* in) const {
-        while (--*in >= from) {
-            const Long other = graph_->positions[*in];
-            const Long place = places_[other];
-            if (other < position && place < pending_.top &&
-                pending_[place].position == other)
-                return &pending_[place];
-        }
+    // Links the offers to every node that has some.
+    void chainOffers() {
+        for (const Offer& offer : pending_) lastTo_[offer.head] = kNone;
+        for (Long k = 0; k < pending_.top; k++)
+            before_[k] = std::exchange(lastTo_[pending_[k].head], k);
+    }
+
+    // The last offer to n, in order of tails, that closes no loop; null if there is none.
+    // The very last is known to close one.
+    const Offer* lastWithoutLoop(Long n) {
+        tried_.top = 0;
+        for (Long k = lastTo_[n]; k != kNone; k = before_[k]) tried_[tried_.top++] = k;
+        std::sort(tried_.begin(), tried_.end(),
+                  [&](Long a, Long b) { return pending_[a].tail > pending_[b].tail; });
+        for (Long i = 1; i < tried_.top; i++)
+            if (const Offer* offer = &pending_[tried_[i]]; !isOnChain(offer->tail, n))
+                return offer;
         return nullptr;
     }
 
@@ -327,14 +333,13 @@ class PathSearch {
     // Offers that still beat the labels of their heads stay, but for those whose tails
     // make new ones.
     void keepWhatBeats() {
-        const Long* const heads = graph_->heads.cont;
         const double* const costs = costs_.cont;
         const std::int64_t* const chosen = chosen_.cont;
         Offer* const kept = later_.cont;
         Long top = 0;
         auto keepOf = [&](const Array<Offer>& list) {
             for (const Offer offer : list) {
-                const bool isBetter = beats(offer.score, costs[heads[offer.position]]);
+                const bool isBetter = beats(offer.score, costs[offer.head]);
                 kept[top] = offer;
                 top += one(isBetter & (chosen[offer.tail] == kNone));
             }
@@ -360,7 +365,7 @@ class PathSearch {
         auto changesNothing = [&](const Offer& offer) {
             least = std::min(offer.score, least);
             return offer.score >= before &&
-                   (graph_->heads[offer.position] != dst || !beats(offer.score, cost));
+                   (offer.head != dst || !beats(offer.score, cost));
         };
         return std::all_of(pending_.begin(), pending_.end(), changesNothing) &&
                std::all_of(fresh_.begin(), fresh_.end(), changesNothing) &&
@@ -381,7 +386,11 @@ class PathSearch {
     ScopedArray<Offer> fresh_;          // of nodes reached in the last pass
     ScopedArray<Offer> pending_;
     ScopedArray<Offer> later_;  // to be pending in the next pass
-    ScopedArray<Long> places_;
+    // To choose again where loops are possible: the last offer to a node, those before
+    // it, and what has been tried.
+    ScopedArray<Long> lastTo_;
+    ScopedArray<Long> before_;
+    ScopedArray<Long> tried_;
     bool loopsPossible_ = true;
 };
 
