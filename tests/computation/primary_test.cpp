@@ -128,7 +128,9 @@ TEST_F(PrimaryPath, SearchesEndWhereThoseOnTheTopologyDo) {
             lspRequestListEnd(&backups);
         }
         if (rarely()) weights.relLoad[0] = -0.25;
-        if (rarely()) weights.loadBal[0] = 0.5;
+        if (draw(3) == 0) weights.loadBal[0] = 0.5;
+        if (weights.loadBal[0] > 0.0 && draw(2) == 0)
+            weights.Fortz = weights.relLoad[0] = 0.0;
         if (rarely()) weights.load[3] = weights.delay[0] = 2.0;
         for (int i = 0; i < 12; i++) {
             Request fast({});
