@@ -110,6 +110,7 @@ TEST_F(PrimaryPath, SearchesEndWhereThoseOnTheTopologyDo) {
             for (Long node : {src, Long{-1}, dst}) longVecPushBack(&req->path, node);
         };
         weights = {};
+        kavrilConfig.predicateConfig.capacityClause = true;
         weights.Fortz = rarely() ? 0.0 : 1.0;
         weights.relLoad[0] = isWhole ? 0.0 : 300.0;
         for (Long id = 0; id < nodes; id++) {
@@ -132,6 +133,8 @@ TEST_F(PrimaryPath, SearchesEndWhereThoseOnTheTopologyDo) {
         if (weights.loadBal[0] > 0.0 && draw(2) == 0)
             weights.Fortz = weights.relLoad[0] = 0.0;
         if (rarely()) weights.load[3] = weights.delay[0] = 2.0;
+        if (rarely()) weights.loadBal[3] = isWhole ? 0.25 : -0.25;
+        kavrilConfig.predicateConfig.capacityClause = !rarely();
         for (int i = 0; i < 12; i++) {
             Request fast({});
             ask(&fast);

@@ -58,7 +58,6 @@ bool listLeftOut(const Graph* graph, const LSPRequest* req, const PathLimits& li
 }
 
 struct Arc {
-    double term;  // what it adds to a score, if that is one term
     double cost;  // for the search: 0 to kDear
     Long head;
     Long position;
@@ -73,21 +72,26 @@ class Arcs {
     // With needsRoom only links that admit the request. False if there is no memory.
     bool init(const bool* isLeftOut, Long src, bool needsRoom) {
         const Graph& graph = dataBase_->live->graph;
+        ScopedArray<Long> positions;
         if (!admission_.prepare(classesToRead(req_)) ||
             !terms_.init(dataBase_->live, dataBase_->nbLinks, req_) ||
-            !makeRoom(&first_, graph.nodeSlots() + 1) || !makeRoom(&arcs_, graph.out.top))
+            !makeRoom(&added_, graph.nbLinks() + ScoreTerms::kBlock) ||
+            !makeRoom(&first_, graph.nodeSlots() + 1) ||
+            !makeRoom(&arcs_, graph.nbLinks()) || !makeRoom(&positions, graph.nbLinks()))
             return false;
+        terms_.compute(added_.cont);
+        terms_.survey(added_.cont);
         for (Long tail = 0; tail < graph.nodeSlots(); tail++) {
             first_[first_.top++] = arcs_.top;
             for (Long i = graph.first[tail]; i < graph.first[tail + 1]; i++)
-                if (!isLeftOut[i] && (!needsRoom || admission_.admits(i, tail)))
-                    arcs_[arcs_.top++] = {terms_.compute(i), 0.0, graph.heads[i], i};
+                if (!isLeftOut[i] && (!needsRoom || admission_.admits(i, tail))) {
+                    arcs_[arcs_.top++] = {0.0, graph.heads[i], i};
+                    positions[positions.top++] = i;
+                }
         }
         first_[first_.top++] = arcs_.top;
-        if (terms_.hasSums()) {
-            terms_.clearSums(src);
-            for (const Arc& arc : arcs_) terms_.addUtilisation(src, arc.position);
-        }
+        terms_.clearSums(src);
+        terms_.addUtilisations(src, added_.cont, positions);
         for (Arc& arc : arcs_) {
             const double cost = score(arc, 0.0, src);
             arc.cost = std::isfinite(cost) ? std::clamp(cost, 0.0, kDear) : kDear;
@@ -117,18 +121,20 @@ class Arcs {
   private:
     double score(const Arc& arc, double tailCost, Long tail) const {
         const Live* live = dataBase_->live;
-        if (live->views.links[arc.position].isOdd)
-            return terms_.oddScore(&live->graph.out[arc.position].link->state, tailCost,
-                                   tail);
-        return terms_.isSingle()
-                   ? ScoreTerms::priced(tailCost + arc.term)
-                   : ScoreTerms::Scorer(terms_, tailCost, tail)(arc.position);
+        const Long i = arc.position;
+        if (live->views.links[i].isOdd || std::isnan(added_[i]))
+            return terms_.oddScore(&live->graph.out[i].link->state, tailCost, tail);
+        double scores[ScoreTerms::kBlock];
+        terms_.score(added_.cont, i, i + 1, tailCost, tail, scores);
+        if (!terms_.scoresOrdinarily(tailCost, tail)) terms_.settle(tail, 1, scores);
+        return scores[0];
     }
 
     DataBase* dataBase_;
     const LSPRequest* req_;
     RequestAdmission admission_;
     ScoreTerms terms_;
+    ScopedArray<double> added_;  // by position
     ScopedArray<Long> first_;
     ScopedArray<Arc> arcs_;
 };

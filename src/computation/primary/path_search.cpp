@@ -20,9 +20,6 @@ constexpr Long kNone = -1;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kClosed = RequestLinks::kClosed;
 
-// Adding what an ordinary link adds to no more than this gives a finite score.
-constexpr double kOrdinary = 1e300;
-
 // What to add to a count if something holds, without a branch. Conditions are joined by &
 // and |, since && and || are branches, too.
 constexpr Long one(bool holds) {
@@ -63,8 +60,10 @@ class PathSearch {
                chosen_.fill(nodes, kNone) && makeRoom(&neighbs_, nodes) &&
                makeRoom(&active_, nodes + 1) && makeRoom(&elected_, nodes + 1) &&
                makeRoom(&lastTo_, nodes) && makeRoom(&before_, offers) &&
-               makeRoom(&tried_, nodes) && makeRoom(&fresh_, offers) &&
-               makeRoom(&pending_, offers) && makeRoom(&later_, offers);
+               makeRoom(&tried_, nodes) &&
+               makeRoom(&scores_, offers + ScoreTerms::kBlock) &&
+               makeRoom(&fresh_, offers) && makeRoom(&pending_, offers) &&
+               makeRoom(&later_, offers);
     }
 
     // False, nothing changed, if a link cannot be judged for lack of memory.
@@ -73,7 +72,7 @@ class PathSearch {
     // Gives dst the label that the search on the topology does: pass by pass it changes
     // the same labels, but ends when no label up to that of dst can change any more.
     void run(Long src, Long dst) {
-        links_.sumUtilisations(src);
+        links_.findFalls(src);
         // Along a chain of candidates scores do not rise towards the source if no term is
         // negative: a node on it cannot be beaten by way of its end.
         loopsPossible_ = !links_.neverFalls();
@@ -147,20 +146,23 @@ class PathSearch {
     // Adds the offers of n that beat the labels of their heads, or lead to them.
     template <bool kIsSingle>
     void makeOffers(Long n, Array<Offer>* list) {
-        const Long end = graph_->first[n + 1];
         const double cost = costs_[n];
-        if (!kIsSingle || links_.hasOdd(n) || !(std::abs(cost) <= kOrdinary)) {
-            makeEachOffer<kIsSingle>(n, list);
+        if (!links_.scoresOrdinarily(n, cost)) {
+            makeEachOffer(n, list);
             return;
         }
+        if (!kIsSingle) links_.score(n, cost, scores_.cont);
         // In locals, since a stored offer might change any member.
+        const Long first = graph_->first[n];
+        const Long end = graph_->first[n + 1];
         const double* const costs = costs_.cont;
         const Long* const heads = graph_->heads.cont;
         const double* const added = links_.added();
+        const double* const scores = scores_.cont;
         Offer* const offers = list->cont;
         Long top = list->top;
-        for (Long i = graph_->first[n]; i < end; i++) {
-            const double score = cost + added[i];
+        for (Long i = first; i < end; i++) {
+            const double score = kIsSingle ? cost + added[i] : scores[i - first];
             offers[top] = {score, heads[i], n};
             top += one(beats(score, costs[heads[i]]));
         }
@@ -169,26 +171,19 @@ class PathSearch {
 
     // The same for scores that can be infinite or no numbers, which lead to a node all
     // the same.
-    template <bool kIsSingle>
     void makeEachOffer(Long n, Array<Offer>* list) {
-        const Long end = graph_->first[n + 1];
-        const double cost = costs_[n];
-        const Long* const heads = graph_->heads.cont;
-        const Long* const ranks = ranks_.cont;
-        const double* const costs = costs_.cont;
-        const double* const added = links_.added();
-        const ScoreTerms::Scorer scorer = links_.scorer(cost, n);
-        Offer* const offers = list->cont;
-        Long top = list->top;
-        for (Long i = graph_->first[n]; i < end; i++) {
-            if (added[i] == kClosed) continue;
-            const double ordinary = kIsSingle ? cost + added[i] : scorer(i);
+        const Long first = graph_->first[n];
+        links_.score(n, costs_[n], scores_.cont);
+        links_.settle(n, scores_.cont);
+        for (Long i = first; i < graph_->first[n + 1]; i++) {
+            const double added = links_.added()[i];
+            if (added == kClosed) continue;
+            const Long head = graph_->heads[i];
             const double score =
-                std::isnan(added[i]) ? links_.oddScore(i, cost, n) : ordinary;
-            offers[top] = {score, heads[i], n};
-            top += one((ranks[heads[i]] == kNone) | beats(score, costs[heads[i]]));
+                std::isnan(added) ? links_.oddScore(i, costs_[n], n) : scores_[i - first];
+            if (!isReached(head) || beats(score, costs_[head]))
+                list->cont[list->top++] = {score, head, n};
         }
-        list->top = top;
     }
 
     // Takes the offers of the nodes reached in the pass before, in the order in which
@@ -383,6 +378,7 @@ class PathSearch {
     ScopedArray<std::int64_t> chosen_;  // the offer of this pass
     ScopedArray<Long> active_;          // nodes reached, by rank
     ScopedArray<Long> elected_;         // nodes that chose an offer in this pass
+    ScopedArray<double> scores_;        // of the links of one node, by place among these
     ScopedArray<Offer> fresh_;          // of nodes reached in the last pass
     ScopedArray<Offer> pending_;
     ScopedArray<Offer> later_;  // to be pending in the next pass

@@ -1,7 +1,6 @@
 #include "computation/primary/request_admission.h"
 
 #include <algorithm>
-#include <bit>
 #include <limits>
 
 #include "common/setup.h"
@@ -45,8 +44,7 @@ bool RequestAdmission::prepare(unsigned classes) {
     othersThan_ = ~asked_;
     if (!refreshViews(dataBase_, live_, {classes, asked_, upTo_, 0})) return false;
     isColored_ = config.colorClause && req_->forbidLinks.top > 0;
-    if (std::popcount(asked_) == 1 && !isOdd_ && config.capacityClause)
-        rooms_ = &live_->views.rooms[std::countr_zero(asked_)][upTo_];
+    needsRoom_ = config.capacityClause;
     return req_->rerouteInfo.id < 0 || listShared();
 }
 
@@ -63,7 +61,6 @@ bool RequestAdmission::listShared() {
 }
 
 bool RequestAdmission::admits(Long position, Long tail) {
-    const PredicateConfig& config = kavrilConfig.predicateConfig;
     const LSPrerouteInfo& info = req_->rerouteInfo;
     const Long head = live_->graph.heads[position];
     if (info.id >= 0) {
@@ -71,7 +68,7 @@ bool RequestAdmission::admits(Long position, Long tail) {
         if (hopIndex(&DBgetLSP(dataBase_, info.id)->path, tail, head) >= 0)
             return admitsOnTrial(position, tail);
     }
-    if (config.capacityClause && !fitsInto(position, tail)) return false;
+    if (needsRoom_ && !fitsInto(position, tail)) return false;
     return !isColored_ || !isForbidden(position);
 }
 

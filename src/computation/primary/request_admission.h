@@ -4,8 +4,6 @@
 // link decides at once unless it is close; then the link itself is asked.
 #pragma once
 
-#include <bit>
-
 #include "computation/computation_st.h"
 #include "database/live/live.h"
 #include "database/lsp.h"
@@ -31,17 +29,22 @@ class RequestAdmission {
     // Whether the link at a position of the graph takes the request.
     bool admits(Long position, Long tail);
 
-    // What decides on the amount that is asked for, unless it is close or something else
-    // counts on a link. Null where links have to be asked one by one.
-    const Rooms* rooms() const { return rooms_; }
-    double amount() const { return req_->bw[std::countr_zero(asked_)]; }
+    // Whether the rooms of links decide, unless it is close or something else counts.
+    bool roomDecides() const { return !needsRoom_ || (asked_ != 0 && !isOdd_); }
+    // Calls act(amount, rooms) for every class in which room is needed.
+    template <class Act>
+    void forEachRoom(Act act) const {
+        for (int oa = 0; oa < kClasses && needsRoom_; oa++)
+            if ((asked_ >> oa & 1U) != 0)
+                act(req_->bw[oa], live_->views.rooms[oa][upTo_]);
+    }
 
     // Calls act(position) for the links where something else counts.
     template <class Act>
     void forEachSpecial(Act act) const {
-        if (isColored_)
-            for (Long i = 0; i < live_->graph.nbLinks(); i++)
-                if (isForbidden(i)) act(i);
+        const Array<LinkView>& views = live_->views.links;
+        for (Long i = 0; (isColored_ || !needsRoom_) && i < views.top; i++)
+            if ((isColored_ && isForbidden(i)) || (!needsRoom_ && views[i].isOdd)) act(i);
         for (const Long position : shared_) act(position);
     }
 
@@ -62,6 +65,7 @@ class RequestAdmission {
     const LSPRequest* req_;
     ScopedLSP lsp_;  // the request, its path one link; prepared for the first trial
     LinkTrial trial_;
+    bool needsRoom_ = true;
     unsigned asked_ = 0;  // classes with bandwidth, as bits
     unsigned othersThan_ = 0;
     int upTo_ = 0;        // levels up to this one are in the way
@@ -70,5 +74,4 @@ class RequestAdmission {
     bool isColored_ = false;  // links of some colours are not to be taken
     ScopedArray<Long>
         shared_;  // positions of the partner's links, and of the one to avoid
-    const Rooms* rooms_ = nullptr;
 };

@@ -6,20 +6,16 @@
 
 namespace {
 
-// Stands for a score that has to be made term by term.
-constexpr double kOdd = std::numeric_limits<double>::quiet_NaN();
-
-// No sum of terms up to this one overflows.
-constexpr double kOrdinary = 1e200;
+constexpr double kOdd = ScoreTerms::kOdd;
 
 bool isReasonable(double weight) {
     return std::abs(weight) < 1e100;
 }
 
-// Weights that make sums which cannot be left out.
-bool isConfigOdd() {
+// Weights that make sums which cannot be left out, or a load balance over no links.
+bool isConfigOdd(const DataBase* dataBase) {
     const PrimaryComputationConfig& config = kavrilConfig.primaryComputationConfig;
-    if (!isReasonable(config.Fortz)) return true;
+    if (!isReasonable(config.Fortz) || dataBase->nbLinks == 0) return true;
     for (int oa = 0; oa < kClasses; oa++)
         for (double weight : {config.loadBal[oa], config.load[oa], config.sqLoad[oa],
                               config.relLoad[oa], config.sqRelLoad[oa], config.delay[oa]})
@@ -35,23 +31,24 @@ RequestLinks::RequestLinks(DataBase* dataBase, const LSPRequest* req)
       graph_(&dataBase->live->graph),
       req_(req),
       admission_(dataBase, req),
-      isConfigOdd_(isConfigOdd()) {}
+      isConfigOdd_(isConfigOdd(dataBase)) {}
 
 bool RequestLinks::prepare(Long src) {
     return admission_.prepare(classesToRead(req_)) &&
            terms_.init(live_, dataBase_->nbLinks, req_) &&
-           makeRoom(&added_, graph_->nbLinks()) &&
+           makeRoom(&added_, graph_->nbLinks() + ScoreTerms::kBlock) &&
            hasOdd_.fill(graph_->nodeSlots(), false) && walkFrom(src);
 }
 
 // The nodes that the topology would have, in the order in which a depth-first walk builds
-// them; none where no link leads to other nodes and the order does not matter.
+// them, with the links into each. Not done where every link leads both ways, so that all
+// nodes within reach are there, and the order does not matter.
 bool RequestLinks::walkFrom(Long src) {
     if (!terms_.hasSums() && isTwoWay(graph_)) return true;
     const Long nodes = graph_->nodeSlots();
     ScopedArray<Long> toVisit;
     ScopedArray<bool> isBuilt;
-    if (!makeRoom(&order_, nodes) || !makeRoom(&toVisit, nodes) ||
+    if (!makeRoom(&inOrder_, graph_->nbLinks()) || !makeRoom(&toVisit, nodes) ||
         !isBuilt.fill(nodes, false) || !strangers_.fill(nodes, false))
         return false;
     auto visit = [&](Long n) {
@@ -62,8 +59,9 @@ bool RequestLinks::walkFrom(Long src) {
     visit(src);
     while (toVisit.top > 0) {
         const Long n = toVisit[--toVisit.top];
-        order_[order_.top++] = n;
         size_ = std::max(size_, n + 1);
+        for (Long in = graph_->firstIn[n]; in < graph_->firstIn[n + 1]; in++)
+            inOrder_[inOrder_.top++] = graph_->positions[in];
         for (Long i = graph_->first[n]; i < graph_->first[n + 1]; i++)
             visit(graph_->heads[i]);
     }
@@ -73,18 +71,22 @@ bool RequestLinks::walkFrom(Long src) {
 bool RequestLinks::admit(const bool* isLeftOut) {
     const Long nbLinks = graph_->nbLinks();
     double* const added = added_.cont;
-    if (isConfigOdd_ || !admitByRoom()) std::fill_n(added, nbLinks, kOdd);
+    terms_.compute(added);
+    if (isConfigOdd_ || !admission_.roomDecides())
+        std::fill_n(added, nbLinks, kOdd);
+    else
+        admitByRoom();
     for (Long i = 0; isLeftOut != nullptr && i < nbLinks; i++)
         if (isLeftOut[i]) added[i] = kClosed;
-    for (Long i = 0; !isSingle() && i < nbLinks; i++)
-        if (added[i] == 0.0) terms_.compute(i);
+    terms_.survey(added);
     Long tail = 0;
     for (Long i = 0; i < nbLinks; i++) {
         if (added[i] >= 0.0) continue;
         while (graph_->first[tail + 1] <= i) tail++;
-        added[i] = judge(i, tail);
+        if (std::isnan(added[i])) added[i] = judge(i, tail);
+        hasNegative_ |= added[i] < 0.0;
     }
-    if (order_.top > 0) findStrangers();
+    if (size_ > 0) findStrangers();
     return !admission_.hasFailed();
 }
 
@@ -96,77 +98,48 @@ void RequestLinks::findStrangers() {
             if (added_[i] != kClosed) strangers_[graph_->heads[i]] = hasStrangers_ = true;
 }
 
-// What the links add whose room decides at once, kOdd for the others. False where room
-// decides on none.
-bool RequestLinks::admitByRoom() {
-    const Rooms* const rooms = admission_.rooms();
-    if (rooms == nullptr) return false;
-    const ScoreTerms::Step only = terms_.first();
-    if (!isSingle())
-        admitByRoom(*rooms, [](Long) { return 0.0; });
-    else if (only.criterion == ScoreTerms::CONGESTION)
-        // Ordinary: amounts that surely fit are less than 1e150, and weights than 1e100.
-        admitByRoom(*rooms,
-                    [only, load = only.loads->load.cont, slope = only.loads->slope.cont,
-                     shift = only.loads->shift.cont](Long i) {
-                        return only.congestionTerm(load[i], slope[i], shift[i]);
-                    });
-    else
-        admitByRoom(*rooms, [only](Long i) {
-            const double term = only.term(i);
-            return std::abs(term) <= kOrdinary ? term : kOdd;
-        });
-    admission_.forEachSpecial([this](Long i) { added_[i] = kOdd; });
-    return true;
-}
-
+// Closes the links that surely have no room, and leaves to judge() those that may.
 // Without branches, so that several links are worked out at a time.
-template <class Term>
-void RequestLinks::admitByRoom(const Rooms& rooms, Term term) {
-    const double bw = admission_.amount();
-    const double* const sure = rooms.sure.cont;
-    const double* const most = rooms.most.cont;
-    double* const result = added_.cont;
+void RequestLinks::admitByRoom() {
+    double* const added = added_.cont;
     const Long nbLinks = graph_->nbLinks();
-    for (Long i = 0; i < nbLinks; i++) {
-        const double added = term(i);
-        const double ifNotTooMuch = bw <= sure[i] ? added : kOdd;
-        result[i] = bw > most[i] ? kClosed : ifNotTooMuch;
-    }
+    admission_.forEachRoom([=](double bw, const Rooms& rooms) {
+        const double* const sure = rooms.sure.cont;
+        const double* const most = rooms.most.cont;
+        for (Long i = 0; i < nbLinks; i++) {
+            const bool isDecided = (bw <= sure[i]) | (added[i] == kClosed);
+            const double ifNotTooMuch = isDecided ? added[i] : kOdd;
+            added[i] = bw > most[i] ? kClosed : ifNotTooMuch;
+        }
+    });
+    admission_.forEachSpecial([=](Long i) { added[i] = kOdd; });
 }
 
 double RequestLinks::judge(Long position, Long tail) {
     if (!admission_.admits(position, tail)) return kClosed;
-    if (!isConfigOdd_ && !live_->views.links[position].isOdd) {
-        const double term = terms_.compute(position);
-        if (std::abs(term) <= kOrdinary) return term;
-    }
+    if (!isConfigOdd_ && !live_->views.links[position].isOdd)
+        if (const double added = terms_.surveyLink(position); !std::isnan(added))
+            return added;
     hasOdd_[tail] = true;
     terms_.noteOdd(&graph_->out[position].link->state);
     return kOdd;
 }
 
 double RequestLinks::leastOffer(Long n, double tailCost) const {
-    if (n >= graph_->nodeSlots() || terms_.hasSums()) return tailCost;
+    if (n >= graph_->nodeSlots()) return tailCost;
     // Odd links either make no numbers of scores, and never improve one, or no search
     // ends early.
     double least = kClosed;
-    const ScoreTerms::Scorer scorer(terms_, tailCost, n);
     for (Long in = graph_->firstIn[n]; in < graph_->firstIn[n + 1]; in++) {
         const Long i = graph_->positions[in];
         if (added_[i] < kClosed)
-            least = std::min(least, isSingle() ? tailCost + added_[i] : scorer(i));
+            least = std::min(least, terms_.leastScore(added_.cont, i, tailCost));
     }
     return least;
 }
 
-// In the order of the topology: node by node, by ascending tails.
-void RequestLinks::sumUtilisations(Long src) {
-    if (!terms_.hasSums()) return;
+void RequestLinks::findFalls(Long src) {
     terms_.clearSums(src);
-    for (const Long n : order_)
-        for (Long in = graph_->firstIn[n]; in < graph_->firstIn[n + 1]; in++)
-            if (added_[graph_->positions[in]] != kClosed)
-                terms_.addUtilisation(src, graph_->positions[in]);
+    terms_.addUtilisations(src, added_.cont, inOrder_);
     terms_.findFalls(src);
 }

@@ -14,8 +14,7 @@
 
 class RequestLinks {
   public:
-    // What a link that does not take the request adds.
-    static constexpr double kClosed = std::numeric_limits<double>::infinity();
+    static constexpr double kClosed = ScoreTerms::kClosed;
 
     RequestLinks(DataBase* dataBase, const LSPRequest* req);
 
@@ -26,32 +25,38 @@ class RequestLinks {
     // be judged for lack of memory.
     bool admit(const bool* isLeftOut);
 
-    // By position: kClosed; a number that is none where oddScore() has to be asked;
-    // otherwise what is to be added to the score of the tail, if isSingle().
+    // By position: kClosed; kOdd where oddScore() has to be asked; otherwise what is to
+    // be added to the score of the tail, if isSingle().
     const double* added() const { return added_.cont; }
     bool isSingle() const { return terms_.isSingle(); }
-    // Whether links out of a node have to be scored term by term.
-    bool hasOdd(Long tail) const { return hasOdd_[tail]; }
 
-    // The score by way of a link that takes the request, from that of its tail: of one
-    // whose score is made term by term, and of the others if not isSingle().
+    // Writes the scores at the heads of a node's links, by way of these, from its own;
+    // infinite or no numbers where links are closed or odd. If the others may not be
+    // ordinary numbers, they are to be settled.
+    void score(Long tail, double tailCost, double* scores) const {
+        terms_.score(added_.cont, graph_->first[tail], graph_->first[tail + 1], tailCost,
+                     tail, scores);
+    }
+    void settle(Long tail, double* scores) const {
+        terms_.settle(tail, graph_->first[tail + 1] - graph_->first[tail], scores);
+    }
+    bool scoresOrdinarily(Long tail, double tailCost) const {
+        return !hasOdd_[tail] && terms_.scoresOrdinarily(tailCost, tail);
+    }
     double oddScore(Long position, double tailCost, Long tail) const {
         return terms_.oddScore(&graph_->out[position].link->state, tailCost, tail);
     }
-    ScoreTerms::Scorer scorer(double tailCost, Long tail) const {
-        return {terms_, tailCost, tail};
-    }
 
-    // Whether a path can only get dearer with every link.
-    bool neverFalls() const { return terms_.neverFalls(); }
+    // Finds out whether a path can only get dearer with every link. With load balance, it
+    // first adds up the sums of the source, over all links that take the request.
+    void findFalls(Long src);
+    bool neverFalls() const { return !hasNegative_ && terms_.neverFalls(); }
 
     // No link into n offers less if the scores of tails are this at least, and scores
     // never fall.
     double leastOffer(Long n, double tailCost) const;
 
-    // Sums of utilisations (score_terms.h); that of the source is over all links that
-    // take the request.
-    void sumUtilisations(Long src);
+    // Sums of utilisations (score_terms.h).
     bool hasSums() const { return terms_.hasSums(); }
     void elect(Long position, Long tail, Long head) {
         terms_.elect(position, tail, head);
@@ -65,9 +70,7 @@ class RequestLinks {
 
   private:
     bool walkFrom(Long src);
-    bool admitByRoom();
-    template <class Term>
-    void admitByRoom(const Rooms& rooms, Term term);
+    void admitByRoom();
     double judge(Long position, Long tail);
     void findStrangers();
 
@@ -80,10 +83,11 @@ class RequestLinks {
     ScopedArray<double> added_;
     ScopedArray<bool> hasOdd_;  // by tail
     bool isConfigOdd_ = false;
+    bool hasNegative_ = false;
     // Of networks where some links lead to nodes that do not lead back, or for sums of
-    // utilisations: nodes reached through any links, in the order of the walk.
-    ScopedArray<Long> order_;
+    // utilisations: links into the nodes reached, as the walk has come to these.
+    ScopedArray<Long> inOrder_;
+    Long size_ = 0;  // ids of these nodes lie below
     ScopedArray<bool> strangers_;
     bool hasStrangers_ = false;
-    Long size_ = 0;  // ids of these nodes lie below
 };

@@ -3,7 +3,9 @@
 //
 // Private to the library. Terms are added one by one in makeScore's order; criteria that
 // add exactly 0 everywhere are left out. The load balance terms depend on the path that
-// leads to the link, through its sums of utilisations; they keep what does not.
+// leads to the link, through its sums of utilisations; they keep what does not. The terms
+// of all links stand behind one another, criterion by criterion, so that several links
+// are worked out at a time.
 #pragma once
 
 #include <cmath>
@@ -23,8 +25,76 @@ unsigned classesToRead(const LSPRequest* req);
 // Links by their positions among the out-links.
 class ScoreTerms {
   public:
-    // False if there is no memory. nbLinks is the database's count.
+    // What a link that does not take the request adds, and one whose score has to be made
+    // term by term.
+    static constexpr double kClosed = std::numeric_limits<double>::infinity();
+    static constexpr double kOdd = std::numeric_limits<double>::quiet_NaN();
+
+    // nbLinks is the database's count. False if there is no memory.
     bool init(const Live* live, Long nbLinks, const LSPRequest* req);
+
+    // Whether a score is that of the tail plus one term, and priced.
+    bool isSingle() const { return nbTerms_ == 1; }
+
+    // A request is prepared in this order. compute() works out the terms of all links;
+    // `added` gets the only one, or 0 if there are more, by position. Where links turn
+    // out not to take the request it becomes kClosed, or kOdd until that is known.
+    // survey() makes kOdd those whose terms are not ordinary; surveyLink() says whether a
+    // link that was kOdd is one of the others. Arrays by position have room for whole
+    // blocks.
+    static constexpr Long kBlock = 4;
+    void compute(double* added);
+    void survey(double* added);
+    double surveyLink(Long position);
+    // Says that an odd link takes the request.
+    void noteOdd(const DBLinkState* ls);
+    // Finds out whether a path can only get dearer with every link, from what has been
+    // surveyed, and from the sums of the source.
+    void findFalls(Long src);
+    bool neverFalls() const { return neverFalls_ && !hasOddFalls_; }
+
+    // Writes the scores at the heads of the links from..end-1 of one tail, from its own;
+    // infinite or no numbers where links are closed or odd.
+    void score(const double* added, Long from, Long end, double tailCost, Long tail,
+               double* scores) const;
+    // Whether the other scores are ordinary numbers. If not, they are to be settled.
+    bool scoresOrdinarily(double tailCost, Long tail) const {
+        for (Long k = 0; k < nbSums_; k++)
+            if (!(std::abs(sums(tail)[k]) <= kOrdinary)) return false;
+        return std::abs(tailCost) <= kOrdinaryScore;
+    }
+    void settle(Long tail, Long nb, double* scores) const;
+    // The score by way of any link, term by term.
+    double oddScore(const DBLinkState* ls, double tailCost, Long tail) const;
+    // Where paths can only get dearer, what no score by way of a link is less than, from
+    // no less at its tail.
+    double leastScore(const double* added, Long position, double tailCost) const {
+        double scores[kBlock];
+        score(added, position, position + 1, tailCost, nbNodes_, scores);
+        return scores[0] - margin_;
+    }
+
+    // Sums per class with load balance, by node: as committed, and of the candidate.
+    bool hasSums() const { return nbSums_ > 0; }
+    void clearSums(Long node);
+    // Adds those of links that are not closed, in the order given.
+    void addUtilisations(Long node, const double* added,
+                         const Array<Long>& positions) const;
+    void elect(Long position, Long tail, Long head) {
+        double* sum = sums(head) + nbSums_;
+        for (Long k = 0; k < nbSums_; k++)
+            sum[k] = steps_[balances_[k]].terms[2 * nbLinks_ + position] + sums(tail)[k];
+    }
+    void activate(Long node) {
+        for (Long k = 0; k < nbSums_; k++) sums(node)[k] = sums(node)[nbSums_ + k];
+    }
+
+  private:
+    // Terms and sums of utilisations up to the one, and scores of tails up to the other,
+    // give finite scores: a class has nine terms, and weights of load balance are below
+    // 1e100.
+    static constexpr double kOrdinary = 1e80;
+    static constexpr double kOrdinaryScore = 1e300;
 
     enum Criterion { CONGESTION, BALANCE, LOAD, SQ_LOAD, REL_LOAD, SQ_REL_LOAD, DELAY };
 
@@ -33,140 +103,45 @@ class ScoreTerms {
         Criterion criterion;
         int oa;
         double weight;
-        double bw;        // asked for
+        double* terms;    // by position; of load balance rises, falls and shares
         SumWeights sums;  // of load balance
-        const LoadViews* loads;
-
-        double term(Long position) const {
-            return criterion == CONGESTION
-                       ? congestionTerm(loads->load[position], loads->slope[position],
-                                        loads->shift[position])
-                       : otherTerm(position);
-        }
-        double congestionTerm(double load, double slope, double shift) const {
-            return weight * ((slope * (load + bw) + shift) - (slope * load + shift));
-        }
-        ClassLoad loadAt(Long position) const {
-            return {loads->load[position], loads->cap[position], bw};
-        }
-
-      private:
-        double otherTerm(Long position) const;
     };
 
-    // Computes the terms of a link. Returns the term, if there is only one.
-    double compute(Long position);
-    // The only step, if there is just one.
-    const Step& first() const { return steps_[0]; }
-    // Whether a score is that of the tail plus one term, and priced.
-    bool isSingle() const { return isSingle_; }
-
-    // Without rerouting prices, the factor of the score is 0; infinity times it is not.
-    static double priced(double score) {
-        return score > 0.0 ? score + score * 0.0 : score;
-    }
-
-    // Scores at the heads of the links of one tail, from its label. A value of its own,
-    // since members would be read again for every link.
-    class Scorer {
-      public:
-        Scorer(const ScoreTerms& terms, double tailCost, Long tail)
-            : tailCost_(tailCost),
-              terms_(terms.terms_.cont),
-              stride_(terms.stride_),
-              steps_(terms.steps_),
-              nbSteps_(terms.nbSteps_),
-              sums_(terms.hasSums() ? terms.sums(tail) : nullptr) {}
-
-        double operator()(Long position) const {
-            const double* term = terms_ + static_cast<std::ptrdiff_t>(position) * stride_;
-            if (sums_ != nullptr) return balanced(term);
-            double score = tailCost_;
-            for (Long k = 0; k < stride_; k++) score += term[k];
-            return priced(score);
-        }
-
-      private:
-        double balanced(const double* term) const {
-            double score = tailCost_;
-            const double* tailSum = sums_;
-            for (int i = 0; i < nbSteps_; i++) {
-                if (steps_[i].criterion != BALANCE) {
-                    score += *term++;
-                    continue;
-                }
-                const double sum = *tailSum++;
-                const double newSum = sum + term[2];
-                score = score + term[0] - term[1];
-                if (std::isinf(newSum)) return std::numeric_limits<double>::infinity();
-                score = addSums(score, steps_[i].sums, newSum, sum);
-                term += kBalanceTerms;
-            }
-            return priced(score);
-        }
-
-        double tailCost_;
-        const double* terms_;
-        Long stride_;
-        const Step* steps_;
-        int nbSteps_;
-        const double* sums_;  // null without load balance
+    // What has been found out of the links that take the request, lane by lane: the i-th
+    // of every block.
+    using Lanes = double[kBlock];
+    struct Found {
+        Lanes leastTerm = {};
+        Lanes leastRise = {kClosed, kClosed, kClosed, kClosed};  // but for sums
+        Lanes size = {};  // no number in a score exceeds it, but for squares of sums
+        Lanes shares[kClasses] = {};
+        Lanes largest[kClasses] = {};
+        Lanes smallest[kClasses] = {};
     };
 
-    // Whether a path can only get dearer with every link.
-    bool neverFalls() const { return !hasNegative_ && (!hasSums() || alwaysRises_); }
-    // Finds that out for load balance, once the terms of all links that take the request
-    // and the sums of the source are there.
-    void findFalls(Long src);
-
-    // Sums per class with load balance, by node: as committed, and of the candidate.
-    bool hasSums() const { return nbSums_ > 0; }
-    void clearSums(Long node);
-    void addUtilisation(Long node, Long position) const;
-    // The score by way of a link whose terms are no ordinary numbers, term by term.
-    double oddScore(const DBLinkState* ls, double tailCost, Long tail) const;
-    // Says that such a link takes the request.
-    void noteOdd(const DBLinkState* ls);
-    void elect(Long position, Long tail, Long head) {
-        if (nbSums_ > 0) electSums(position, tail, head);
-    }
-    void activate(Long node) {
-        for (Long k = 0; k < nbSums_; k++) sums(node)[k] = sums(node)[nbSums_ + k];
-    }
-
-  private:
     static constexpr int kMaxSteps = 7 * kClasses;
-    static constexpr Long kBalanceTerms = 3;
 
+    static int nbTermsOf(const Step& step);
     void addStep(Criterion criterion, int oa, double weight);
-    void electSums(Long position, Long tail, Long head);
-    double* termsOf(Long position) const {
-        return terms_.cont + static_cast<std::ptrdiff_t>(position) * stride_;
-    }
+    void compute(const Step& step, Long from, Long end, double* to) const;
+    void surveyBlock(Long first, double* added);
     double* sums(Long node) const { return sums_.cont + 2 * nbSums_ * node; }
 
     const LSPRequest* req_ = nullptr;
     const Views* views_ = nullptr;
-    double nbLinks_ = 0.0;
+    Long nbLinks_ = 0;
+    Long nbNodes_ = 0;
+    double nbCounted_ = 0.0;
     Step steps_[kMaxSteps] = {};
     int nbSteps_ = 0;
-    Long stride_ = 0;  // terms of a link
-    bool isSingle_ = false;
-    bool hasNegative_ = false;
+    int nbTerms_ = 0;
+    int balances_[kClasses] = {};  // which steps are of load balance
     Long nbSums_ = 0;
-    ScopedArray<double> terms_;
+    Found found_;
+    bool neverFalls_ = false;
+    bool hasOddFalls_ = false;
+    double margin_ = 0.0;        // for what rounds in sums of utilisations
+    ScopedArray<double> terms_;  // term by term, of all links
+    // By node; behind the last, those with which links add least.
     ScopedArray<double> sums_;
-
-    // Of all links whose terms have been computed, what tells whether scores can fall
-    // where there is load balance: by class, the shares in sums of utilisations.
-    struct Gathered {
-        double after = 0.0;  // the weight of a sum's square
-        double shares = 0.0;
-        double largest = 0.0;
-        double smallest = 0.0;
-    };
-    Gathered gathered_[kClasses];
-    double leastRise_ = std::numeric_limits<double>::infinity();
-    double size_ = 0.0;  // that no number in a score exceeds, but for squares of sums
-    bool alwaysRises_ = false;
 };
