@@ -171,7 +171,7 @@ void forEachNetwork(const std::string& examples, const std::string& repetita,
         for (const char* name : {"Geant2012", "rf1221_real_hard", "Interoute",
                                  "rf6461_real_hard", "Colt", "Cogentco"})
             add(readRepetita(repetita, name), 3000);
-        add(readLarge(repetita), 5000);
+        add(readLarge(repetita), kLargeOffered);
     } else {
         std::fprintf(stderr, "No %s: without the Repetita networks\n", repetita.c_str());
     }

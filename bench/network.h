@@ -48,6 +48,7 @@ Network makeRow(Long nodes);
 // AS 1239: 315 nodes and 1,944 links. From the folder of Repetita's networks; where there
 // is no such folder, a synthetic network of that size.
 Network readLarge(const std::string& folder);
+constexpr Long kLargeOffered = 5000;  // primaries
 
 // The networks to measure on, with the primaries to offer to each: the example, those of
 // Repetita if there is the folder, synthetic ones. Only those with `only` in their names.
