@@ -32,15 +32,20 @@ bool LinkTrial::admits(DBLink* link, Long src, Long dst, double* gain) {
     if (!isSound_)
         return isValidLSPLink(dataBase_, src, dst, DBgetLinkState(dataBase_, src, dst),
                               lsp_, gain);
-    double rbw[kClasses][kLevels];
     const int ret = booker_.gather(src, dst, SETUP);
-    if (ret < 0 || (ret > 0 && !tryLink(dataBase_, link, booker_.booking, rbw)))
-        return FAIL_WITH(false, "Unable to update link state");
+    if (ret < 0) return FAIL_WITH(false, "Unable to update link state");
     const PredicateConfig& config = kavrilConfig.predicateConfig;
     bool gate = true;
-    if (config.capacityClause)
+    const int upTo = config.allowReroute ? lsp_->precedence : kLevels - 1;
+    if (config.capacityClause && ret > 0 && surelyFits(link, booker_.booking, upTo)) {
+        std::fill_n(gain, kClasses, 0.0);
+    } else if (config.capacityClause) {
+        double rbw[kClasses][kLevels];
+        if (ret > 0 && !tryLink(dataBase_, link, booker_.booking, rbw))
+            return FAIL_WITH(false, "Unable to update link state");
         gate = fitsCapacity(ret > 0 ? rbw : link->state.rbw, link->state.cap,
                             lsp_->precedence, gain);
+    }
     if (config.colorClause)
         gate = gate && indexOf(&lsp_->forbidLinks, link->state.color) < 0;
     return gate;

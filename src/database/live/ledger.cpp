@@ -274,12 +274,16 @@ void endScratch(RunScratch* scratch) {
     endArray(&scratch->cells);
 }
 
+bool raisesNone(const Booking& booking, int oa) {
+    return noneGoes(1.0, booking.changes.begin(), booking.changes.end(), oa);
+}
+
 bool worstAfter(const LedgerClass* cls, int oa, const Booking& booking, Counted counted,
                 RunScratch* scratch, Need* worst) {
     const bool anyNeed = cls != nullptr && cls->nbActive > 0;
     *worst = cls != nullptr ? cls->worst : Need{};
     const FailureChange* const end = booking.changes.end();
-    const bool onlyFalls = noneGoes(1.0, booking.changes.begin(), end, oa);
+    const bool onlyFalls = raisesNone(booking, oa);
     if (!anyNeed && onlyFalls) return true;
     for (const FailureChange *change = booking.changes.begin(), *next; change != end;
          change = next) {

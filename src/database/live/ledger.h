@@ -135,6 +135,9 @@ struct RunScratch {
 };
 void endScratch(RunScratch* scratch);
 
+// Whether a booking raises no need of a class: sums that round keep that order.
+bool raisesNone(const Booking& booking, int oa);
+
 // The worst need of class oa with the changes of a booking, which are not made. False if
 // there is no memory.
 bool worstAfter(const LedgerClass* cls, int oa, const Booking& booking, Counted counted,

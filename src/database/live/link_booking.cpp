@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "database/live/live.h"
+#include "database/live/reservation.h"
 #include "database/live/vectors.h"
 #include "database/reserved_bandwidth.h"
 #include "error/error.h"
@@ -99,6 +100,32 @@ bool tryLink(DataBase* dataBase, const DBLink* link, const Booking& booking,
         std::copy_n(link->state.pbw[oa], kLevels, pbw);
         if (onPrimary) pbw[booking.level] += booking.mult * booking.primary[oa];
         addNeeds(worst.at, pbw, rbw[oa]);
+    }
+    return true;
+}
+
+bool surelyFits(const DBLink* link, const Booking& booking, int upTo) {
+    if (link->ledger->stale != 0 || upTo < 0 || upTo >= kLevels) return false;
+    for (int oa = 0; oa < kClasses; oa++) {
+        const auto [onPrimary, onCells] = effectOf(booking, oa);
+        const double cap = link->state.cap[oa];
+        if (onPrimary || onCells) {
+            // Where failures need no more than before, the worst does not either.
+            if (onCells && !raisesNone(booking, oa)) return false;
+            const double more = onPrimary ? booking.mult * booking.primary[oa] : 0.0;
+            const Reservation now =
+                reservationOf(link->state.pbw[oa], worstNow(link, oa));
+            const double left =
+                std::min(surelyLeft(cap, now, upTo), surelyLeft(cap, now, kLevels - 1));
+            if (!(more >= 0.0 && more <= left)) return false;
+            continue;
+        }
+        const bool isOccupied = (link->ledger->occupied >> oa & 1U) != 0;
+        double total = 0.0;
+        for (int p = 0; p < kLevels; p++) {
+            if (isOccupied) total += link->state.rbw[oa][p];
+            if ((p == upTo || p == kLevels - 1) && !(total <= cap)) return false;
+        }
     }
     return true;
 }

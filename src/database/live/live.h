@@ -86,6 +86,10 @@ int bookLink(DataBase* dataBase, DBLink* link, const Booking& booking, bool isCo
 bool tryLink(DataBase* dataBase, const DBLink* link, const Booking& booking,
              double (&rbw)[kClasses][kLevels]);
 
+// Whether it is plain without a look at the failure tables that after a booking all
+// classes reserve no more than their capacities, up to a level and in all.
+bool surelyFits(const DBLink* link, const Booking& booking, int upTo);
+
 // rbw of a stored link as its tables give it.
 void reservedNow(const DBLink* link, double (&rbw)[kClasses][kLevels]);
 

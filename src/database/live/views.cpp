@@ -6,51 +6,15 @@
 
 #include "common/congestion.h"
 #include "database/live/live.h"
+#include "database/live/reservation.h"
 
 namespace {
 
 // Beyond this, products of capacities and slopes could overflow.
 constexpr double kReasonable = 1e150;
 
-// Far more than the roundings of a sum over eight levels, three operations each, come to.
-constexpr double kMargin = 0x1p-40;
-
 constexpr std::uint8_t bitOf(int oa) {
     return static_cast<std::uint8_t>(1U << oa);
-}
-
-// What is reserved in one class, as the tables give it.
-struct Reservation {
-    double upTo[kLevels];
-    double magnitude[kLevels];  // of all amounts in these sums
-};
-
-Reservation reservationOf(const double (&pbw)[kLevels], const Need& worst) {
-    Reservation reserved;
-    double sum = 0.0;
-    double magnitude = 0.0;
-    double below = 0.0;
-    for (int p = 0; p < kLevels; p++) {
-        sum += pbw[p] + worst.at[p] - below;
-        magnitude += std::abs(pbw[p]) + worst.at[p] + below;
-        below = worst.at[p];
-        reserved.upTo[p] = sum;
-        reserved.magnitude[p] = magnitude;
-    }
-    return reserved;
-}
-
-// What is left of a capacity, rounded down or up by more than the roundings that it took.
-double surely(double cap, const Reservation& reserved, int p) {
-    const double left = cap - reserved.upTo[p];
-    const double margin = kMargin * reserved.magnitude[p];
-    return (left - margin) * (left > margin ? 1.0 - kMargin : 1.0 + kMargin);
-}
-
-double atMost(double cap, const Reservation& reserved, int p) {
-    const double left = cap - reserved.upTo[p];
-    const double margin = kMargin * reserved.magnitude[p];
-    return (left + margin) * (left > -margin ? 1.0 + kMargin : 1.0 - kMargin);
 }
 
 double loadOf(const double (&pbw)[kLevels]) {
@@ -123,8 +87,9 @@ void refresh(Views* views, Long position, Long slot, const DBLink* link) {
             const Rooms& rooms = views->rooms[oa][p];
             const double cap = state->cap[oa];
             const bool wantsLook = view->isOdd || (view->overfull[p] & ~bitOf(oa)) != 0;
-            rooms.sure[position] = wantsLook ? -1.0 : surely(cap, reservations[oa], p);
-            rooms.most[position] = atMost(cap, stays[oa], p);
+            rooms.sure[position] =
+                wantsLook ? -1.0 : surelyLeft(cap, reservations[oa], p);
+            rooms.most[position] = leftAtMost(cap, stays[oa], p);
         }
     }
 }

@@ -67,9 +67,9 @@ struct Views {
     unsigned needed;            // classes that backups have asked for
     Array<LinkView> links;
     LoadViews loads[kClasses];
-    Rooms rooms[kClasses][kLevels];  // what is reserved up to the level stays
+    Rooms rooms[kClasses][kLevels];   // what is reserved up to the level stays
     Array<NeedView> needs[kClasses];  // by slot: they are too large to be moved
-    Array<DBLink*> stale;  // links that have changed since
+    Array<DBLink*> stale;             // links that have changed since
 };
 
 struct Live;
