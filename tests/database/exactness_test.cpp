@@ -1,6 +1,8 @@
 // Results at the edges of double precision.
 
 #include <cmath>
+#include <numeric>
+#include <random>
 
 #include "admission/lsp_setup.h"
 #include "computation/primary/primaryPath.h"
@@ -56,5 +58,29 @@ TEST_F(Exactness, PartnerWithLessThanNoBandwidthIsMadeUpFor) {
         partner.noContentionId = 1;
         EXPECT_EQ(0, net.add(std::move(partner)));
         EXPECT_EQ(0.0, net.state(0, 1).rbw[0][0]);
+    }
+}
+
+// The capacity is the sum of all levels as it rounds, or a last bit less.
+TEST_F(Exactness, CapacityDecidesToTheLastBit) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 300; round++) {
+        std::vector<std::pair<int, double>> lsps;
+        double levels[kLevels] = {};
+        for (int i = 0; i < 5; i++) {
+            lsps.push_back(
+                {static_cast<int>(random() % kLevels), 0.1 * (1 + random() % 99)});
+            levels[lsps.back().first] += lsps.back().second;
+        }
+        const double total = std::accumulate(levels, levels + kLevels, 0.0);
+        for (bool isEnough : {true, false}) {
+            Net net;
+            net.link(0, 1, isEnough ? total : std::nextafter(total, 0.0));
+            Long placed = 0;
+            for (const auto& [level, amount] : lsps)
+                if (net.add(Lsp(placed, {0, 1}, amount, level)) == 0) placed++;
+            EXPECT_EQ(isEnough ? 5 : 4, placed) << round;
+            EXPECT_EQ(isEnough ? 0U : 1U, errorTexts().size());
+        }
     }
 }
