@@ -160,44 +160,43 @@ void dropEmptyCells(LedgerClass* cls) {
     cls->keys.top = cls->cells.top = top;
 }
 
-// Makes cells for the changes that have none, in one sweep from the end.
-bool makeCells(LedgerClass* cls, int oa, const Booking& booking) {
-    Run rest = allOf(cls);
+// Finds the places of the cells that a booking changes, where there is one for each, and
+// makes those that are missing. False, nothing changed, if there is no memory.
+bool reachPlaces(LedgerClass* cls, int oa, const Booking& booking,
+                 Array<CellPlace>* places) {
+    places->top = 0;
+    if (!makeRoom(places, booking.changes.top)) return false;
     Long missing = 0;
-    const FailureChange* last = nullptr;
+    Run rest = allOf(cls);
     for (const FailureChange& change : booking.changes) {
         if (change.amounts[oa] == 0.0) continue;
         const CellKey key = cellKey(change.head, change.tail, booking.level);
-        rest = part(rest, lowerBound(rest, key), rest.nb);
-        const bool isThere = rest.nb > 0 && rest.keys[0] == key;
-        const bool isLast =
-            last != nullptr && last->head == change.head && last->tail == change.tail;
-        if (!isThere && !isLast) missing++;
-        last = &change;
-    }
-    if (missing == 0) return true;
-    const Long before = cls->keys.top;
-    if (!makeRoom(&cls->keys, before + missing) ||
-        !makeRoom(&cls->cells, before + missing))
-        return false;
-    Long from = before;
-    Long to = before + missing;
-    for (const FailureChange* change = booking.changes.end();
-         change != booking.changes.begin() && to > from;) {
-        change--;
-        if (change->amounts[oa] == 0.0) continue;
-        const CellKey key = cellKey(change->head, change->tail, booking.level);
-        while (from > 0 && cls->keys[from - 1] > key) {
-            cls->keys[--to] = cls->keys[--from];
-            cls->cells[to] = cls->cells[from];
+        if (places->top > 0 && places->end()[-1].key == key) {
+            append(places, {key, places->end()[-1].at, false, &change});
+            continue;
         }
-        const bool isThere = (from > 0 && cls->keys[from - 1] == key) ||
-                             (to < before + missing && cls->keys[to] == key);
-        if (isThere) continue;
-        cls->keys[--to] = key;
-        cls->cells[to] = {0.0, 0.0};
+        rest = part(rest, lowerBound(rest, key), rest.nb);
+        const bool isMissing = rest.nb == 0 || rest.keys[0] != key;
+        append(places, {key, cls->keys.top - rest.nb + missing, isMissing, &change});
+        missing += isMissing ? 1 : 0;
     }
-    cls->keys.top = cls->cells.top = before + missing;
+    Long from = cls->keys.top;
+    if (!makeRoom(&cls->keys, from + missing) || !makeRoom(&cls->cells, from + missing))
+        return false;
+    cls->keys.top = cls->cells.top = from + missing;
+    // From the end: what lies behind a missing cell goes to its final place at once.
+    for (Long k = places->top - 1; missing > 0; k--) {
+        const CellPlace& place = (*places)[k];
+        if (!place.isMissing) continue;
+        const Long behind = place.at - --missing;
+        CellKey* const keys = cls->keys.cont;
+        Cell* const cells = cls->cells.cont;
+        std::move_backward(keys + behind, keys + from, keys + from + missing + 1);
+        std::move_backward(cells + behind, cells + from, cells + from + missing + 1);
+        keys[place.at] = place.key;
+        cells[place.at] = {0.0, 0.0};
+        from = behind;
+    }
     return true;
 }
 
@@ -270,6 +269,7 @@ bool Counted::isListed(CellKey key) const {
 }
 
 void endScratch(RunScratch* scratch) {
+    endArray(&scratch->places);
     endArray(&scratch->keys);
     endArray(&scratch->cells);
 }
@@ -342,19 +342,16 @@ LedgerClass* classOf(Ledger* ledger, int oa) {
     return *cls;
 }
 
-bool bookCells(LedgerClass* cls, int oa, const Booking& booking, CellNews* news) {
+bool bookCells(LedgerClass* cls, int oa, const Booking& booking, RunScratch* scratch,
+               CellNews* news) {
     const Long before = cls->keys.top;
-    if (!makeCells(cls, oa, booking)) return false;
+    if (!reachPlaces(cls, oa, booking, &scratch->places)) return false;
     bool anyEmpty = false;
     bool anySwitch = false;
-    Run rest = allOf(cls);
-    for (const FailureChange& change : booking.changes) {
-        if (change.amounts[oa] == 0.0) continue;
-        const CellKey key = cellKey(change.head, change.tail, booking.level);
-        rest = part(rest, lowerBound(rest, key), rest.nb);
-        Cell* cell = &cls->cells[cls->keys.top - rest.nb];
+    for (const CellPlace& place : scratch->places) {
+        Cell* cell = &cls->cells[place.at];
         const bool wasActive = isActive(*cell);
-        addChange(cell, change, oa);
+        addChange(cell, *place.change, oa);
         anySwitch |= isActive(*cell) != wasActive;
         cls->nbActive += int{isActive(*cell)} - int{wasActive};
         anyEmpty |= cell->bbw == 0.0 && cell->fbw == 0.0;

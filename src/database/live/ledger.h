@@ -128,10 +128,20 @@ class Counted {
     const Array<CellKey>* uncounted_;
 };
 
-// Room for the cells of one failing node as a booking would change them.
+// Where the cell of a change is, or will be.
+struct CellPlace {
+    CellKey key;
+    Long at;
+    bool isMissing;
+    const FailureChange* change;
+};
+
+// Room for the cells of one failing node as a booking would change them, and for the
+// places of all that it changes.
 struct RunScratch {
     Array<CellKey> keys;
     Array<Cell> cells;
+    Array<CellPlace> places;
 };
 void endScratch(RunScratch* scratch);
 
@@ -160,7 +170,8 @@ struct CellNews {
 
 // Adds the changes of a booking to the cells; `worst` is the caller's to set. False,
 // nothing changed, if there is no memory.
-bool bookCells(LedgerClass* cls, int oa, const Booking& booking, CellNews* news);
+bool bookCells(LedgerClass* cls, int oa, const Booking& booking, RunScratch* scratch,
+               CellNews* news);
 
 // Adds to one cell.
 bool addToCell(LedgerClass* cls, CellKey key, double bbw, double fbw);

@@ -48,7 +48,7 @@ int bookClass(Live* live, DBLink* link, int oa, const Booking& booking) {
         hasRoom = hasRoom && reachCells(live, ledger, oa, change.head);
     if (!hasRoom ||
         !worstAfter(cls, oa, booking, countedIn(live), &live->scratch, &worst) ||
-        !bookCells(cls, oa, booking, &news))
+        !bookCells(cls, oa, booking, &live->scratch, &news))
         return FAIL_WITH(-1, "Critical lack of memory");
     for (const FailureChange& change : booking.changes)
         noteNews(live, ledger, oa, change.head, news);
