@@ -38,15 +38,19 @@ bool reachCells(Live* live, const Ledger* ledger, int oa, Long node) {
 }
 
 void noteCells(Live* live, const Ledger* ledger, int oa, Long node) {
-    noteNews(live, ledger, oa, node, {true, true});
+    noteNews(live, ledger, oa, node, {true, true, true});
 }
 
 void noteNews(Live* live, const Ledger* ledger, int oa, Long node, const CellNews& news) {
-    if (!news.moved && !news.switched) return;
+    if (!news.came && !news.gone && !news.switched) return;
     const CellSets sets = concernedBy(live, oa, node);
+    if (!news.gone && !news.switched) {
+        put(sets.any, ledger->slot, true);
+        return;
+    }
     const Run run = runOf(ledger->classes[oa], node);
-    if (news.moved) put(sets.any, ledger->slot, run.nb > 0);
-    if (news.switched) put(sets.active, ledger->slot, anyActive(run));
+    put(sets.any, ledger->slot, run.nb > 0);
+    put(sets.active, ledger->slot, anyActive(run));
 }
 
 void noteIdle(Live* live, const Ledger* ledger) {

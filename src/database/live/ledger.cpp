@@ -356,7 +356,7 @@ bool bookCells(LedgerClass* cls, int oa, const Booking& booking, RunScratch* scr
         cls->nbActive += int{isActive(*cell)} - int{wasActive};
         anyEmpty |= cell->bbw == 0.0 && cell->fbw == 0.0;
     }
-    *news = {anyEmpty || cls->keys.top > before, anySwitch};
+    *news = {cls->keys.top > before, anyEmpty, anySwitch};
     if (anyEmpty) dropEmptyCells(cls);
     return true;
 }

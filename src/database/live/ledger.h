@@ -164,7 +164,8 @@ LedgerClass* classOf(Ledger* ledger, int oa);
 
 // What a booking has done to cells besides amounts.
 struct CellNews {
-    bool moved;     // some have come or gone
+    bool came;
+    bool gone;
     bool switched;  // some have become active, or ceased to be
 };
 

@@ -51,7 +51,7 @@ int bookClass(Live* live, DBLink* link, int oa, const Booking& booking) {
         !bookCells(cls, oa, booking, &live->scratch, &news))
         return FAIL_WITH(-1, "Critical lack of memory");
     for (const FailureChange& change : booking.changes)
-        noteNews(live, ledger, oa, change.head, news);
+        if (change.amounts[oa] != 0.0) noteNews(live, ledger, oa, change.head, news);
     cls->worst = worst;
     return ledger->isMirrored ? bookVectors(&link->state, oa, booking) : 0;
 }
