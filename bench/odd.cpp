@@ -187,6 +187,7 @@ const std::vector<OddRow> kOddRows = {
     {.name = "bandwidth in two classes", .limit = 3.0, .ask = askInBothClasses},
     {.name = "no capacity clause", .limit = 2.0, .needsRoom = false},
     {.name = "weights below 0 besides", .limit = 10.0, .others = -1e-9},
+    {.name = "weights below 0 that outweigh it", .limit = 10.0, .others = -1e-6},
     {.name = "a node to avoid", .limit = 2.0, .within = avoidNode},
     {.name = "a node to pass", .limit = 10.0, .within = passNode},
     {.name = "four links at most", .limit = 10.0, .within = takeFewLinks},

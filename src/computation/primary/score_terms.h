@@ -36,20 +36,21 @@ class ScoreTerms {
     // Whether a score is that of the tail plus one term, and priced.
     bool isSingle() const { return nbTerms_ == 1; }
 
-    // A request is prepared in this order. compute() works out the terms of all links;
-    // `added` gets the only one, or 0 if there are more, by position. Where links turn
-    // out not to take the request it becomes kClosed, or kOdd until that is known.
-    // survey() makes kOdd those whose terms are not ordinary; surveyLink() says whether a
-    // link that was kOdd is one of the others. Arrays by position have room for whole
-    // blocks.
+    // What links add, by position: kClosed where they do not take the request, kOdd where
+    // scores are made term by term, else the only term, or 0 if there are more. Links are
+    // worked out in blocks: such an array has room for one more block.
     static constexpr Long kBlock = 4;
+    // Writes that for links that all take the request.
     void compute(double* added);
+    // Looks at what those that are neither closed nor odd add, for findFalls(). Makes odd
+    // those whose terms are not ordinary.
     void survey(double* added);
+    // The same for a link that was left out as odd; returns what it adds, or kOdd.
     double surveyLink(Long position);
     // Says that an odd link takes the request.
     void noteOdd(const DBLinkState* ls);
-    // Finds out whether a path can only get dearer with every link, from what has been
-    // surveyed, and from the sums of the source.
+    // Finds out whether a path can only get dearer with every link, whatever the sums of
+    // utilisations along it; those of the source are known.
     void findFalls(Long src);
     bool neverFalls() const { return neverFalls_ && !hasOddFalls_; }
 
