@@ -77,6 +77,41 @@ TEST_F(PrimaryPath, LinksTakeWhatTheFailureOfTheirHeadFrees) {
     EXPECT_EQ("Destination unreachable", errorTexts().at(1));
 }
 
+TEST_F(PrimaryPath, AnInfiniteUtilisationMakesEveryScoreInfinite) {
+    Net net;
+    net.link(0, 1).link(1, 2).link(0, 3, 5e-324);
+    kavrilConfig.predicateConfig.capacityClause = false;
+    ASSERT_EQ(0, net.add(Lsp(1, {0, 3}, 5.0)));
+    weights = {};
+    weights.loadBal[0] = 1.0;
+    Request req({0, -1, 2}, 8.0);
+    COST = 0.0;
+    EXPECT_EQ(0, computePrimaryPath(net, &req));
+    EXPECT_EQ(Ids({0, 1, 2}), values(req.path));
+    EXPECT_EQ(HUGE_VAL, COST);
+}
+
+// The more utilisation a path has gathered, the less a link adds: 0 > 1 > 5, which costs
+// 6.8, is known before 0 > 2 > 3 > 4, which costs 5.1. On from there to 5 it is 1.4; were
+// nothing gathered, 2.1.
+TEST_F(PrimaryPath, LoadBalanceMakesTheLastLinkOfALongPathCheaper) {
+    Net net;
+    net.link(0, 1, 1e12).link(1, 5, 1e12).link(0, 2, 10.0).link(2, 3, 10.0);
+    net.link(3, 4, 1e12).link(4, 5, 10.0);
+    net.state(1, 5).cap[3] = 1e-3;
+    kavrilConfig.predicateConfig.capacityClause = false;
+    weights = {};
+    weights.loadBal[0] = 1.0;
+    weights.load[0] = 0.125;
+    weights.relLoad[3] = 4.3e-3;
+    Request req({0, -1, 5}, 10.0);
+    req.bw[3] = 1.0;
+    COST = 0.0;
+    EXPECT_EQ(0, computePrimaryPath(net, &req));
+    EXPECT_EQ(Ids({0, 2, 3, 4, 5}), values(req.path));
+    EXPECT_NEAR(6.5, COST, 1e-2);
+}
+
 // Networks in one piece or several, links without a way back, whole and broken numbers,
 // ties, odd capacities, weights of both signs.
 TEST_F(PrimaryPath, SearchesEndWhereThoseOnTheTopologyDo) {
