@@ -42,8 +42,8 @@ void addError(GravityLevel level, const char* msg, ...)
 void addErrorAt(GravityLevel level, const char* source, int line, const char* msg, ...)
     __attribute__((format(printf, 4, 5)));
 
-// Writes the stack to standard error in one piece, newest message first, or leaves that to
-// the caller (print.h). The stack stays as it is.
+// Writes the stack to standard error in one piece, newest message first, or leaves that
+// to the caller (print.h). The stack stays as it is.
 void printErrorStack();
 
 // Each source file defines ERROR_SOURCE, the name that its messages carry.
