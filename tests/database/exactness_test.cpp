@@ -77,10 +77,15 @@ TEST_F(Exactness, CapacityDecidesToTheLastBit) {
             Net net;
             net.link(0, 1, isEnough ? total : std::nextafter(total, 0.0));
             Long placed = 0;
-            for (const auto& [level, amount] : lsps)
-                if (net.add(Lsp(placed, {0, 1}, amount, level)) == 0) placed++;
+            for (const auto& [level, amount] : lsps) {
+                Request request({0, -1, 1}, amount, level);
+                const bool isFound = computePrimaryPath(net, &request) == 0;
+                const bool isPlaced = net.add(Lsp(placed, {0, 1}, amount, level)) == 0;
+                EXPECT_EQ(isPlaced, isFound) << round;
+                if (isPlaced) placed++;
+            }
             EXPECT_EQ(isEnough ? 5 : 4, placed) << round;
-            EXPECT_EQ(isEnough ? 0U : 1U, errorTexts().size());
+            EXPECT_EQ(isEnough ? 0U : 3U, errorTexts().size());
         }
     }
 }
