@@ -64,6 +64,7 @@ const char* checkClass(const LedgerClass* cls) {
     Long nbActive = 0;
     for (Long i = 0; i < cls->keys.top; i++) {
         if (i > 0 && cls->keys[i - 1] >= cls->keys[i]) return "cells out of order";
+        if (isEmpty(cls->cells[i])) return "an empty cell";
         nbActive += isActive(cls->cells[i]) ? 1 : 0;
     }
     return nbActive == cls->nbActive ? nullptr : "the number of active cells";

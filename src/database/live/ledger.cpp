@@ -153,7 +153,7 @@ bool sumUpWith(const LedgerClass* cls, int oa, const Booking& booking, Counted c
 void dropEmptyCells(LedgerClass* cls) {
     Long top = 0;
     for (Long i = 0; i < cls->keys.top; i++) {
-        if (cls->cells[i].bbw == 0.0 && cls->cells[i].fbw == 0.0) continue;
+        if (isEmpty(cls->cells[i])) continue;
         cls->keys[top] = cls->keys[i];
         cls->cells[top++] = cls->cells[i];
     }
@@ -354,7 +354,7 @@ bool bookCells(LedgerClass* cls, int oa, const Booking& booking, RunScratch* scr
         addChange(cell, *place.change, oa);
         anySwitch |= isActive(*cell) != wasActive;
         cls->nbActive += int{isActive(*cell)} - int{wasActive};
-        anyEmpty |= cell->bbw == 0.0 && cell->fbw == 0.0;
+        anyEmpty |= isEmpty(*cell);
     }
     *news = {cls->keys.top > before, anyEmpty, anySwitch};
     if (anyEmpty) dropEmptyCells(cls);

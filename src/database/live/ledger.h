@@ -188,6 +188,10 @@ bool hasIdle(const LedgerClass* cls, Long failure);
 void clearLedger(Ledger* ledger);
 void endLedger(Ledger* ledger);
 
+inline bool isEmpty(const Cell& cell) {
+    return cell.bbw == 0.0 && cell.fbw == 0.0;
+}
+
 inline bool isActive(const Cell& cell) {
     return !(cell.bbw == 0.0 && cell.fbw >= 0.0);
 }

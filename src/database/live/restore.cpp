@@ -37,6 +37,7 @@ void readKeyed(ByteReader* in, DataBase* dataBase, const Ledger* ledger, int oa)
     for (Long i = 0; i < nb; i++) {
         const CellKey key = cls->keys[i];
         in->require(i == 0 || cls->keys[i - 1] < key, "the order of failures");
+        in->require(!isEmpty(cls->cells[i]), "a failure that needs nothing");
         in->require(findLink(&dataBase->linkTab, tailOf(key), headOf(key)) != nullptr,
                     "the failure of a link that does not exist");
         if (!in->isFine()) return;
